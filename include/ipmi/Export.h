@@ -1,0 +1,4 @@
+// Marks what the shared library exports.
+#pragma once
+
+#define TRX_IPMI_API __attribute__((visibility("default")))

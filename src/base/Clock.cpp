@@ -1,0 +1,72 @@
+#include "base/Clock.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+
+namespace TRX
+{
+
+namespace
+{
+
+class SystemClock final : public Clock
+{
+public:
+    void sleep(unsigned int seconds) override
+    {
+        while (seconds != 0)
+            seconds = ::sleep(seconds);
+    }
+
+    int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override
+    {
+        return ::poll(descriptors, count, timeoutMilliseconds);
+    }
+
+    std::chrono::microseconds wallTime() override
+    {
+        return std::chrono::duration_cast<std::chrono::microseconds>(
+            std::chrono::system_clock::now().time_since_epoch());
+    }
+
+    std::chrono::milliseconds steadyTime() override
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now().time_since_epoch());
+    }
+
+    void waitUntil(ConditionVariable& condition, Mutex& mutex, const timespec& deadline) override TRX_REQUIRES(mutex)
+    {
+        condition.waitUntil(mutex, deadline);
+    }
+};
+
+SystemClock& systemClock()
+{
+    static SystemClock clock;
+    return clock;
+}
+
+std::atomic<Clock*> installed{nullptr};
+
+} // namespace
+
+Clock& Clock::get()
+{
+    Clock* clock = installed.load();
+    return clock ? *clock : systemClock();
+}
+
+Clock* Clock::use(Clock* clock)
+{
+    return installed.exchange(clock);
+}
+
+void backOff()
+{
+    Clock::get().sleep(static_cast<unsigned int>(std::rand() & 3));
+}
+
+} // namespace TRX
