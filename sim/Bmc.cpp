@@ -1,0 +1,211 @@
+#include "sim/Bmc.h"
+
+#include "sim/Command.h"
+#include "sim/SdrLayout.h"
+
+#include <algorithm>
+
+namespace Sim
+{
+
+namespace
+{
+
+const Command* findCommand(std::uint8_t netfn, std::uint8_t cmd)
+{
+    for (const auto table :
+         {appCommands(), chassisCommands(), sensorCommands(), sdrCommands(), selCommands(), fruCommands()}) {
+        for (const Command& command : table) {
+            if (command.netfn == netfn && command.cmd == cmd)
+                return &command;
+        }
+    }
+    return nullptr;
+}
+
+bool sameId(const Bytes& record, std::uint16_t id)
+{
+    return record.size() >= 2 && wordAt(record, SdrLayout::kId) == id;
+}
+
+} // namespace
+
+Bmc::Bmc(Machine machine)
+{
+    state_.machine = std::move(machine);
+}
+
+Answer Bmc::handle(const Request& request)
+{
+    const std::lock_guard lock(mutex_);
+    ++counts_[{request.netfn, request.cmd}];
+    ++total_;
+    if (keepLog_) {
+        if (log_.size() >= kLogSize)
+            log_.erase(log_.begin(), log_.begin() + kLogSize / 2);
+        log_.push_back(request);
+    }
+
+    const std::vector<FaultAction> faults = faults_.due(request);
+    bool handled = state_.machine.hasController(request.address);
+    Answer answer{.answered = handled, .delay = latency_, .bytes = {}};
+    for (const FaultAction& fault : faults) {
+        if (fault.lostReservation)
+            state_.loseReservations();
+        handled = handled && !fault.noAnswer && !fault.completionCode;
+    }
+    if (handled)
+        answer.bytes = answerOf(request);
+    for (const FaultAction& fault : faults)
+        applyFault(fault, answer);
+    return answer;
+}
+
+Bytes Bmc::answerOf(const Request& request)
+{
+    const Command* command = findCommand(request.netfn, request.cmd);
+    if (command == nullptr || (request.address != kBmcAddress && !command->everywhere))
+        return {kInvalidCommand};
+    if (request.lun != 0 && !command->everywhere)
+        return {kInvalidForLun};
+    if (request.data.size() < command->shortest || request.data.size() > command->longest)
+        return {kInvalidLength};
+    return command->handler(state_, request);
+}
+
+void Bmc::setFaults(FaultPlan plan)
+{
+    const std::lock_guard lock(mutex_);
+    faults_ = std::move(plan);
+}
+
+void Bmc::setLatency(std::chrono::milliseconds latency)
+{
+    const std::lock_guard lock(mutex_);
+    latency_ = latency;
+}
+
+void Bmc::setLimits(const Limits& limits)
+{
+    const std::lock_guard lock(mutex_);
+    state_.limits = limits;
+}
+
+std::uint64_t Bmc::count(std::uint8_t netfn, std::uint8_t cmd) const
+{
+    const std::lock_guard lock(mutex_);
+    const auto found = counts_.find({netfn, cmd});
+    return found == counts_.end() ? 0 : found->second;
+}
+
+std::uint64_t Bmc::count() const
+{
+    const std::lock_guard lock(mutex_);
+    return total_;
+}
+
+void Bmc::clearCounts()
+{
+    const std::lock_guard lock(mutex_);
+    counts_.clear();
+    total_ = 0;
+}
+
+void Bmc::keepLog(bool on)
+{
+    const std::lock_guard lock(mutex_);
+    keepLog_ = on;
+    log_.clear();
+}
+
+std::vector<Request> Bmc::log() const
+{
+    const std::lock_guard lock(mutex_);
+    return log_;
+}
+
+void Bmc::change(const std::function<void(Machine&)>& how)
+{
+    const std::lock_guard lock(mutex_);
+    how(state_.machine);
+}
+
+Machine Bmc::machine() const
+{
+    const std::lock_guard lock(mutex_);
+    return state_.machine;
+}
+
+bool Bmc::setRawReading(const SensorKey& key, std::uint8_t raw)
+{
+    const std::lock_guard lock(mutex_);
+    Sensor* sensor = state_.machine.find(key);
+    if (sensor == nullptr)
+        return false;
+    sensor->raw = RawSource::constant(raw);
+    sensor->flags = static_cast<std::uint8_t>(sensor->flags & ~kReadingUnavailable);
+    return true;
+}
+
+bool Bmc::setStates(const SensorKey& key, std::uint16_t states)
+{
+    const std::lock_guard lock(mutex_);
+    Sensor* sensor = state_.machine.find(key);
+    if (sensor == nullptr)
+        return false;
+    sensor->states = states;
+    return true;
+}
+
+bool Bmc::setUnavailable(const SensorKey& key, bool unavailable)
+{
+    const std::lock_guard lock(mutex_);
+    Sensor* sensor = state_.machine.find(key);
+    if (sensor == nullptr)
+        return false;
+    sensor->flags =
+        static_cast<std::uint8_t>((sensor->flags & ~kReadingUnavailable) | (unavailable ? kReadingUnavailable : 0));
+    return true;
+}
+
+void Bmc::touchRepository()
+{
+    const std::lock_guard lock(mutex_);
+    state_.touchRepository();
+}
+
+bool Bmc::removeSdr(std::uint16_t recordId)
+{
+    const std::lock_guard lock(mutex_);
+    const auto removed = std::erase_if(state_.machine.sdr, [&](const Bytes& r) { return sameId(r, recordId); });
+    if (removed != 0)
+        state_.touchRepository();
+    return removed != 0;
+}
+
+void Bmc::putSdr(const Bytes& record)
+{
+    const std::lock_guard lock(mutex_);
+    auto& records = state_.machine.sdr;
+    const auto same =
+        std::find_if(records.begin(), records.end(), [&](const Bytes& r) { return sameId(r, wordAt(record, 0)); });
+    if (same == records.end())
+        records.push_back(record);
+    else
+        *same = record;
+    state_.touchRepository();
+}
+
+void Bmc::loseReservations()
+{
+    const std::lock_guard lock(mutex_);
+    state_.loseReservations();
+}
+
+void Bmc::addSelRecord(SelRecord record)
+{
+    const std::lock_guard lock(mutex_);
+    state_.addSelRecord(record);
+}
+
+} // namespace Sim

@@ -1,0 +1,37 @@
+// What passes between the simulated driver and a simulated BMC: one request, one answer.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+namespace Sim
+{
+
+/// One IPMI request as a controller sees it.
+struct Request {
+    std::uint8_t channel = 0x0f; ///< 0Fh: the BMC's system interface; else the channel of an IPMB address
+    std::uint8_t address = 0x20; ///< slave address of the controller asked; 20h is the BMC
+    std::uint8_t lun = 0;
+    std::uint8_t netfn = 0;
+    std::uint8_t cmd = 0;
+    std::vector<std::uint8_t> data;
+};
+
+/// One answer: completion code first, or none at all.
+struct Answer {
+    bool answered = true;               ///< false: the controller stays silent
+    std::chrono::milliseconds delay{0}; ///< how long after the request the answer leaves
+    std::vector<std::uint8_t> bytes;    ///< completion code, then data
+};
+
+/// Whoever answers requests: a simulated BMC, or a test's script.
+class Responder
+{
+public:
+    virtual ~Responder() = default;
+    /// Answers one request. Called by one thread at a time.
+    virtual Answer handle(const Request& request) = 0;
+};
+
+} // namespace Sim
