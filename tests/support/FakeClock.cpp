@@ -1,0 +1,147 @@
+#include "support/FakeClock.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <numeric>
+
+namespace Support
+{
+
+using namespace std::chrono;
+
+namespace
+{
+constexpr seconds kStart{1'700'000'000}; // 2023-11-14
+constexpr nanoseconds kMomentForOthers{1'000'000};
+
+timespec soon()
+{
+    const auto at = system_clock::now().time_since_epoch() + kMomentForOthers;
+    return {.tv_sec = duration_cast<seconds>(at).count(), .tv_nsec = (at % seconds(1)).count()};
+}
+} // namespace
+
+FakeClock::FakeClock() : before_(TRX::Clock::use(this)), wallOffset_(0)
+{
+    setWallTime(kStart);
+}
+
+FakeClock::~FakeClock()
+{
+    TRX::Clock::use(before_);
+}
+
+void FakeClock::sleep(unsigned int duration)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        sleeps_.push_back(duration);
+    }
+    if (onSleep_)
+        onSleep_(duration);
+    advance(seconds(duration));
+}
+
+bool FakeClock::pollFails()
+{
+    const std::lock_guard lock(mutex_);
+    return pollsToFailure_ > 0 && --pollsToFailure_ == 0;
+}
+
+int FakeClock::poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds)
+{
+    if (pollFails()) {
+        errno = pollError_;
+        return -1;
+    }
+    const bool forever = timeoutMilliseconds < 0;
+    const milliseconds end = steadyTime() + (forever ? hours(24) : milliseconds(timeoutMilliseconds));
+    for (bool more = true; more;) {
+        const int ready = ::poll(descriptors, count, 0);
+        if (ready != 0)
+            return ready;
+        more = actUntil(end);
+    }
+    if (!forever)
+        return 0;
+    ADD_FAILURE() << "a poll without time-out waits for what never comes";
+    errno = EINTR;
+    return -1;
+}
+
+/// Moves time to what is due first and lets it happen; false: to the end, and nothing is due before it.
+bool FakeClock::actUntil(milliseconds end)
+{
+    const auto due = nextDue();
+    const bool inTime = due && *due <= end;
+    now_.store(std::max(now_.load(), (inTime ? *due : end).count()));
+    if (inTime)
+        for (Timed* timed : timed_)
+            timed->act();
+    return inTime;
+}
+
+std::optional<milliseconds> FakeClock::nextDue()
+{
+    std::optional<milliseconds> next;
+    for (Timed* timed : timed_)
+        if (const auto due = timed->nextDue())
+            next = std::min(next.value_or(*due), *due);
+    return next;
+}
+
+microseconds FakeClock::wallTime()
+{
+    return steadyTime() + microseconds(wallOffset_.load());
+}
+
+milliseconds FakeClock::steadyTime()
+{
+    return milliseconds(now_.load());
+}
+
+void FakeClock::waitUntil(TRX::ConditionVariable& condition, TRX::Mutex& mutex, const timespec& deadline)
+{
+    if (condition.waitUntil(mutex, soon()))
+        return;
+    const microseconds at = seconds(deadline.tv_sec) + duration_cast<microseconds>(nanoseconds(deadline.tv_nsec));
+    if (at > wallTime())
+        advance(ceil<milliseconds>(at - wallTime()));
+    if (onWait_)
+        onWait_();
+}
+
+void FakeClock::advance(milliseconds time)
+{
+    const milliseconds end = steadyTime() + time;
+    while (actUntil(end))
+        ;
+}
+
+void FakeClock::setWallTime(microseconds time)
+{
+    wallOffset_.store((time - duration_cast<microseconds>(steadyTime())).count());
+}
+
+std::vector<unsigned int> FakeClock::sleeps() const
+{
+    const std::lock_guard lock(mutex_);
+    return sleeps_;
+}
+
+unsigned int FakeClock::slept() const
+{
+    const auto all = sleeps();
+    return std::accumulate(all.begin(), all.end(), 0U);
+}
+
+void FakeClock::failPoll(int error, int nth)
+{
+    const std::lock_guard lock(mutex_);
+    pollError_ = error;
+    pollsToFailure_ = nth;
+}
+
+} // namespace Support

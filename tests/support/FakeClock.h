@@ -1,0 +1,75 @@
+// Time that moves only when somebody waits: sleeps and time-outs pass at once, and answers come when they are due.
+#pragma once
+
+#include "base/Clock.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace Support
+{
+
+/// Something that acts by itself when its time comes.
+class Timed
+{
+public:
+    virtual ~Timed() = default;
+    virtual std::optional<std::chrono::milliseconds> nextDue() = 0;
+    virtual void act() = 0;
+};
+
+/// The library's clock while it lives. Any thread; attach before threads run.
+class FakeClock final : public TRX::Clock
+{
+public:
+    FakeClock();
+    ~FakeClock() override;
+
+    void sleep(unsigned int seconds) override;
+    /// Ready descriptors at once; else time moves to what is due first, again and again, up to the time-out. Waiting
+    /// without a time-out for something that never comes is a test's mistake: a failure, and EINTR.
+    int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override;
+    std::chrono::microseconds wallTime() override;
+    std::chrono::milliseconds steadyTime() override;
+    /// Gives other threads a moment to signal; without a signal the deadline comes.
+    void waitUntil(TRX::ConditionVariable& condition, TRX::Mutex& mutex, const timespec& deadline) override
+        TRX_REQUIRES(mutex);
+
+    /// Moves time, with everything that is due on the way.
+    void advance(std::chrono::milliseconds time);
+    void setWallTime(std::chrono::microseconds time);
+
+    /// Seconds of each sleep so far, in order; and their sum.
+    std::vector<unsigned int> sleeps() const;
+    unsigned int slept() const;
+    /// Called before each sleep passes, and after each wait for a deadline.
+    void onSleep(std::function<void(unsigned int seconds)> hook) { onSleep_ = std::move(hook); }
+    void onWait(std::function<void()> hook) { onWait_ = std::move(hook); }
+    /// The nth poll from now on fails with this errno.
+    void failPoll(int error, int nth = 1);
+
+    void attach(Timed& timed) { timed_.push_back(&timed); }
+    void detach(Timed& timed) { std::erase(timed_, &timed); }
+
+private:
+    std::optional<std::chrono::milliseconds> nextDue();
+    bool actUntil(std::chrono::milliseconds end);
+    bool pollFails();
+
+    TRX::Clock* before_;
+    std::atomic<std::chrono::milliseconds::rep> now_{1'000'000};
+    std::atomic<std::chrono::microseconds::rep> wallOffset_;
+    std::vector<Timed*> timed_;
+    std::function<void(unsigned int)> onSleep_;
+    std::function<void()> onWait_;
+    mutable std::mutex mutex_;
+    std::vector<unsigned int> sleeps_;
+    int pollError_ = 0;
+    int pollsToFailure_ = 0;
+};
+
+} // namespace Support

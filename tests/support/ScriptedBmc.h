@@ -1,0 +1,64 @@
+// A BMC that knows exactly what will be asked. Anything else, or anything left over, fails the test.
+#pragma once
+
+#include "sim/Message.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+namespace Support
+{
+
+class ScriptedBmc final : public Sim::Responder
+{
+public:
+    using Bytes = std::vector<std::uint8_t>;
+
+    /// One expected request and its answer; refine it right after expect().
+    class Step
+    {
+    public:
+        /// To another controller, or to another LUN of the BMC.
+        Step& to(std::uint8_t address, std::uint8_t lun = 0, std::uint8_t channel = 0);
+        Step& lun(std::uint8_t lun);
+        Step& after(std::chrono::milliseconds delay);
+        /// No answer. The driver's own repetitions to a silent satellite belong to this step.
+        Step& silent();
+        /// The same again and again.
+        Step& times(int count);
+        /// Done when the request has come, before the answer leaves.
+        Step& then(std::function<void()> action);
+
+    private:
+        friend class ScriptedBmc;
+        Sim::Request request;
+        Sim::Answer answer;
+        int count = 1;
+        std::function<void()> action;
+    };
+
+    ScriptedBmc() = default;
+    ~ScriptedBmc() override;
+
+    /// @param request network function, command, data bytes
+    /// @param answer  completion code, data bytes
+    Step& expect(const Bytes& request, const Bytes& answer);
+    /// Fails the test when something expected has not come; forgets it.
+    void done();
+    /// Requests that came, unexpected ones included.
+    int handled() const;
+
+    Sim::Answer handle(const Sim::Request& request) override;
+
+private:
+    mutable std::mutex mutex_;
+    std::deque<Step> steps_;
+    Sim::Request lastSilent_;
+    bool wasSilent_ = false;
+    int handled_ = 0;
+};
+
+} // namespace Support
