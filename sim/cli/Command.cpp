@@ -1,0 +1,131 @@
+#include "sim/cli/Command.h"
+
+#include "sim/cli/Failure.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <spawn.h>
+#include <string_view>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Sim
+{
+
+namespace
+{
+
+constexpr const char* kShimName = "libtrx-bmcsim-shim.so";
+constexpr int kForwarded[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+constexpr std::string_view kPreload = "LD_PRELOAD=", kFolder = "TRX_BMCSIM_DIR=";
+
+std::string ownFolder()
+{
+    char path[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
+    const std::string_view self(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return std::string(self.substr(0, self.rfind('/') == self.npos ? 0 : self.rfind('/')));
+}
+
+/// This process's environment with the shim appended to what is preloaded already.
+std::vector<std::string> environmentWith(const std::string& folder)
+{
+    std::vector<std::string> all;
+    std::string preload(kPreload);
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string_view text(*entry);
+        if (text.starts_with(kPreload))
+            preload = text;
+        else if (!text.starts_with(kFolder))
+            all.emplace_back(text);
+    }
+    all.push_back(preload + (preload.size() > kPreload.size() ? ":" : "") + shimLibrary());
+    all.push_back(std::string(kFolder) + folder);
+    return all;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& words)
+{
+    std::vector<char*> all;
+    for (std::string& word : words)
+        all.push_back(word.data());
+    all.push_back(nullptr);
+    return all;
+}
+
+sigset_t handledSignals()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGCHLD);
+    for (const int signal : kForwarded)
+        sigaddset(&set, signal);
+    return set;
+}
+
+} // namespace
+
+std::string shimLibrary()
+{
+    const std::string own = ownFolder();
+    for (const std::string& folder :
+         {own + "/../lib", own + "/../" TRX_INSTALL_LIBDIR, std::string(TRX_INSTALL_FULL_LIBDIR)}) {
+        const std::string path = folder + '/' + kShimName;
+        if (::access(path.c_str(), R_OK) != 0)
+            continue;
+        if (path.find_first_of(" :") != path.npos)
+            throw Failure(path + ": a library under a path with a space or a colon cannot be preloaded; move it");
+        return path;
+    }
+    throw Failure(std::string(kShimName) + " is not in " + own + "/../lib: build or install it beside this program");
+}
+
+Command::Command(const std::vector<std::string>& words, const std::string& folder)
+{
+    std::vector<std::string> arguments = words;
+    std::vector<std::string> environment = environmentWith(folder);
+    const sigset_t handled = handledSignals();
+    ::sigprocmask(SIG_BLOCK, &handled, &maskBefore_);
+    signals_ = ::signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigmask(&attributes, &maskBefore_);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int error = ::posix_spawnp(&pid_, words.at(0).c_str(), nullptr, &attributes, pointers(arguments).data(),
+                                     pointers(environment).data());
+    ::posix_spawnattr_destroy(&attributes);
+    if (error == 0)
+        return;
+    ::close(signals_);
+    ::sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
+    throw Failure("cannot run " + words[0] + ": " + std::strerror(error));
+}
+
+Command::~Command()
+{
+    ::close(signals_);
+    ::sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
+}
+
+bool Command::handleSignals()
+{
+    signalfd_siginfo info;
+    while (::read(signals_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+        // What the terminal sends reaches the program by itself.
+        const bool fromTerminal = info.ssi_code == SI_KERNEL;
+        if (info.ssi_signo != SIGCHLD && !fromTerminal)
+            ::kill(pid_, static_cast<int>(info.ssi_signo));
+    }
+    return ::waitpid(pid_, &waitStatus_, WNOHANG) == 0;
+}
+
+int Command::status() const
+{
+    constexpr int kKilled = 128;
+    return WIFSIGNALED(waitStatus_) ? kKilled + WTERMSIG(waitStatus_) : WEXITSTATUS(waitStatus_);
+}
+
+} // namespace Sim

@@ -1,0 +1,28 @@
+// The options that say which machine is simulated and how it behaves.
+#pragma once
+
+#include "sim/Bmc.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace Sim
+{
+
+struct MachineOptions {
+    std::string machine; ///< name or file; empty: raw files, or the sample machine
+    std::string sdr;
+    std::string readings;
+    std::vector<std::string> fru; ///< N=FILE
+    std::string sel;
+    std::string faults;
+    unsigned int latency = 0;     ///< milliseconds
+    unsigned int ipmbTimeout = 0; ///< milliseconds; 0: the driver's own tries
+
+    void addTo(CLI::App& app);
+    /// Throws BadFile or Failure.
+    Machine makeMachine() const;
+};
+
+} // namespace Sim
