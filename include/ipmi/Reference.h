@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <utility>
 
 namespace TRX
@@ -15,7 +16,7 @@ public:
     Reference() = default;
 
     /// Takes ownership of `object` (may be null).
-    explicit Reference(T* object) : object_(object), count_(object ? new std::atomic<int>(1) : nullptr) {}
+    explicit Reference(T* object) : Reference(std::unique_ptr<T>(object)) {}
 
     Reference(const Reference& other) : object_(other.object_), count_(other.count_)
     {
@@ -50,6 +51,12 @@ public:
     explicit operator bool() const { return object_ != nullptr; }
 
 private:
+    explicit Reference(std::unique_ptr<T> object)
+        : count_(object ? new std::atomic<int>(1) : nullptr) // where this throws the object is not lost
+    {
+        object_ = object.release();
+    }
+
     T* object_ = nullptr;
     std::atomic<int>* count_ = nullptr;
 };

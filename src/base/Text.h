@@ -1,0 +1,20 @@
+// Text that came from a device, made fit to show: UTF-8 without control characters.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace TRX
+{
+
+// Each of these replaces control characters, and what the encoding does not allow, by '?', and drops what is left of a
+// character that was cut off at the end. NULs and blanks at the end are dropped.
+
+/// ASCII and Latin-1.
+std::string textFromLatin1(std::span<const std::uint8_t> bytes);
+std::string textFromUtf8(std::span<const std::uint8_t> bytes);
+/// UTF-16, LS byte first.
+std::string textFromUtf16(std::span<const std::uint8_t> bytes);
+
+} // namespace TRX
