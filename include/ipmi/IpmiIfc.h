@@ -1,0 +1,128 @@
+// The caller-facing interface: what any thread may ask of a node.
+#pragma once
+
+#include "ipmi/CmpiTypes.h"
+#include "ipmi/Export.h"
+#include "ipmi/IpmiRecords.h"
+#include "ipmi/IpmiSensor.h"
+#include "ipmi/Reference.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace Ipmi
+{
+
+/// Static members only; each overload without a node means node 0. Every member is safe for any node number: a node
+/// outside 0..3 gives the empty result or the error named. Unless a member says otherwise it may be called from any
+/// thread, sends nothing, and throws nothing.
+class TRX_IPMI_API IpmiIfc
+{
+public:
+    /// State of a node; single bits, so that a wait can name several.
+    enum IPMI_STATE : int {
+        IPMI_STATE_NONE = 0,     ///< never initialised
+        IPMI_STATE_IDLE = 1,     ///< initialised, start-up not begun
+        IPMI_STATE_STARTING = 2, ///< opening the device and loading the caches
+        IPMI_STATE_RUNNING = 4,  ///< caches loaded; the polling loop runs
+        IPMI_STATE_STOPPED = 8,  ///< the polling thread has left
+        IPMI_STATE_CLI = 16      ///< used without a polling loop (IpmiIfcInitForCLI)
+    };
+
+    IpmiIfc() = delete;
+
+    // --- node state
+
+    /// The node's state; 0 for a node outside 0..3.
+    static IPMI_STATE getState(int node);
+    static IPMI_STATE getState();
+    /// Blocks until the state is one of `mask`; returns it. Returns 0 at once for a node outside 0..3.
+    static IPMI_STATE waitState(int node, int mask);
+    static IPMI_STATE waitState(int mask);
+    /// As waitState: seconds and microseconds bound each single wait inside the call and never end it. This is meant.
+    static IPMI_STATE timedWaitState(int node, int mask, long seconds, long microseconds);
+    static IPMI_STATE timedWaitState(int mask, long seconds, long microseconds);
+
+    // --- raw commands
+
+    /// Sends one command to the node's BMC and blocks until it is answered, at most 30 s. Note the order: command
+    /// first.
+    /// @param respLen   in: room in `respData`; out: bytes stored, completion code first. Untouched unless the result
+    /// is 0 or 16. A null `respLen` or `respData` is no room
+    /// @return 0; 16 when the answer was longer than the room and has been cut; the BMC's completion code; 0xFF without
+    /// an answer
+    static unsigned char sendCmd(int node, unsigned char cmd, unsigned char netfn, unsigned short dataLen,
+                                 unsigned char* data, unsigned short* respLen, unsigned char* respData);
+    static unsigned char sendCmd(unsigned char cmd, unsigned char netfn, unsigned short dataLen, unsigned char* data,
+                                 unsigned short* respLen, unsigned char* respData);
+    /// Sends an OEM command, one at a time per node, and blocks as sendCmd.
+    /// @param flags  bit 0: copy the request into the reply
+    /// @return the reply, owned by the caller (IpmiIfcRespDel); null when nothing usable came back
+    static ipmiifc_resp* OemIpmiIfcSend(int node, ipmiifc_req* req, int flags);
+
+    // --- BMC identity. A node other than 0 fetches it on the first question: that call sends a command and may block.
+    // Node 0 is asked by IpmiIfcInitForCLI and, where that got no answer, on a question too.
+
+    /// IANA enterprise number of the BMC's maker, three bytes, LS byte first.
+    /// @param id      room for three bytes
+    /// @param length  out: 3, or 0 unless the result is 0
+    /// @return 0; 4 when the BMC did not answer; 5 for a null `id`
+    static int getManufacturerId(int node, unsigned char* id, unsigned char& length);
+    static int getManufacturerId(unsigned char* id, unsigned char& length);
+    /// The maker's name; "Unknown (0x......)" with six hexadecimal digits for others; empty without an answer.
+    static std::string getManufacturerName(int node);
+    static std::string getManufacturerName();
+    /// @return 0; 4 when the BMC did not answer, and then the output is 0
+    static int getProductId(int node, unsigned short& id);
+    static int getProductId(unsigned short& id);
+    static int getDeviceId(int node, unsigned char& id);
+    static int getDeviceId(unsigned char& id);
+    static int getDeviceRevision(int node, unsigned char& revision);
+    static int getDeviceRevision(unsigned char& revision);
+    /// Firmware version, "major.minor" with the minor in its BCD digits, as "2.30"; empty without an answer.
+    static std::string getFirmwareVersion(int node);
+    static std::string getFirmwareVersion();
+    /// IPMI version, as "2.0"; empty without an answer.
+    static std::string getIpmiVersion(int node);
+    static std::string getIpmiVersion();
+    /// Host operating system as the BMC was told (Get System Info Parameters); empty when unknown.
+    static std::string getHostOsName(int node);
+    static std::string getHostOsName();
+    static std::string getHostOsVersion(int node);
+    static std::string getHostOsVersion();
+    /// Self test result (IPMI 2.0, 20.4): first byte of the answer in the high byte of `code`, second in the low one.
+    /// @return 0; 4 when the BMC did not answer, and then `code` is 0
+    static int getSelfTest(int node, unsigned short& code);
+    static int getSelfTest(unsigned short& code);
+    /// The same as text; empty without an answer.
+    static std::string getSelfTestText(int node);
+    static std::string getSelfTestText();
+
+    /// Firmware version of node 0's BMC, major and minor (BCD), and whether its maker is the one whose early firmware
+    /// lists unusable I/O module sensors. Set from its Get Device ID answer.
+    static std::atomic<int> maj;
+    static std::atomic<int> min;
+    static std::atomic<bool> hpe_bmc;
+
+    // --- SDR repository and sensors
+
+    /// The repository info last read; all zero before.
+    static ipmiifc_sdr_info getSdr(int node);
+    static ipmiifc_sdr_info getSdr();
+    /// The node's sensors, in the order built; the handles are shared. Waits while the sensors are being rebuilt.
+    static std::vector<TRX::Reference<IpmiSensor>> getSensors(int node);
+    static std::vector<TRX::Reference<IpmiSensor>> getSensors();
+    /// The first sensor with this number, the low byte of `ownerId` as owner, and channel and LUN 0; an empty handle if
+    /// none.
+    static TRX::Reference<IpmiSensor> getSensor(int node, unsigned int sensorNumber, unsigned int ownerId);
+    static TRX::Reference<IpmiSensor> getSensor(unsigned int sensorNumber, unsigned int ownerId);
+
+    // --- CIM broker
+
+    /// The broker that makes date-times (CmpiDateTime) from now on; null: the small one inside the library. The broker
+    /// stays the caller's and must outlive its use.
+    static void setBroker(const _CMPIBroker* broker);
+};
+
+} // namespace Ipmi

@@ -1,0 +1,45 @@
+// Loading a node without a polling loop: what a program that looks once and leaves calls.
+//
+//     if (Ipmi::IpmiIfcOpenIpmiOpen(0) < 0 || Ipmi::IpmiIfcInitForCLI(0) != 0) ...;
+//     Ipmi::IpmiIfcSdrGetInfo(0);
+//     for (auto& sensor : Ipmi::IpmiIfc::getSensors(0)) ...
+//     Ipmi::IpmiIfcCloseForCLI(0);
+#pragma once
+
+#include "ipmi/Export.h"
+
+namespace Ipmi
+{
+
+/// Opens /dev/ipmi<node> for reading and writing.
+/// @return the descriptor (owned by the node); -1 when it cannot be opened (logged, errno set); -2 for a node outside
+/// 0..3
+/// @threads one per node, before any other use of the node
+TRX_IPMI_API int IpmiIfcOpenIpmiOpen(int node);
+
+/// Prepares an opened node for use without IpmiIfc::start and its polling loop: signal pipe, own address, driver timing
+/// (CIM_IPMI_RETRIES, CIM_IPMI_RETRY_TIME). Sends Get Device ID on node 0 and blocks until it is answered.
+/// @return 0; -1 when the signal pipe cannot be made; -2 when the driver refuses the own address or for a node outside
+/// 0..3. Throws CmpiStatus rc 200 on a node whose polling loop starts or runs, and leaves that alone.
+/// @threads as IpmiIfcOpenIpmiOpen
+TRX_IPMI_API int IpmiIfcInitForCLI(int node);
+
+/// Undoes IpmiIfcInitForCLI and IpmiIfcOpenIpmiOpen: closes pipe and device, drops the node's records and sensors.
+/// Handles taken before stay valid.
+/// @return 0; -2 for a node outside 0..3
+/// @threads one, when no other uses the node any more
+TRX_IPMI_API int IpmiIfcCloseForCLI(int node);
+
+/// Reads the repository info (IPMI 2.0, Get SDR Repository Info), then the whole repository, and rebuilds the node's
+/// sensors with their first readings and thresholds. Sends some commands per record and blocks until all are answered.
+/// @return 0 when the info was answered with completion code 00h, whatever became of the rest; else -1
+/// @threads any; whole loads of one node run one at a time
+TRX_IPMI_API int IpmiIfcSdrGetInfo(int node);
+
+/// Refreshes readings and thresholds of the node's sensors, in order. Ends at the first sensor that gets no answer (a
+/// sensor owned by system software included: this is meant). Sends up to three commands per sensor and blocks.
+/// @return 0
+/// @threads any
+TRX_IPMI_API int IpmiIfcSensorUpdateReading(int node);
+
+} // namespace Ipmi

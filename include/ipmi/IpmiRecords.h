@@ -1,0 +1,66 @@
+// Plain records shared by the library's calls: requests, replies, repository info, entity keys.
+#pragma once
+
+#include "ipmi/Export.h"
+
+#include <cstdint>
+
+namespace Ipmi
+{
+
+/// Number of nodes: node N is the BMC behind /dev/ipmi<N>, N in 0..3.
+inline constexpr int kNodeCount = 4;
+
+/// The message of a request, laid out as the Linux driver's `struct ipmi_msg`.
+struct ipmiifc_msg {
+    std::uint8_t netfn = 0;
+    std::uint8_t cmd = 0;
+    std::uint16_t data_len = 0;
+    std::uint8_t* data = nullptr; ///< owned by the caller
+};
+
+/// A request, laid out as the Linux driver's `struct ipmi_req`. The transport makes the address itself:
+/// `addr` and `addr_len` are ignored.
+struct ipmiifc_req {
+    std::uint8_t* addr = nullptr;
+    std::uint32_t addr_len = 0;
+    long msgid = 0;
+    ipmiifc_msg msg;
+};
+
+/// Room for answer bytes in a reply; the driver cuts longer answers.
+inline constexpr int kAnswerRoom = 32;
+
+/// A reply. Whoever holds the pointer owns it; freed with IpmiIfcRespDel.
+struct ipmiifc_resp {
+    std::int32_t datalen = 0;            ///< answer bytes received, completion code included
+    std::uint8_t data[kAnswerRoom] = {}; ///< data[0] is the completion code
+    std::int32_t node = 0;               ///< node that answered; set only with a good answer
+    ipmiifc_req req;                     ///< the request answered, with copies of address and data, when asked for
+    std::uint8_t cc = 0;                 ///< completion code; 0xFF when no answer came
+};
+
+/// Frees a reply with everything that it owns, and nulls the pointer. @return 0; -1 when there is nothing to free
+TRX_IPMI_API int IpmiIfcRespDel(ipmiifc_resp** r);
+
+/// Answer of Get SDR Repository Info (IPMI 2.0, 33.9), completion code first; all zero before the first one.
+struct ipmiifc_sdr_info {
+    std::uint8_t bytes[15] = {};
+
+    std::uint8_t version() const { return bytes[1]; }
+    std::uint16_t recordCount() const { return static_cast<std::uint16_t>(bytes[2] | bytes[3] << 8); }
+    std::uint16_t freeSpace() const { return static_cast<std::uint16_t>(bytes[4] | bytes[5] << 8); }
+};
+
+/// An entity as it stands in SDRs: id and instance. Bit 7 of the instance does not count in comparisons.
+struct entity_id {
+    std::uint8_t id = 0;
+    std::uint8_t instance = 0;
+
+    friend bool operator==(const entity_id& a, const entity_id& b)
+    {
+        return a.id == b.id && (a.instance & 0x7f) == (b.instance & 0x7f);
+    }
+};
+
+} // namespace Ipmi

@@ -1,0 +1,22 @@
+// The Linux IPMI driver as this library uses it: the one place that calls ioctl.
+#pragma once
+
+#include <linux/ipmi.h>
+#include <sys/ioctl.h>
+
+#include <cstddef>
+
+namespace Ipmi
+{
+
+/// ioctl with an argument. @return the driver's result; -1 with errno set on failure
+template <typename T> int driverRequest(int fd, unsigned long request, T& argument)
+{
+    return ioctl(fd, request, &argument);
+}
+
+/// Bytes of both kinds of destination address that are sent to.
+inline constexpr unsigned int kAddressLength = 8;
+static_assert(sizeof(ipmi_system_interface_addr) == kAddressLength && sizeof(ipmi_ipmb_addr) == kAddressLength);
+
+} // namespace Ipmi

@@ -1,0 +1,203 @@
+// Identity members of the caller-facing interface.
+#include "node/IpmiIfcIdentity.h"
+
+#include "node/DeviceIdLayout.h"
+#include "node/IdentityAnswers.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/OneShotCommands.h"
+
+#include <cstdio>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr int kNoResponse = 4, kBadArgument = 5;
+
+/// Asks the node again for one of its identity answers.
+void ask(int node, std::size_t command, KeepAnswer keep, BmcIdentity& identity)
+{
+    const OneShotCommand& one = kOneShotCommands[command];
+    const Response response = sendCommand(node, one.netfn, one.cmd, one.request());
+    keep(identity, response.get());
+}
+
+/// The Get Device ID answer, asked for where fewer than `need` bytes of it are known; nothing when that does not help.
+std::optional<std::array<std::uint8_t, device_id::kSize>> deviceId(int node, std::size_t need)
+{
+    if (!isNode(node))
+        return std::nullopt;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.bmcInfoLock);
+    if (self.identity.deviceIdLength < need)
+        ask(node, kAskDeviceId, keepDeviceId, self.identity);
+    if (self.identity.deviceIdLength < need)
+        return std::nullopt;
+    return self.identity.deviceId;
+}
+
+/// One byte of it, or result 4 and 0.
+int deviceIdByte(int node, std::size_t index, unsigned char mask, unsigned char& value)
+{
+    const auto answer = deviceId(node, index + 1);
+    value = answer ? (*answer)[index] & mask : 0;
+    return answer ? 0 : kNoResponse;
+}
+
+std::string systemInfo(int node, std::optional<std::string> BmcIdentity::*field, std::size_t command, KeepAnswer keep)
+{
+    if (!isNode(node))
+        return {};
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.bmcInfoLock);
+    const std::optional<std::string>& text = self.identity.*field;
+    if (!text)
+        ask(node, command, keep, self.identity);
+    return text.value_or(std::string());
+}
+
+template <typename... Arguments> std::string formatted(const char* format, Arguments... arguments)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, format, arguments...);
+    return text;
+}
+
+} // namespace
+
+int IpmiIfc::getManufacturerId(int node, unsigned char* id, unsigned char& length)
+{
+    length = 0;
+    if (!id)
+        return kBadArgument;
+    const auto answer = deviceId(node, device_id::kProduct);
+    if (!answer)
+        return kNoResponse;
+    length = device_id::kProduct - device_id::kManufacturer;
+    std::copy_n(answer->begin() + device_id::kManufacturer, length, id);
+    return 0;
+}
+
+std::string IpmiIfc::getManufacturerName(int node)
+{
+    unsigned char id[3], length;
+    if (getManufacturerId(node, id, length) != 0)
+        return {};
+    const auto enterprise = static_cast<unsigned int>(id[0] | id[1] << 8 | id[2] << 16);
+    const char* name = manufacturerName(enterprise);
+    return name ? name : formatted("Unknown (0x%06x)", enterprise);
+}
+
+int IpmiIfc::getProductId(int node, unsigned short& id)
+{
+    const auto answer = deviceId(node, device_id::kAuxiliary);
+    id = answer ? static_cast<unsigned short>((*answer)[device_id::kProduct] | (*answer)[device_id::kProduct + 1] << 8)
+                : 0;
+    return answer ? 0 : kNoResponse;
+}
+
+int IpmiIfc::getDeviceId(int node, unsigned char& id)
+{
+    return deviceIdByte(node, device_id::kDevice, 0xff, id);
+}
+
+int IpmiIfc::getDeviceRevision(int node, unsigned char& revision)
+{
+    return deviceIdByte(node, device_id::kRevision, 0x0f, revision);
+}
+
+std::string IpmiIfc::getFirmwareVersion(int node)
+{
+    const auto answer = deviceId(node, device_id::kIpmiVersion);
+    return answer
+               ? formatted("%d.%02x", (*answer)[device_id::kFirmwareMajor] & 0x7f, (*answer)[device_id::kFirmwareMinor])
+               : std::string();
+}
+
+std::string IpmiIfc::getIpmiVersion(int node)
+{
+    unsigned char version; // BCD, the lesser digit in the upper half
+    return deviceIdByte(node, device_id::kIpmiVersion, 0xff, version) == 0
+               ? formatted("%x.%x", version & 0x0f, version >> 4)
+               : std::string();
+}
+
+std::string IpmiIfc::getHostOsName(int node)
+{
+    return systemInfo(node, &BmcIdentity::osName, kAskOsName, keepOsName);
+}
+
+std::string IpmiIfc::getHostOsVersion(int node)
+{
+    return systemInfo(node, &BmcIdentity::osVersion, kAskOsVersion, keepOsVersion);
+}
+
+int IpmiIfc::getSelfTest(int node, unsigned short& code)
+{
+    code = 0;
+    if (!isNode(node))
+        return kNoResponse;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.bmcInfoLock);
+    if (self.identity.selfTestLength < self_test::kSize)
+        ask(node, kAskSelfTest, keepSelfTest, self.identity);
+    if (self.identity.selfTestLength < self_test::kSize)
+        return kNoResponse;
+    code = static_cast<unsigned short>(self.identity.selfTest[self_test::kResult] << 8 |
+                                       self.identity.selfTest[self_test::kDetail]);
+    return 0;
+}
+
+int IpmiIfc::getManufacturerId(unsigned char* id, unsigned char& length)
+{
+    return getManufacturerId(0, id, length);
+}
+
+std::string IpmiIfc::getManufacturerName()
+{
+    return getManufacturerName(0);
+}
+
+int IpmiIfc::getProductId(unsigned short& id)
+{
+    return getProductId(0, id);
+}
+
+int IpmiIfc::getDeviceId(unsigned char& id)
+{
+    return getDeviceId(0, id);
+}
+
+int IpmiIfc::getDeviceRevision(unsigned char& revision)
+{
+    return getDeviceRevision(0, revision);
+}
+
+std::string IpmiIfc::getFirmwareVersion()
+{
+    return getFirmwareVersion(0);
+}
+
+std::string IpmiIfc::getIpmiVersion()
+{
+    return getIpmiVersion(0);
+}
+
+std::string IpmiIfc::getHostOsName()
+{
+    return getHostOsName(0);
+}
+
+std::string IpmiIfc::getHostOsVersion()
+{
+    return getHostOsVersion(0);
+}
+
+int IpmiIfc::getSelfTest(unsigned short& code)
+{
+    return getSelfTest(0, code);
+}
+
+} // namespace Ipmi

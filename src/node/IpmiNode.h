@@ -1,0 +1,102 @@
+// One node: everything that is known of one BMC behind /dev/ipmi<N>.
+#pragma once
+
+#include "base/Mutex.h"
+#include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiRecords.h"
+#include "ipmi/IpmiSensor.h"
+#include "ipmi/Reference.h"
+#include "node/GivenUpIds.h"
+#include "node/LoadGuard.h"
+#include "sdr/SdrRepository.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ipmi
+{
+
+inline constexpr int FD_READ = 0, FD_WRITE = 1;
+
+/// BMC identity: raw answers, completion code first, and how many of their bytes the BMC sent (0: not answered yet).
+struct BmcIdentity {
+    std::array<std::uint8_t, 16> deviceId{};
+    std::size_t deviceIdLength = 0;
+    std::array<std::uint8_t, 3> selfTest{};
+    std::size_t selfTestLength = 0;
+    std::optional<std::string> osName;
+    std::optional<std::string> osVersion;
+};
+
+/// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;
+/// `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
+struct IpmiNode {
+    IpmiNode() = default;
+    ~IpmiNode();
+    IpmiNode(const IpmiNode&) = delete;
+    IpmiNode& operator=(const IpmiNode&) = delete;
+
+    std::atomic<int> NodeNum{0};
+    std::atomic<int> nextMsgId{0}; ///< drawn without a lock; wraps like an int
+
+    TRX::Mutex stateLock;
+    TRX::ConditionVariable stateCond;
+    std::atomic<int> state{
+        0}; ///< changed under stateLock, except by the plain stores of InitIpmiNode and IpmiIfcInitForCLI
+
+    TRX::Mutex ioLock; ///< one exchange at a time
+    GivenUpIds givenUp TRX_GUARDED_BY(ioLock);
+    std::atomic<int> signalCmdPipeFds[2] = {0, 0};
+
+    TRX::Mutex pollLock;
+    TRX::ConditionVariable pollCond;
+    std::atomic<int> pollingInterval{0};
+    std::atomic<bool> shutdown{false}; ///< never cleared: a node runs once per process
+    std::atomic<int> pollCount{0};
+    std::atomic<int> pollType{0};
+
+    LoadGuard loadGuard; ///< whole loads of the repository run one at a time
+    TRX::SharedMutex sdrLock;
+    SdrRepository repository TRX_GUARDED_BY(sdrLock);
+    std::vector<TRX::Reference<IpmiSensor>> sensors TRX_GUARDED_BY(sdrLock);
+    std::atomic<std::uint8_t> memorySensor{0}; ///< 1 when the repository has a memory sensor that can report
+
+    TRX::Mutex bmcInfoLock;
+    BmcIdentity identity TRX_GUARDED_BY(bmcInfoLock);
+
+    std::atomic<int> fd{0};
+    std::atomic<int> deviceOpen{0};
+    std::atomic<unsigned int> openings{0}; ///< counts every opening and closing of the device
+    std::atomic<unsigned int> myAddress{0};
+    /// Base target of every exchange; 0 or myAddress: the BMC itself. A thread that asks another controller overrides
+    /// it for itself with a TargetScope.
+    std::atomic<unsigned int> targetAddress{0};
+    std::atomic<std::uint8_t> targetLun{0};
+    std::atomic<std::uint8_t> targetChannel{0};
+
+    TRX::Mutex entityLock;
+};
+
+/// Nodes 0 to 3.
+extern IpmiNode g_IpmiNode[kNodeCount];
+
+inline bool isNode(int node)
+{
+    return node >= 0 && node < kNodeCount;
+}
+
+/// Initialises the record: message id 1445, state IDLE, pipe closed, identity and repository dropped. Leaves locks,
+/// device, addresses and the shutdown flag alone. Throws CmpiStatus rc 200 on a STARTING or RUNNING node and leaves it
+/// untouched.
+void InitIpmiNode(int node);
+void _setState(int node, IpmiIfc::IPMI_STATE state);
+IpmiIfc::IPMI_STATE _getState(int node);
+/// Checked transition; throws CmpiStatus rc 200 when the state is not `from`.
+void _changeState(int node, IpmiIfc::IPMI_STATE from, IpmiIfc::IPMI_STATE to);
+
+} // namespace Ipmi

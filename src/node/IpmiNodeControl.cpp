@@ -1,0 +1,70 @@
+// Using a node without a polling loop.
+#include "ipmi/IpmiNodeControl.h"
+
+#include "ipmi/CmpiStatus.h"
+#include "node/IpmiIfcIdentity.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/IpmiNode.h"
+#include "node/SignalPipe.h"
+#include "sdr/IpmiIfcSdr.h"
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr unsigned int kBmcAddress = 0x20;
+
+bool makeSignalPipe(int node)
+{
+    try {
+        openSignalPipe(node);
+        return true;
+    } catch (const CmpiStatus&) {
+        return false; // its text is in the log
+    }
+}
+
+} // namespace
+
+int IpmiIfcInitForCLI(int node)
+{
+    if (!isNode(node))
+        return -2;
+    IpmiNode& self = g_IpmiNode[node];
+    if (self.state == IpmiIfc::IPMI_STATE_CLI)
+        closeSignalPipe(node);
+    InitIpmiNode(node);
+    self.myAddress = kBmcAddress;
+    if (!makeSignalPipe(node))
+        return -1;
+    if (IpmiIfcOpenIpmiAddressSet(node) != 0) {
+        closeSignalPipe(node);
+        return -2;
+    }
+    IpmiIfcSetTimingParms(node);
+    self.state = IpmiIfc::IPMI_STATE_CLI;
+    IpmiIfcDataGet(1);
+    return 0;
+}
+
+int IpmiIfcCloseForCLI(int node)
+{
+    if (!isNode(node))
+        return -2;
+    IpmiNode& self = g_IpmiNode[node];
+    closeSignalPipe(node);
+    IpmiIfcOpenIpmiClose(node);
+    LoadScope load(self.loadGuard);
+    IpmiIfcSdrCleanUpHeaders(node);
+    IpmiIfcSdrCleanUpAll(node);
+    {
+        TRX::WriteLock hold(self.sdrLock);
+        self.sensors.clear();
+    }
+    self.state = IpmiIfc::IPMI_STATE_IDLE;
+    return 0;
+}
+
+} // namespace Ipmi

@@ -1,0 +1,67 @@
+#include "node/SignalPipe.h"
+
+#include "ipmi/CmpiStatus.h"
+#include "node/IpmiNode.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+/// The texts of one pipe end's failures.
+struct EndTexts {
+    const char* get;
+    const char* set;
+};
+
+constexpr EndTexts kReadTexts{
+    "UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[FD_READ], F_GETFL, 0) failed",
+    "UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[FD_READ], F_SETFL, fdflags) failed"};
+constexpr EndTexts kWriteTexts{
+    "UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[FD_WRITE], F_GETFL, 0) failed",
+    "UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[FD_WRITE], F_SETFL, fdflags) failed"};
+
+void setBlocking(int fd, bool blocking, const EndTexts& texts)
+{
+    const int flags = fcntl(fd, F_GETFL, 0);
+    if (flags == -1)
+        throw CmpiStatus(CMPI_RC_ERROR_SYSTEM, texts.get);
+    if (fcntl(fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK) == -1)
+        throw CmpiStatus(CMPI_RC_ERROR_SYSTEM, texts.set);
+}
+
+} // namespace
+
+void openSignalPipe(int node)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        throw CmpiStatus(CMPI_RC_ERROR_SYSTEM, "UnnamedPipe::UnnamedPipe: pipe failed");
+    IpmiNode& self = g_IpmiNode[node];
+    self.signalCmdPipeFds[FD_READ] = ends[FD_READ];
+    self.signalCmdPipeFds[FD_WRITE] = ends[FD_WRITE];
+    try {
+        setBlocking(ends[FD_READ], true, kReadTexts);
+        setBlocking(ends[FD_WRITE], false, kWriteTexts);
+    } catch (...) {
+        closeSignalPipe(node);
+        throw;
+    }
+}
+
+void closeSignalPipe(int node)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    const bool initialised = self.state != IpmiIfc::IPMI_STATE_NONE; // before that the ends are 0 and not ours
+    for (auto& end : self.signalCmdPipeFds) {
+        const int fd = end.exchange(-1);
+        if (initialised && fd != -1)
+            close(fd);
+    }
+}
+
+} // namespace Ipmi

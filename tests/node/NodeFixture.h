@@ -1,0 +1,66 @@
+// An opened and prepared node 0 on a scripted BMC.
+#pragma once
+
+#include "base/Log.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/IpmiNode.h"
+#include "support/ScriptedBmc.h"
+#include "support/SimNode.h"
+
+#include <gtest/gtest.h>
+
+namespace Ipmi
+{
+
+class NodeFixture : public testing::Test
+{
+protected:
+    using Bytes = std::vector<std::uint8_t>;
+
+    NodeFixture()
+    {
+        bmc.expect({0x06, 0x01}, {0xc1}); // of IpmiIfcInitForCLI
+        EXPECT_GT(IpmiIfcOpenIpmiOpen(0), 0);
+        EXPECT_EQ(IpmiIfcInitForCLI(0), 0);
+        sim.log().clear();
+    }
+    ~NodeFixture() override
+    {
+        node.shutdown = false;
+        node.targetAddress = 0;
+        IpmiIfcCloseForCLI(0);
+    }
+
+    /// One exchange with a message id of the test's choice.
+    ipmiifc_resp* send(std::uint8_t cmd, long id = 5, int flags = 0, ipmiifc_resp* supplied = nullptr)
+    {
+        std::uint8_t data[] = {0xaa, 0xbb};
+        ipmiifc_req req;
+        req.msgid = id;
+        req.msg.netfn = 0x06;
+        req.msg.cmd = cmd;
+        req.msg.data_len = flags == 0 ? 0 : sizeof data;
+        req.msg.data = data;
+        return IpmiIfcSendWresponse(0, &req, flags, supplied);
+    }
+
+    /// A message from the driver that the BMC has not sent.
+    void deliver(std::uint8_t type, long id, const Bytes& data)
+    {
+        sim.device([&](Sim::Device& device) {
+            Sim::Frame::Header header{};
+            header.receiveType = type;
+            header.addressType = Sim::Frame::kSystemInterface;
+            header.channel = Sim::Frame::kBmcChannel;
+            header.netfn = 0x07;
+            header.msgid = id;
+            device.deliver(header, data);
+        });
+    }
+
+    IpmiNode& node = g_IpmiNode[0];
+    Support::ScriptedBmc bmc;
+    Support::SimNode sim{bmc};
+};
+
+} // namespace Ipmi
