@@ -1,0 +1,17 @@
+// All of the library.
+#pragma once
+
+#include "ipmi/CmpiDateTime.h"
+#include "ipmi/CmpiObject.h"
+#include "ipmi/CmpiStatus.h"
+#include "ipmi/CmpiTypes.h"
+#include "ipmi/IpmiDiscreteSensor.h"
+#include "ipmi/IpmiEntity.h"
+#include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiNodeControl.h"
+#include "ipmi/IpmiRecords.h"
+#include "ipmi/IpmiSdrRecord.h"
+#include "ipmi/IpmiSensor.h"
+#include "ipmi/IpmiSensorNames.h"
+#include "ipmi/IpmiThresholdSensor.h"
+#include "ipmi/Reference.h"

@@ -1,0 +1,161 @@
+#include "sdr/IpmiIfcSdr.h"
+
+#include "base/Log.h"
+#include "ipmi/IpmiIfc.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/IpmiNode.h"
+#include "sdr/IpmiIfcSensor.h"
+#include "sdr/SdrExchange.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr std::uint8_t kVersionBits = 0x0f, kNewestVersion = 2;
+constexpr std::uint8_t kVersion51 = 0x51; ///< what IPMI 1.5 and 2.0 repositories report
+
+/// A fresh read of the whole repository is at depth 1, under the info handler at 2, under the info fetch at 3. One that
+/// fetched the info itself because it had none comes back deeper and must not do so again.
+constexpr int kDeepestFreshRead = 3;
+
+/// True for an info that can be stored; logs what is wrong with another.
+bool isGoodInfo(const ipmiifc_resp& resp)
+{
+    constexpr int kInfoSize = sizeof(ipmiifc_sdr_info::bytes);
+    static_assert(kInfoSize <= kAnswerRoom);
+    if (resp.cc != 0)
+        TRX::log(LOG_WARNING, "Unable to fetch SDR info - cc=0x%x", resp.cc);
+    else if (resp.data[0] != 0)
+        TRX::log(LOG_WARNING, "Inconsistent SDR Response codes %x != %x", resp.data[0], 0);
+    else if (resp.datalen != kInfoSize)
+        TRX::log(LOG_WARNING, "SDR response buffer was wrong size %x (expecting %x)",
+                 static_cast<unsigned>(resp.datalen), kInfoSize);
+    else if ((resp.data[1] & kVersionBits) > kNewestVersion)
+        TRX::log(LOG_WARNING, "Unexpected SDR Repository info version 0x%x - discarding results ", resp.data[1]);
+    else
+        return true;
+    return false;
+}
+
+bool isReadable(std::uint8_t version)
+{
+    if (version == kVersion51 || (version & kVersionBits) >= kNewestVersion)
+        return true;
+    static std::atomic<bool> logged{false}; // once per process, not per node: this is meant
+    if (!logged.exchange(true))
+        TRX::log(LOG_ERR, "IpmiIfcSdrGetAll: invalid version. version = 0x%x", version);
+    return false;
+}
+
+} // namespace
+
+int IpmiIfcSdrGetInfo(int node)
+{
+    if (!isNode(node))
+        return -1;
+    LoadScope load(g_IpmiNode[node].loadGuard);
+    const Response answer = sendCommand(node, kStorage, kGetSdrInfo);
+    if (!answer || answer->cc != 0)
+        return -1;
+    IpmiIfcRhGetSdrInfo(answer.get());
+    return 0;
+}
+
+int IpmiIfcRhGetSdrInfo(ipmiifc_resp* resp)
+{
+    if (!resp || !isGoodInfo(*resp) || !isNode(resp->node))
+        return -1;
+    const int node = resp->node;
+    IpmiNode& self = g_IpmiNode[node];
+    LoadScope load(self.loadGuard);
+    {
+        TRX::WriteLock lock(self.sdrLock);
+        std::copy_n(resp->data, sizeof self.repository.sdr_info.bytes, self.repository.sdr_info.bytes);
+    }
+    IpmiIfcSdrReserve(node);
+    IpmiIfcSdrGetAll(node);
+    IpmiIfcSensorInstantiateAll(node);
+    return 0;
+}
+
+int IpmiIfcSdrReserve(int node)
+{
+    if (!isNode(node))
+        return -1;
+    const Response answer = sendCommand(node, kStorage, kReserveSdr);
+    if (!answer || answer->cc != 0)
+        return -1;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::WriteLock lock(self.sdrLock);
+    self.repository.sdr_reservation = {answer.at(0), answer.at(1), answer.at(2)};
+    return 0;
+}
+
+std::uint16_t IpmiIfcSdrReservation(int node)
+{
+    if (!isNode(node))
+        return 0;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::ReadLock lock(self.sdrLock);
+    return self.repository.reservation();
+}
+
+int IpmiIfcSdrGetAll(int node)
+{
+    if (!isNode(node))
+        return -1;
+    LoadScope load(g_IpmiNode[node].loadGuard);
+    if (IpmiIfc::getSdr(node).version() == 0 && load.depth() <= kDeepestFreshRead && IpmiIfcSdrGetInfo(node) != 0)
+        return -1;
+    if (IpmiIfcSdrReservation(node) == 0 && IpmiIfcSdrReserve(node) != 0)
+        return -1;
+    const ipmiifc_sdr_info info = IpmiIfc::getSdr(node);
+    if (!isReadable(info.version()) || info.recordCount() == 0)
+        return -1;
+    if (IpmiIfcSdrGetHeaders(node) != 0)
+        return -1; // the lists before stay
+    IpmiIfcSdrCleanUpAll(node);
+    return IpmiIfcSdrReadAll(node);
+}
+
+void IpmiIfcSdrCleanUpHeaders(int node)
+{
+    if (!isNode(node))
+        return;
+    IpmiNode& self = g_IpmiNode[node];
+    LoadScope load(self.loadGuard);
+    TRX::WriteLock lock(self.sdrLock);
+    self.repository.dropHeaders();
+}
+
+int IpmiIfcSdrCleanUpAll(int node)
+{
+    if (!isNode(node))
+        return 0;
+    IpmiNode& self = g_IpmiNode[node];
+    LoadScope load(self.loadGuard);
+    TRX::WriteLock lock(self.sdrLock);
+    self.repository.dropRecords();
+    return 0;
+}
+
+ipmiifc_sdr_info IpmiIfc::getSdr(int node)
+{
+    if (!isNode(node))
+        return {};
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::WriteLock lock(self.sdrLock);
+    return self.repository.sdr_info;
+}
+
+ipmiifc_sdr_info IpmiIfc::getSdr()
+{
+    return getSdr(0);
+}
+
+} // namespace Ipmi

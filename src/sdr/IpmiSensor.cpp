@@ -1,0 +1,233 @@
+#include "ipmi/IpmiSensor.h"
+
+#include "base/Clock.h"
+#include "ipmi/IpmiIfc.h"
+#include "sdr/IpmiIfcSensor.h"
+#include "sdr/SdrLayout.h"
+#include "sdr/SensorAccess.h"
+#include "sdr/SensorCommands.h"
+#include "sdr/SensorNaming.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+// A reading in one word: the answer's five bytes from bit 0, their number at bit 40, what is known of them at bit 48.
+constexpr unsigned int kAnswerBytes = 5, kLengthShift = 40;
+constexpr std::uint64_t kValid = 1ULL << 48, kPresent = 1ULL << 49;
+
+constexpr unsigned int kThresholdBytes = 8;
+
+// Hysteresis in one word: positive, negative, and whether both are known.
+constexpr std::uint32_t kHysteresisKnown = 1U << 16;
+constexpr std::uint8_t kHysteresisReserved = 0xff; ///< Get Sensor Hysteresis wants this byte
+
+constexpr int kCcSensorNotPresent = 0xcb;
+
+std::uint64_t pack(const unsigned char* bytes, unsigned int count)
+{
+    std::uint64_t word = 0;
+    for (unsigned int i = 0; i < count; ++i)
+        word |= static_cast<std::uint64_t>(bytes[i]) << 8 * i;
+    return word;
+}
+
+std::uint8_t byteOf(std::uint64_t word, unsigned int index)
+{
+    return static_cast<std::uint8_t>(word >> 8 * index);
+}
+
+} // namespace
+
+IpmiSensor::IpmiSensor(int len, const unsigned char* sdr, int node)
+    : record_(static_cast<unsigned int>(std::max(len, 0)), sdr), node_(node)
+{
+    constexpr unsigned int kShortest = 9;
+    if (record_.length < kShortest)
+        return;
+    sensorNumber_ = record_.at(sdr_record::kNumber);
+    recordId_ = record_.le16(sdr_record::kId);
+}
+
+IpmiSensor::~IpmiSensor() = default;
+
+// --- reading
+
+IpmiSensor::Reading IpmiSensor::getLastReading() const
+{
+    const std::uint64_t word = reading_.load();
+    Reading reading;
+    reading.cc = byteOf(word, 0);
+    reading.raw = byteOf(word, 1);
+    reading.flags = byteOf(word, 2);
+    reading.state1 = byteOf(word, 3);
+    reading.state2 = byteOf(word, 4);
+    reading.length = byteOf(word, kAnswerBytes);
+    reading.valid = (word & kValid) != 0;
+    reading.present = (word & kPresent) != 0;
+    return reading;
+}
+
+void IpmiSensor::setReading(const unsigned char* answer, unsigned int length)
+{
+    if (answer == nullptr)
+        return;
+    const unsigned int count = std::min(length, kAnswerBytes);
+    const std::uint64_t bytes = pack(answer, count) | static_cast<std::uint64_t>(count) << kLengthShift;
+    readingTime_ = static_cast<std::uint64_t>(TRX::Clock::get().wallTime().count());
+    reading_ = bytes | kValid | kPresent;
+}
+
+bool IpmiSensor::readingStateUnavailable() const
+{
+    const Reading reading = getLastReading();
+    return !reading.valid || (reading.flags & 0x20) != 0;
+}
+
+bool IpmiSensor::scanningDisabled() const
+{
+    const Reading reading = getLastReading();
+    return reading.valid && (reading.flags & 0x40) == 0;
+}
+
+bool IpmiSensor::hasReadingTime() const
+{
+    return readingTime_ != 0;
+}
+
+void IpmiSensor::getReadingTime(std::string& text) const
+{
+    constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
+    const auto seconds = static_cast<std::time_t>(readingTime_ / kMicrosecondsPerSecond);
+    std::tm utc{};
+    char buffer[33] = "";
+    if (gmtime_r(&seconds, &utc) != nullptr)
+        std::strftime(buffer, sizeof buffer, "%FT%TZ", &utc);
+    text = buffer;
+}
+
+void SensorAccess::beginReadAttempt(IpmiSensor& sensor)
+{
+    std::uint64_t before = sensor.reading_.load();
+    while (!sensor.reading_.compare_exchange_weak(before, (before | kPresent) & ~kValid)) {
+    }
+}
+
+void SensorAccess::endReadAttempt(IpmiSensor& sensor, int result)
+{
+    const auto code = static_cast<std::uint32_t>(result);
+    if (sensor.lastReadResult_.exchange(code) == code)
+        ++sensor.readResultRepeats_;
+    else
+        sensor.readResultRepeats_ = 0;
+    if (result == kCcSensorNotPresent)
+        sensor.reading_.fetch_and(~kPresent);
+}
+
+int SensorAccess::fetchReading(IpmiSensor& sensor, ipmiifc_sdr_list* sdr)
+{
+    ipmiifc_sensor_reading_list entry;
+    entry.sdr = sdr;
+    beginReadAttempt(sensor);
+    const int result = IpmiIfcSensorGetReading(sensor.node_, &entry);
+    endReadAttempt(sensor, result);
+    if (result == 0)
+        sensor.setReading(entry.answer, entry.length);
+    return result;
+}
+
+int SensorAccess::fetchReading(IpmiSensor& sensor)
+{
+    IpmiSdrRecord record = sensor.record_;
+    ipmiifc_sdr_list sdr;
+    sdr.record_id = sensor.recordId_;
+    sdr.record_type = record.at(sdr_record::kType);
+    sdr.length = static_cast<std::uint8_t>(record.length);
+    sdr.data = record.bytes;
+    return fetchReading(sensor, &sdr);
+}
+
+int IpmiSensor::readNow()
+{
+    return std::max(SensorAccess::fetchReading(*this), -1);
+}
+
+void IpmiSensor::prepareState(bool refresh, std::atomic<bool>& first)
+{
+    const bool neverRead = reading_ == 0 && lastReadResult_ == 0;
+    if (refresh || (first.exchange(false) && neverRead && isFullOrCompact()))
+        readNow();
+}
+
+// --- thresholds and hysteresis
+
+IpmiSensor::Thresholds IpmiSensor::getLastThresholds() const
+{
+    const std::uint64_t word = thresholds_.load();
+    Thresholds thresholds;
+    thresholds.cc = byteOf(word, 0);
+    thresholds.readable = byteOf(word, 1) & 0x3f;
+    for (unsigned int i = 0; i < std::size(thresholds.raw); ++i)
+        thresholds.raw[i] = byteOf(word, 2 + i);
+    return thresholds;
+}
+
+void IpmiSensor::setThresholdReading(const unsigned char* answer)
+{
+    if (answer != nullptr)
+        thresholds_ = pack(answer, kThresholdBytes);
+}
+
+int IpmiSensor::getHysteresis(unsigned char& positive, unsigned char& negative, bool refresh)
+{
+    std::uint32_t word = hysteresis_.load();
+    positive = negative = 0;
+    if (refresh || (word & kHysteresisKnown) == 0) {
+        constexpr unsigned char kReadable = 1, kReadableAndSettable = 2;
+        const unsigned char support = getHysteresisSupport();
+        if (support != kReadable && support != kReadableAndSettable)
+            return -1;
+        const std::uint8_t data[] = {kHysteresisReserved};
+        const Response reply = sendSensorCommand(*this, sensor_command::kGetHysteresis, data);
+        if (const int result = resultOf(reply); result != 0)
+            return result;
+        word = kHysteresisKnown | static_cast<std::uint32_t>(reply.at(1) | reply.at(2) << 8);
+        hysteresis_ = word;
+    }
+    positive = byteOf(word, 0);
+    negative = byteOf(word, 1);
+    return 0;
+}
+
+// --- the rest
+
+int IpmiSensor::getManufacturerId(unsigned char* id, unsigned char& length) const
+{
+    return IpmiIfc::getManufacturerId(node_, id, length);
+}
+
+std::string IpmiSensor::getName() const
+{
+    return name_.empty() ? plainName(*this) : name_;
+}
+
+void IpmiSensor::dump() const
+{
+    constexpr unsigned int kPerLine = 16;
+    if (record_.length != 0)
+        std::printf("Sensor : 0x%02x", record_.at(sdr_record::kNumber));
+    for (unsigned int i = 0; i < record_.length; ++i) {
+        if (i % kPerLine == 0)
+            std::printf("\nData 0x%02x:", i);
+        std::printf(" 0x%02x", record_.at(i));
+    }
+    std::printf("\n");
+}
+
+} // namespace Ipmi

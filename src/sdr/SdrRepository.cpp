@@ -1,0 +1,169 @@
+#include "sdr/SdrRepository.h"
+
+#include "sdr/SdrLayout.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+using Head = ipmiifc_sdr_list* SdrRepository::*;
+
+struct Kind {
+    std::uint8_t type;
+    Head head;
+};
+
+// Record types with a list of their own. The lists are dropped in this order, the one for all other types last.
+constexpr Kind kKinds[] = {
+    {sdr_record::kFullType, &SdrRepository::sdr_full},
+    {sdr_record::kCompactType, &SdrRepository::sdr_compact},
+    {sdr_record::kEventOnlyType, &SdrRepository::sdr_eventonly},
+    {0x08, &SdrRepository::sdr_entity_assoc},
+    {0x09, &SdrRepository::sdr_entity_assoc},
+    {0x10, &SdrRepository::sdr_generic_locator},
+    {0x11, &SdrRepository::sdr_fru_locator},
+    {0x12, &SdrRepository::sdr_mc_locator},
+    {0xc0, &SdrRepository::sdr_oem},
+};
+static_assert(std::ranges::is_sorted(kKinds, {}, &Kind::type));
+
+Head headFor(std::uint8_t type)
+{
+    const auto* kind = std::ranges::find(kKinds, type, &Kind::type);
+    return kind != std::end(kKinds) ? kind->head : &SdrRepository::sdr_other;
+}
+
+void dropList(ipmiifc_sdr_list*& head)
+{
+    while (ipmiifc_sdr_list* entry = head) {
+        head = entry->next;
+        if (entry->sreading)
+            entry->sreading->sdr = nullptr;
+        freeEntry(entry);
+    }
+}
+
+// Of the byte that holds the share count, and of the one after it.
+constexpr std::uint8_t kShareCountBits = 0x0f, kModifierBits = 0x7f, kInstanceIncrements = 0x80, kInstanceBits = 0x7f;
+static_assert(sdr_record::compact::kModifierOffset == sdr_record::compact::kSharing + 1 &&
+              sdr_record::event_only::kModifierOffset == sdr_record::event_only::kSharing + 1);
+
+std::size_t sharingAt(const ipmiifc_sdr_list& entry)
+{
+    return entry.record_type == sdr_record::kCompactType ? sdr_record::compact::kSharing
+                                                         : sdr_record::event_only::kSharing;
+}
+
+/// `byte` with `step` added to the bits of `mask`, modulo their range; the other bits are kept.
+constexpr std::uint8_t addWithin(std::uint8_t mask, std::uint8_t byte, int step)
+{
+    return static_cast<std::uint8_t>((byte & ~mask) | ((byte + step) & mask));
+}
+static_assert(addWithin(0x0f, 0xa0, -1) == 0xaf && addWithin(0x7f, 0xff, 1) == 0x80);
+
+void advance(ipmiifc_sdr_list& entry, std::size_t index, std::uint8_t mask, int step)
+{
+    if (index < entry.length)
+        entry.data[index] = addWithin(mask, entry.data[index], step);
+}
+
+} // namespace
+
+SdrRepository::~SdrRepository()
+{
+    reset();
+}
+
+void SdrRepository::push(ipmiifc_sdr_list* entry)
+{
+    ipmiifc_sdr_list*& head = this->*headFor(entry->record_type);
+    entry->next = head;
+    head = entry;
+    ++entries;
+}
+
+bool SdrRepository::makeHeaders(std::uint32_t count)
+{
+    if (count > header_cnt) {
+        dropHeaders();
+        header_cnt = 0;
+    }
+    if (header_cnt != 0 && sdr_headers)
+        return true;
+    dropHeaders();
+    sdr_headers = new (std::nothrow) ipmiifc_sdr_header[count];
+    if (!sdr_headers)
+        return false;
+    header_cnt = count;
+    return true;
+}
+
+void SdrRepository::reset()
+{
+    dropRecords();
+    dropHeaders();
+    sdr_info = {};
+    sdr_reservation = {};
+    header_cnt = 0;
+    sdr_headers_valid = 0;
+}
+
+void SdrRepository::dropRecords()
+{
+    for (const Kind& kind : kKinds)
+        dropList(this->*kind.head);
+    dropList(sdr_other);
+    entries = 0;
+}
+
+void SdrRepository::dropHeaders()
+{
+    delete[] sdr_headers;
+    sdr_headers = nullptr;
+}
+
+unsigned shareCount(const ipmiifc_sdr_list& entry)
+{
+    if (entry.record_type != sdr_record::kCompactType && entry.record_type != sdr_record::kEventOnlyType)
+        return 0;
+    return entry.at(sharingAt(entry)) & kShareCountBits;
+}
+
+ipmiifc_sdr_list* nextShared(const ipmiifc_sdr_list& entry)
+{
+    auto* copy = new (std::nothrow) ipmiifc_sdr_list;
+    auto* data = new (std::nothrow) std::uint8_t[entry.length];
+    if (!copy || !data) {
+        delete copy;
+        delete[] data;
+        return nullptr;
+    }
+    copy->record_id = entry.record_id;
+    copy->record_type = entry.record_type;
+    copy->length = entry.length;
+    copy->data = data;
+    std::copy_n(entry.data, entry.length, data);
+
+    const std::size_t sharing = sharingAt(entry), modifier = sharing + 1;
+    advance(*copy, sharing, kShareCountBits, -1);
+    advance(*copy, modifier, kModifierBits, 1);
+    advance(*copy, sdr_record::kNumber, 0xff, 1);
+    if (entry.at(modifier) & kInstanceIncrements)
+        advance(*copy, sdr_record::kEntityInstance, kInstanceBits, 1);
+    return copy;
+}
+
+void freeEntry(ipmiifc_sdr_list* entry)
+{
+    if (entry)
+        delete[] entry->data;
+    delete entry;
+}
+
+} // namespace Ipmi

@@ -1,0 +1,85 @@
+#include "sdr/SensorCommands.h"
+
+#include <array>
+#include <vector>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr std::uint8_t kSelectedEvents = 0x80; ///< Re-arm Sensor Events: only those that the masks select
+
+std::uint8_t low(unsigned int word)
+{
+    return static_cast<std::uint8_t>(word);
+}
+
+std::uint8_t high(unsigned int word)
+{
+    return static_cast<std::uint8_t>(word >> 8);
+}
+
+unsigned short le16(const Response& reply, std::size_t index)
+{
+    return static_cast<unsigned short>(reply.at(index) | reply.at(index + 1) << 8);
+}
+
+} // namespace
+
+Response sendSensorCommand(const IpmiSensor& sensor, std::uint8_t command, std::span<const std::uint8_t> data)
+{
+    constexpr unsigned int kSoftwareOwner = 0x01;
+    if (sensor.getOwnerId() & kSoftwareOwner)
+        return {};
+    std::vector<std::uint8_t> request{sensor.getSensorNumber()};
+    request.insert(request.end(), data.begin(), data.end());
+    const TargetScope owner(sensor.getNode(), sensor.getOwnerId(), sensor.getLun(), sensor.getChannel());
+    return sendCommand(sensor.getNode(), sensor_command::kNetfn, command, request);
+}
+
+int resultOf(const Response& reply)
+{
+    return reply ? reply->cc : -1;
+}
+
+int sendRearmEvents(const IpmiSensor& sensor, unsigned int events, unsigned short assertions,
+                    unsigned short deassertions)
+{
+    const unsigned int on = assertions & events;
+    const unsigned int off = deassertions & events;
+    if ((assertions | deassertions) == 0) {
+        constexpr std::array<std::uint8_t, 1> kAllEvents = {0x00};
+        return resultOf(sendSensorCommand(sensor, sensor_command::kRearmEvents, kAllEvents));
+    }
+    const std::array<std::uint8_t, 5> data = {kSelectedEvents, low(on), high(on), low(off), high(off)};
+    return resultOf(sendSensorCommand(sensor, sensor_command::kRearmEvents, data));
+}
+
+int sendGetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned char& flags, unsigned short& assertions,
+                       unsigned short& deassertions)
+{
+    flags = 0;
+    assertions = deassertions = 0;
+    const Response reply = sendSensorCommand(sensor, sensor_command::kGetEventEnable);
+    const int result = resultOf(reply);
+    if (result != 0)
+        return result;
+    flags = reply.at(1);
+    assertions = static_cast<unsigned short>(le16(reply, 2) & events);
+    deassertions = static_cast<unsigned short>(le16(reply, 4) & events);
+    return 0;
+}
+
+int sendSetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned char flags, unsigned short assertions,
+                       unsigned short deassertions)
+{
+    const unsigned int on = assertions & events;
+    const unsigned int off = deassertions & events;
+    const std::array<std::uint8_t, 5> data = {static_cast<std::uint8_t>(flags & 0xf0), low(on), high(on), low(off),
+                                              high(off)};
+    return resultOf(sendSensorCommand(sensor, sensor_command::kSetEventEnable, data));
+}
+
+} // namespace Ipmi

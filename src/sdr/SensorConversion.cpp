@@ -1,0 +1,182 @@
+// Conversion between raw bytes and values in a sensor's units (IPMI 2.0, 36.3).
+#include "base/Log.h"
+#include "ipmi/IpmiSensor.h"
+#include "sdr/SdrLayout.h"
+
+#include <cmath>
+#include <limits>
+
+namespace Ipmi
+{
+
+using namespace sdr_record;
+
+namespace
+{
+
+constexpr double kLn2 = 0.6931471805599453;
+
+enum Format : unsigned int { kUnsigned, kOnesComplement, kTwosComplement, kNoAnalogReading };
+
+/// Linearisations; every code above is treated as linear.
+enum Linearization : unsigned int {
+    kLinear,
+    kLn,
+    kLog10,
+    kLog2,
+    kE,
+    kExp10,
+    kExp2,
+    kInverse,
+    kSquare,
+    kCube,
+    kSquareRoot,
+    kCubeRoot
+};
+
+constexpr int signExtend(unsigned int value, unsigned int width)
+{
+    const unsigned int sign = 1U << (width - 1);
+    return static_cast<int>(value & (2 * sign - 1)) - static_cast<int>(value & sign) * 2;
+}
+static_assert(signExtend(0x3ff, 10) == -1 && signExtend(0x200, 10) == -512 && signExtend(0x1ff, 10) == 511);
+static_assert(signExtend(0xf6, 8) == -10 && signExtend(0x8, 4) == -8);
+
+/// One's complement, negative zero counting as zero.
+constexpr int onesComplement(unsigned int raw)
+{
+    return signExtend(raw & 0x80 ? raw + 1 : raw, 8);
+}
+static_assert(onesComplement(0xff) == 0 && onesComplement(0x80) == -127 && onesComplement(0x7f) == 127);
+
+/// Conversion factors of a full sensor record.
+struct Factors {
+    unsigned int format, linearization;
+    int m, b;
+    double bScale, resultScale; ///< the powers of ten
+
+    explicit Factors(const IpmiSdrRecord& record)
+        : format(record.at(kUnits) >> 6), linearization(record.at(full::kLinearization) & 0x7fU),
+          m(tenBits(record, full::kM)), b(tenBits(record, full::kB)),
+          bScale(std::pow(10.0, signExtend(record.at(full::kExponents), 4))),
+          resultScale(std::pow(10.0, signExtend(record.at(full::kExponents) >> 4, 4)))
+    {
+    }
+
+    /// A factor's low byte, and its two high bits on top of the next byte.
+    static int tenBits(const IpmiSdrRecord& record, unsigned int index)
+    {
+        return signExtend(record.at(index) | (record.at(index + 1) & 0xc0U) << 2, 10);
+    }
+};
+
+double linearize(unsigned int linearization, double y)
+{
+    switch (linearization) {
+    case kLn:
+        return std::log(y);
+    case kLog10:
+        return std::log10(y);
+    case kLog2:
+        return std::log(y) / kLn2;
+    case kE:
+        return std::exp(y);
+    case kExp10:
+        return std::pow(10.0, y);
+    case kExp2:
+        return std::pow(2.0, y);
+    case kInverse:
+        return 1.0 / y;
+    case kSquare:
+        return y * y;
+    case kCube:
+        return std::pow(y, 3.0);
+    case kSquareRoot:
+        return std::sqrt(y);
+    case kCubeRoot:
+        return std::cbrt(y);
+    default:
+        return y;
+    }
+}
+
+double unlinearize(unsigned int linearization, double value)
+{
+    constexpr double kESquared = 7.38905609893065;
+    switch (linearization) {
+    case kLn:
+        return std::exp(value);
+    case kLog10:
+        return std::pow(10.0, value);
+    case kLog2:
+        return std::exp(value) * kESquared; // not two to the value: this is meant
+    case kE:
+        return std::log(value);
+    case kExp10:
+        return std::log10(value);
+    case kExp2:
+        return std::log(value) / kLn2;
+    case kInverse:
+        return std::log(value) / std::log(-1.0); // never a number: this is meant
+    case kSquare:
+        return std::sqrt(value);
+    case kCube:
+        return std::cbrt(value);
+    case kSquareRoot:
+        return value * value;
+    case kCubeRoot:
+        return std::pow(value, 3.0);
+    default:
+        return value;
+    }
+}
+
+/// What is not a number, or none of 32 bits, gives the smallest number, as the processor's own conversion does.
+int toInt(double value)
+{
+    using Limits = std::numeric_limits<int>;
+    return value >= Limits::min() && value <= Limits::max() ? static_cast<int>(value) : Limits::min();
+}
+
+} // namespace
+
+double IpmiSensor::convertRawValue(unsigned int raw) const
+{
+    if (record_.at(kType) != kFullType) {
+        TRX::log(LOG_ERR, "%s: request but not a full sensor", "convertRawValue");
+        return 0.0;
+    }
+    const Factors factors(record_);
+    double product = 0.0;
+    switch (factors.format) {
+    case kUnsigned:
+        product = factors.m * static_cast<double>(raw);
+        break;
+    case kOnesComplement:
+        product = factors.m * onesComplement(raw);
+        break;
+    case kTwosComplement:
+        product = factors.m * signExtend(raw, 8);
+        break;
+    default:
+        TRX::log(LOG_ERR, "%s: request against non-threshold sensor", "convertRawValue");
+        return 0.0;
+    }
+    return linearize(factors.linearization, (product + factors.b * factors.bScale) * factors.resultScale);
+}
+
+int IpmiSensor::convertToRawValue(double value) const
+{
+    if (value == 0.0 || record_.at(kType) != kFullType) // 0.0 is raw 0 whatever the factors: this is meant
+        return 0;
+    const Factors factors(record_);
+    if (factors.format == kNoAnalogReading || (factors.format == kUnsigned && factors.m == 0))
+        return 0;
+    const double v = unlinearize(factors.linearization, value);
+    double r = v / (factors.resultScale * factors.m) - (factors.b * factors.bScale) / factors.m;
+    if (factors.format == kOnesComplement)
+        r -= 1.0; // for positive values too: this is meant
+    return toInt(std::floor(r + 0.5));
+}
+
+} // namespace Ipmi
