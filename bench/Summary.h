@@ -1,0 +1,32 @@
+// What the measurements say together: a table with ratios after the runs.
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Bench
+{
+
+/// Prints the runs as they come and keeps their counters.
+class Summary final : public benchmark::ConsoleReporter
+{
+public:
+    Summary();
+    void ReportRuns(const std::vector<Run>& runs) override;
+    /// The table of what was run.
+    void print() const;
+
+private:
+    using Counters = std::map<std::string, double>;
+
+    /// A counter, or no number where that was not run.
+    double value(const std::string& run, const std::string& counter) const;
+    void printLine(const std::string& what, double value, const char* unit, const char* remark = "") const;
+    void printScaling(const char* verb) const;
+
+    std::map<std::string, Counters> runs_;
+};
+
+} // namespace Bench
