@@ -57,29 +57,36 @@ void publishFirmware(Bytes answer)
     IpmiIfc::hpe_bmc = maker == kFlaggedMaker;
 }
 
-/// The first block of a system info text (IPMI 2.0, 22.14a): parameter revision, set selector, encoding, length of the
-/// whole text, and up to 14 bytes of it. Nothing when the answer ends before the text.
-std::optional<std::string> systemInfoText(Bytes answer)
+/// Takes what `reader` still has of a text, up to its length. @return false for nothing
+bool takeText(SystemInfoText& text, TRX::WireReader& reader)
 {
-    constexpr std::size_t blockRoom = 14;
-    constexpr std::uint8_t utf8 = 1, utf16 = 2;
-    TRX::WireReader reader(answer);
-    reader.skip(3);
-    const std::uint8_t encoding = reader.u8() & 0x0f;
-    const std::size_t length = std::min<std::size_t>(reader.u8(), blockRoom);
-    if (!reader.ok())
-        return std::nullopt;
-    const Bytes text = reader.bytes(std::min(length, reader.remaining()));
-    return encoding == utf8    ? TRX::textFromUtf8(text)
-           : encoding == utf16 ? TRX::textFromUtf16(text)
-                               : TRX::textFromLatin1(text);
+    const std::size_t missing = text.length - text.bytes.size();
+    const Bytes more = reader.bytes(std::min(missing, reader.remaining()));
+    text.bytes.insert(text.bytes.end(), more.begin(), more.end());
+    return !more.empty();
 }
 
-int keepText(const ipmiifc_resp* resp, std::optional<std::string>& store)
+/// The first block of a text: parameter revision, set selector, encoding, length of the whole text, and up to 14 bytes
+/// of it. Nothing when the answer ends before the text.
+std::optional<SystemInfoText> firstTextBlock(Bytes answer)
+{
+    constexpr std::size_t kBlockEnd = 19;
+    TRX::WireReader reader(answer.first(std::min(answer.size(), kBlockEnd)));
+    reader.skip(3);
+    SystemInfoText text;
+    text.encoding = reader.u8() & 0x0f;
+    text.length = reader.u8();
+    if (!reader.ok())
+        return std::nullopt;
+    takeText(text, reader);
+    return text;
+}
+
+int keepText(const ipmiifc_resp* resp, std::optional<SystemInfoText>& store)
 {
     if (const int result = judge(resp); result != 0)
         return result;
-    auto text = systemInfoText(answerBytes(*resp));
+    auto text = firstTextBlock(answerBytes(*resp));
     if (!text)
         return -1;
     store = std::move(text);
@@ -121,6 +128,23 @@ int keepOsName(BmcIdentity& identity, const ipmiifc_resp* resp)
 int keepOsVersion(BmcIdentity& identity, const ipmiifc_resp* resp)
 {
     return keepText(resp, identity.osVersion);
+}
+
+bool addTextBlock(SystemInfoText& text, const ipmiifc_resp* resp)
+{
+    if (judge(resp) != 0)
+        return false;
+    TRX::WireReader reader(answerBytes(*resp));
+    reader.skip(3); // completion code, parameter revision, set selector
+    return reader.ok() && takeText(text, reader);
+}
+
+std::string textOf(const SystemInfoText& text)
+{
+    constexpr std::uint8_t kUtf8 = 1, kUtf16 = 2;
+    return text.encoding == kUtf8    ? TRX::textFromUtf8(text.bytes)
+           : text.encoding == kUtf16 ? TRX::textFromUtf16(text.bytes)
+                                     : TRX::textFromLatin1(text.bytes);
 }
 
 int keepSelfTest(BmcIdentity& identity, const ipmiifc_resp* resp)

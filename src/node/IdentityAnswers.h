@@ -12,6 +12,10 @@ using KeepAnswer = int (*)(BmcIdentity& identity, const ipmiifc_resp* resp);
 int keepDeviceId(BmcIdentity& identity, const ipmiifc_resp* resp);
 int keepOsName(BmcIdentity& identity, const ipmiifc_resp* resp);
 int keepOsVersion(BmcIdentity& identity, const ipmiifc_resp* resp);
+/// Adds one of the blocks after the first. @return false when it brings nothing
+bool addTextBlock(SystemInfoText& text, const ipmiifc_resp* resp);
+/// The text in UTF-8.
+std::string textOf(const SystemInfoText& text);
 int keepSelfTest(BmcIdentity& identity, const ipmiifc_resp* resp);
 
 } // namespace Ipmi

@@ -46,16 +46,31 @@ int deviceIdByte(int node, std::size_t index, unsigned char mask, unsigned char&
     return answer ? 0 : kNoResponse;
 }
 
-std::string systemInfo(int node, std::optional<std::string> BmcIdentity::*field, std::size_t command, KeepAnswer keep)
+/// Asks for the blocks after the first; what cannot be had is not asked for again.
+void completeText(int node, std::uint8_t parameter, SystemInfoText& text)
+{
+    for (std::uint8_t set = 1; text.bytes.size() < text.length; ++set) {
+        const std::uint8_t request[] = {0, parameter, set, 0};
+        const Response response = sendCommand(node, kApp, kGetSystemInfo, request);
+        if (!addTextBlock(text, response.get()))
+            text.length = static_cast<std::uint8_t>(text.bytes.size());
+    }
+}
+
+std::string systemInfo(int node, std::optional<SystemInfoText> BmcIdentity::*field, std::size_t command,
+                       KeepAnswer keep)
 {
     if (!isNode(node))
         return {};
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.bmcInfoLock);
-    const std::optional<std::string>& text = self.identity.*field;
+    std::optional<SystemInfoText>& text = self.identity.*field;
     if (!text)
         ask(node, command, keep, self.identity);
-    return text.value_or(std::string());
+    if (!text)
+        return {};
+    completeText(node, kOneShotCommands[command].data[1], *text);
+    return textOf(*text);
 }
 
 template <typename... Arguments> std::string formatted(const char* format, Arguments... arguments)

@@ -23,14 +23,21 @@ namespace Ipmi
 
 inline constexpr int FD_READ = 0, FD_WRITE = 1;
 
+/// A text among the system info parameters (IPMI 2.0, 22.14a), as far as its blocks have been asked for.
+struct SystemInfoText {
+    std::uint8_t encoding = 0;
+    std::uint8_t length = 0;         ///< of the whole text, in bytes
+    std::vector<std::uint8_t> bytes; ///< at most `length`
+};
+
 /// BMC identity: raw answers, completion code first, and how many of their bytes the BMC sent (0: not answered yet).
 struct BmcIdentity {
     std::array<std::uint8_t, 16> deviceId{};
     std::size_t deviceIdLength = 0;
     std::array<std::uint8_t, 3> selfTest{};
     std::size_t selfTestLength = 0;
-    std::optional<std::string> osName;
-    std::optional<std::string> osVersion;
+    std::optional<SystemInfoText> osName;
+    std::optional<SystemInfoText> osVersion;
 };
 
 /// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;

@@ -9,8 +9,8 @@ namespace Ipmi
 
 namespace
 {
-constexpr std::uint8_t kApp = 0x06, kStorage = 0x0a;
-constexpr std::uint8_t kGetDeviceId = 0x01, kGetSelfTest = 0x04, kGetSystemInfo = 0x59, kGetSdrInfo = 0x20;
+constexpr std::uint8_t kStorage = 0x0a;
+constexpr std::uint8_t kGetDeviceId = 0x01, kGetSelfTest = 0x04, kGetSdrInfo = 0x20;
 constexpr std::uint8_t kOsName = 4, kOsVersion = 5; // parameters of Get System Info Parameters: set 0, block 0 of each
 } // namespace
 

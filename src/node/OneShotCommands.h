@@ -11,6 +11,8 @@
 namespace Ipmi
 {
 
+inline constexpr std::uint8_t kApp = 0x06, kGetSystemInfo = 0x59; ///< network function, Get System Info Parameters
+
 struct OneShotCommand {
     bool enabled;
     int (*handler)(ipmiifc_resp* resp);

@@ -15,28 +15,17 @@ TEST(WireReader, latchesAtEveryTruncation)
 {
     const Bytes whole{0x01, 0x34, 0x12, 0x56, 0x34, 0x12, 0xaa, 0xbb, 0xcc};
     for (std::size_t length = 0; length <= whole.size(); ++length) {
-        const Bytes bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-        TRX::WireReader reader(bytes);
+        TRX::WireReader reader{std::span(whole).first(length)};
         EXPECT_EQ(reader.u8(), length >= 1 ? 0x01U : 0U);
         EXPECT_EQ(reader.le16(), length >= 3 ? 0x1234U : 0U);
         EXPECT_EQ(reader.le24(), length >= 6 ? 0x123456U : 0U);
         reader.skip(1);
-        const auto rest = reader.bytes(2);
-        EXPECT_EQ(rest.size(), length == whole.size() ? 2U : 0U);
+        EXPECT_EQ(reader.bytes(2).size(), length == whole.size() ? 2U : 0U);
         EXPECT_EQ(reader.ok(), length == whole.size()) << length;
         EXPECT_EQ(reader.u8(), 0U);
+        EXPECT_TRUE(reader.bytes(SIZE_MAX).empty()); // huge counts do not wrap
         EXPECT_FALSE(reader.ok());
     }
-}
-
-TEST(WireReader, hugeCountsDoNotWrap)
-{
-    const Bytes bytes(4);
-    TRX::WireReader reader(bytes);
-    reader.skip(1);
-    EXPECT_TRUE(reader.bytes(SIZE_MAX).empty());
-    EXPECT_FALSE(reader.ok());
-    EXPECT_EQ(reader.remaining(), 3U);
 }
 
 using Decode = std::string (*)(std::span<const std::uint8_t>);
@@ -51,29 +40,20 @@ TEST(Text, isUtf8WithoutControlCharacters)
         const char* text;
     };
     const Row rows[] = {
-        {"empty", latin1, {}, ""},
         {"latin-1", latin1, {'a', 0xe9, 0xff}, "a\u00e9\u00ff"},
         {"controls", latin1, {'a', 0x1b, 0x07, 0x7f, 0x80, 0x9f, 'b'}, "a?????b"},
         {"padding", latin1, {'a', ' ', 'b', 0, ' ', 0, 0}, "a b"},
         {"only padding", latin1, {0, ' ', 0}, ""},
         {"NUL inside", latin1, {'a', 0, 'b'}, "a?b"},
-        {"utf-8 of every length",
-         utf8,
-         {'a', 0xc3, 0xa9, 0xe2, 0x82, 0xac, 0xf0, 0x9f, 0x98, 0x80},
-         "a\u00e9\u20ac\U0001F600"},
+        {"utf-8", utf8, {'a', 0xc3, 0xa9, 0xe2, 0x82, 0xac, 0xf0, 0x9f, 0x98, 0x80}, "a\u00e9\u20ac\U0001F600"},
         {"utf-8 cut off", utf8, {'a', 0xe2, 0x82}, "a"},
-        {"utf-8 stray continuation", utf8, {0x80, 'a'}, "?a"},
-        {"utf-8 broken sequence", utf8, {0xe2, 'a', 'b'}, "?ab"},
-        {"utf-8 overlong", utf8, {0xc0, 0xaf}, "??"},
-        {"utf-8 surrogate", utf8, {0xed, 0xa0, 0x80, 'a'}, "?a"},
-        {"utf-8 beyond unicode", utf8, {0xf7, 0xbf, 0xbf, 0xbf}, "????"},
-        {"utf-8 C1 control", utf8, {0xc2, 0x85, 'a'}, "?a"},
-        {"utf-8 impossible lead", utf8, {0xff, 'a'}, "?a"},
-        {"utf-16", utf16, {'a', 0, 0xac, 0x20, 0x3d, 0xd8, 0x00, 0xde}, "a\u20ac\U0001F600"},
+        {"utf-8 broken sequences", utf8, {0x80, 'a', 0xe2, 'a', 'b', 0xff, 'a'}, "?a?ab?a"},
+        {"utf-8 overlong, surrogate", utf8, {0xc0, 0xaf, 0xed, 0xa0, 0x80, 'a'}, "???a"},
+        {"utf-8 beyond unicode, C1 control", utf8, {0xf7, 0xbf, 0xbf, 0xbf, 0xc2, 0x85, 'a'}, "?????a"},
+        {"utf-16", utf16, {'a', 0, 0xac, 0x20, 0x3d, 0xd8, 0x00, 0xde, 0, 0, ' ', 0}, "a\u20ac\U0001F600"},
         {"utf-16 odd length", utf16, {'a', 0, 'b'}, "a"},
         {"utf-16 cut pair", utf16, {'a', 0, 0x3d, 0xd8}, "a"},
         {"utf-16 lone surrogates", utf16, {0x00, 0xde, 0x3d, 0xd8, 'a', 0}, "??a"},
-        {"utf-16 padding", utf16, {'a', 0, 0, 0, ' ', 0}, "a"},
     };
     for (const Row& row : rows)
         EXPECT_EQ(row.decode(row.bytes), row.text) << row.name;

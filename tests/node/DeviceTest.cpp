@@ -18,6 +18,7 @@ namespace
 {
 
 using Device = NodeFixture;
+using Lines = std::vector<Support::LogLine>;
 
 bool isOpen(int fd)
 {
@@ -32,17 +33,29 @@ TEST_F(Device, opensAndClosesWithoutLosingDescriptors)
         ASSERT_EQ(IpmiIfcOpenIpmiOpen(0), node.fd); // closes the one before
     const int last = node.fd;
     EXPECT_LT(last, 50);
-    IpmiIfcOpenIpmiClose(0);
+    for (int i = 0; i < 2; ++i)
+        IpmiIfcOpenIpmiClose(0);
     EXPECT_FALSE(isOpen(last));
     EXPECT_EQ(node.fd, -1);
     EXPECT_EQ(node.deviceOpen, 0);
-    IpmiIfcOpenIpmiClose(0);
 
     sim.remove();
     EXPECT_EQ(IpmiIfcOpenIpmiOpen(0), -1);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_TRUE(
         sim.log().has(LOG_ERR, "IpmiIfcOpenIpmiOpen: open(/dev/ipmi0, RDWR) failed 2 No such file or directory"));
+
+    ASSERT_TRUE(isOpen(0)); // descriptor 0, as a record says before it is initialised, is the program's
+    IpmiIfcOpenIpmiClose(3);
+    closeSignalPipe(3);
+    EXPECT_EQ(IpmiIfcCloseForCLI(3), 0);
+    EXPECT_TRUE(isOpen(0));
+}
+
+TEST_F(Device, numbersOfNoNodeAreSafe)
+{
+    ipmiifc_req req;
+    ipmiifc_resp* none = nullptr;
     for (const int bad : {-1, kNodeCount, INT_MAX, INT_MIN}) {
         EXPECT_EQ(IpmiIfcOpenIpmiOpen(bad), -2);
         IpmiIfcOpenIpmiClose(bad);
@@ -50,16 +63,25 @@ TEST_F(Device, opensAndClosesWithoutLosingDescriptors)
         EXPECT_EQ(IpmiIfcOpenIpmiAddressSet(bad), -1);
         EXPECT_EQ(IpmiIfcInitForCLI(bad), -2);
         EXPECT_EQ(IpmiIfcCloseForCLI(bad), -2);
+        InitIpmiNode(bad);
+        _setState(bad, IpmiIfc::IPMI_STATE_RUNNING);
+        EXPECT_NO_THROW(_changeState(bad, IpmiIfc::IPMI_STATE_IDLE, IpmiIfc::IPMI_STATE_RUNNING));
+        EXPECT_EQ(IpmiIfc::getState(bad), 0);
+        EXPECT_EQ(IpmiIfc::waitState(bad, 0), 0);
+        EXPECT_EQ(IpmiIfc::timedWaitState(bad, 0, 1, 0), 0);
+        EXPECT_EQ(IpmiIfcSendWresponse(bad, &req, 0, nullptr), nullptr);
+        EXPECT_EQ(IpmiIfcSendCmd(bad, 1, 6, 0, 0, nullptr, 0), nullptr);
+        EXPECT_EQ(IpmiIfc::OemIpmiIfcSend(bad, &req, 0), nullptr);
+        EXPECT_EQ(IpmiIfc::sendCmd(bad, 1, 6, 0, nullptr, nullptr, nullptr), 0xff);
+        EXPECT_FALSE(sendCommand(bad, 6, 1));
     }
-}
-
-TEST_F(Device, aNodeThatWasNeverOpenedOwnsNothing)
-{
-    ASSERT_TRUE(isOpen(0)); // descriptor 0, as the record says before it is initialised, is the program's
-    IpmiIfcOpenIpmiClose(3);
-    closeSignalPipe(3);
-    EXPECT_EQ(IpmiIfcCloseForCLI(3), 0);
-    EXPECT_TRUE(isOpen(0));
+    EXPECT_EQ(IpmiIfcSendWresponse(0, nullptr, 0, nullptr), nullptr);
+    EXPECT_EQ(IpmiIfc::sendCmd(1, 6, 5, nullptr, nullptr, nullptr), 0xff);
+    EXPECT_EQ(IpmiIfcRespNew(nullptr), -1);
+    EXPECT_EQ(IpmiIfcRespReuse(nullptr), -1);
+    EXPECT_EQ(IpmiIfcRespDel(nullptr), -1);
+    EXPECT_EQ(IpmiIfcRespDel(&none), -1);
+    EXPECT_EQ(sim.calls(Support::SimNode::kOpen), 1); // the device has not seen it
 }
 
 TEST_F(Device, timingComesFromTheEnvironment)
@@ -79,30 +101,28 @@ TEST_F(Device, timingComesFromTheEnvironment)
         {"4294967297", "2147483648", 0, 0, 0, nullptr},
         {"3", nullptr, 0, 1, 1, "IPMI timing parms have been set to: retries=3, retry_time=0(ms)"},
         {nullptr, "250", 0, 1, 1, "IPMI timing parms have been set to: retries=-1, retry_time=250(ms)"},
-        {"2", "100", 0, 1, 1, "IPMI timing parms have been set to: retries=2, retry_time=100(ms)"},
         {"2", "100", kGet, 1, 0, "Can not get IPMI default timing parms, they will not be changed."},
         {"2", "100", kSet, 1, 1, "Can not set IPMI timing parms."},
     };
+    const auto set = [](const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); };
     for (const Row& row : rows) {
         ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0); // driver defaults again
-        row.retries ? setenv("CIM_IPMI_RETRIES", row.retries, 1) : unsetenv("CIM_IPMI_RETRIES");
-        row.time ? setenv("CIM_IPMI_RETRY_TIME", row.time, 1) : unsetenv("CIM_IPMI_RETRY_TIME");
+        set("CIM_IPMI_RETRIES", row.retries);
+        set("CIM_IPMI_RETRY_TIME", row.time);
         if (row.failing)
             sim.fail(row.failing, EIO);
         const int gets = sim.calls(kGet), sets = sim.calls(kSet);
         IpmiIfcSetTimingParms(0);
         EXPECT_EQ(sim.calls(kGet) - gets, row.gets);
         EXPECT_EQ(sim.calls(kSet) - sets, row.sets);
-        std::vector<Support::LogLine> expected;
-        if (row.gets && row.failing != kGet)
+        Lines expected;
+        if (row.sets)
             expected.push_back({LOG_NOTICE, "IPMI default timing parms: retries=-1, retry_time=0(ms)"});
         if (row.result)
             expected.push_back({row.failing ? LOG_WARNING : LOG_NOTICE, row.result});
         EXPECT_EQ(sim.log().lines(), expected);
         sim.log().clear();
     }
-    unsetenv("CIM_IPMI_RETRIES");
-    unsetenv("CIM_IPMI_RETRY_TIME");
 }
 
 TEST_F(Device, ownAddressAndEventDelivery)
@@ -126,61 +146,48 @@ TEST_F(Device, ownAddressAndEventDelivery)
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(7, &off), -1);
     sim.fail(kEvents, EIO);
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(0, &off), -1);
-    const std::vector<Support::LogLine> expected{
+    const Lines expected{
         {LOG_ERR, "Node 0: IpmiIfcOpenIpmiAddressSet failed ioctl call returning -1"},
         {LOG_ERR, "Node 0: IpmiIfcOpenIpmiEventEnable failed ioctl call rc = 0xffffffff returning -1"}};
     EXPECT_EQ(sim.log().complaints(), expected);
 }
 
-TEST_F(Device, theSignalPipeBlocksItsReaderOnly)
+TEST_F(Device, isInitialisedAndClosedAgainAndAgain)
 {
     const int readEnd = node.signalCmdPipeFds[FD_READ], writeEnd = node.signalCmdPipeFds[FD_WRITE];
-    EXPECT_EQ(fcntl(readEnd, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(fcntl(readEnd, F_GETFL) & O_NONBLOCK, 0); // its reader only may block
     EXPECT_NE(fcntl(writeEnd, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_NE(fcntl(readEnd, F_GETFD) & FD_CLOEXEC, 0);
-    bmc.expect({0x06, 0x01}, {0xc1});
-    EXPECT_EQ(IpmiIfcInitForCLI(0), 0); // again: the pipe of before is closed
-    const int ends[] = {node.signalCmdPipeFds[FD_READ], node.signalCmdPipeFds[FD_WRITE]};
-    EXPECT_TRUE(ends[0] == readEnd && ends[1] == writeEnd);
+    init();
+    EXPECT_TRUE(node.signalCmdPipeFds[FD_READ] == readEnd && node.signalCmdPipeFds[FD_WRITE] == writeEnd); // reused
+    EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_CLI);
     EXPECT_EQ(IpmiIfcCloseForCLI(0), 0);
     EXPECT_FALSE(isOpen(readEnd) || isOpen(writeEnd));
-    EXPECT_EQ(node.signalCmdPipeFds[FD_READ], -1);
-}
-
-TEST_F(Device, initFailsOnARunningNodeAndWithoutPipeOrDevice)
-{
-    node.state = IpmiIfc::IPMI_STATE_RUNNING;
-    EXPECT_THROW(IpmiIfcInitForCLI(0), CmpiStatus);
-    EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_RUNNING);
-    IpmiIfcCloseForCLI(0);
+    EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_IDLE);
+    EXPECT_TRUE(IpmiIfc::getSensors(0).empty());
+    EXPECT_FALSE(sendCommand(0, 0x06, 0x01));
     EXPECT_EQ(IpmiIfcInitForCLI(0), -2); // the device is not open
     EXPECT_EQ(node.signalCmdPipeFds[FD_READ], -1);
     EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_IDLE);
 
+    ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
+    init({0x00, 0x20});
+    unsigned char id = 0;
+    EXPECT_EQ(IpmiIfc::getDeviceId(id), 0);
+    EXPECT_EQ(id, 0x20);
+    EXPECT_EQ(node.myAddress, 0x20U);
+
+    node.state = IpmiIfc::IPMI_STATE_RUNNING;
+    EXPECT_THROW(IpmiIfcInitForCLI(0), CmpiStatus);
+    EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_RUNNING);
+    IpmiIfcCloseForCLI(0);
     rlimit limit{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlimit none{0, limit.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const int result = IpmiIfcInitForCLI(0);
+    EXPECT_EQ(IpmiIfcInitForCLI(0), -1);
     EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-    EXPECT_EQ(result, -1);
     EXPECT_TRUE(sim.log().has(LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"));
-}
-
-TEST_F(Device, aClosedNodeCanBeOpenedAgain)
-{
-    EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_CLI);
-    EXPECT_EQ(node.myAddress, 0x20U);
-    EXPECT_EQ(IpmiIfcCloseForCLI(0), 0);
-    EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_IDLE);
-    EXPECT_TRUE(IpmiIfc::getSensors(0).empty());
-    EXPECT_FALSE(sendCommand(0, 0x06, 0x01));
-    bmc.expect({0x06, 0x01}, {0x00, 0x20});
-    ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
-    EXPECT_EQ(IpmiIfcInitForCLI(0), 0);
-    unsigned char id = 0;
-    EXPECT_EQ(IpmiIfc::getDeviceId(id), 0);
-    EXPECT_EQ(id, 0x20);
 }
 
 } // namespace

@@ -19,9 +19,8 @@ protected:
 
     NodeFixture()
     {
-        bmc.expect({0x06, 0x01}, {0xc1}); // of IpmiIfcInitForCLI
         EXPECT_GT(IpmiIfcOpenIpmiOpen(0), 0);
-        EXPECT_EQ(IpmiIfcInitForCLI(0), 0);
+        init();
         sim.log().clear();
     }
     ~NodeFixture() override
@@ -29,6 +28,13 @@ protected:
         node.shutdown = false;
         node.targetAddress = 0;
         IpmiIfcCloseForCLI(0);
+    }
+
+    /// IpmiIfcInitForCLI, with this answer to its Get Device ID.
+    void init(const Bytes& answer = {0xc1})
+    {
+        bmc.expect({0x06, 0x01}, answer);
+        EXPECT_EQ(IpmiIfcInitForCLI(0), 0);
     }
 
     /// One exchange with a message id of the test's choice.

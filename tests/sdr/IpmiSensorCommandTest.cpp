@@ -37,32 +37,26 @@ protected:
     SimNode sim{bmc};
     IpmiThresholdSensor analog = sensor<IpmiThresholdSensor>(record(kFull));
     IpmiDiscreteSensor discrete = sensor<IpmiDiscreteSensor>(record(kCompact));
+    const std::vector<IpmiSensor*> both{&analog, &discrete};
 };
 
 TEST_F(IpmiSensorCommand, StateIsReadNow)
 {
-    const struct {
-        Bytes answer;
-        int result, analog, discrete;
-    } rows[] = {
-        {{0x00, 0x50, 0xc0, 0xc9, 0x80}, 0, 0x09, 0x00c9},
-        {{0x00, 0x50, 0xc0, 0xff, 0xff}, 0, 0x3f, 0x7fff},
-        {{0x00, 0x50, 0x60, 0xff, 0xff}, 0, 0, 0},
-        {{0x00, 0x50, 0xc0}, 0, 0, 0},
-        {{0x00}, 0, 0, 0},
-        {{0xcb}, 0xcb, 0, 0},
-        {{0xc3}, 0xc3, 0, 0},
-        {{0xff}, 0xff, 0, 0},
-    };
-    for (const auto& row : rows) {
-        for (IpmiSensor* made : {static_cast<IpmiSensor*>(&analog), static_cast<IpmiSensor*>(&discrete)}) {
-            expect({0x04, 0x2d, 0x12}, row.answer);
+    using Row = std::tuple<Bytes, int, int, int>; // answer, result, state of the analog sensor, of the discrete one
+    const std::vector<Row> rows(
+        {Row{{0x00, 0x50, 0xc0, 0xc9, 0x80}, 0, 0x09, 0x00c9}, Row{{0x00, 0x50, 0xc0, 0xff, 0xff}, 0, 0x3f, 0x7fff},
+         Row{{0x00, 0x50, 0x60, 0xff, 0xff}, 0, 0, 0}, Row{{0x00, 0x50, 0xc0}, 0, 0, 0}, Row{{0x00}, 0, 0, 0},
+         Row{{0xcb}, 0xcb, 0, 0}, Row{{0xc3}, 0xc3, 0, 0}, Row{{0xff}, 0xff, 0, 0}});
+    for (const auto& [answer, result, ofAnalog, ofDiscrete] : rows) {
+        for (IpmiSensor* made : both) {
+            SCOPED_TRACE(testing::PrintToString(answer));
+            expect({0x04, 0x2d, 0x12}, answer);
             int state = 99;
-            EXPECT_EQ(made->getSensorState(state), row.result) << "row " << &row - rows;
-            EXPECT_EQ(state, made->isDiscrete() ? row.discrete : row.analog) << "row " << &row - rows;
-            EXPECT_EQ(made->getLastReadResult(), static_cast<unsigned int>(row.result));
-            EXPECT_EQ(made->getLastReading().valid, row.result == 0);
-            EXPECT_EQ(made->getLastReading().present, row.result != 0xcb);
+            EXPECT_EQ(made->getSensorState(state), result);
+            EXPECT_EQ(state, made->isDiscrete() ? ofDiscrete : ofAnalog);
+            EXPECT_EQ(made->getLastReadResult(), static_cast<unsigned int>(result));
+            EXPECT_EQ(made->getLastReading().valid, result == 0);
+            EXPECT_EQ(made->getLastReading().present, result != 0xcb);
         }
     }
 }
@@ -95,24 +89,18 @@ TEST_F(IpmiSensorCommand, EventsAreRearmed)
 
 TEST_F(IpmiSensorCommand, EventEnables)
 {
-    const struct {
-        Bytes answer;
-        int result, flags, analog, discrete, deassertions;
-    } rows[] = {
-        {{0x00, 0xc0, 0xff, 0xff, 0x34, 0x02}, 0, 0xc0, 0x0fff, 0x7fff, 0x0234},
-        {{0x00, 0x40}, 0, 0x40, 0, 0, 0},
-        {{0x00}, 0, 0, 0, 0, 0},
-        {{0xcb, 0xc0, 0xff}, 0xcb, 0, 0, 0, 0},
-    };
-    for (const auto& row : rows) {
-        for (const IpmiSensor* made : {static_cast<IpmiSensor*>(&analog), static_cast<IpmiSensor*>(&discrete)}) {
-            expect({0x04, 0x29, 0x12}, row.answer);
+    using Row = std::tuple<Bytes, int, int, int, int, int>; // answer, result, flags, analog, discrete, deassertions
+    const std::vector<Row> rows({Row{{0x00, 0xc0, 0xff, 0xff, 0x34, 0x02}, 0, 0xc0, 0x0fff, 0x7fff, 0x0234},
+                                 Row{{0x00, 0x40}, 0, 0x40, 0, 0, 0}, Row{{0x00}, 0, 0, 0, 0, 0},
+                                 Row{{0xcb, 0xc0, 0xff}, 0xcb, 0, 0, 0, 0}});
+    for (const auto& [answer, result, flagBits, ofAnalog, ofDiscrete, deassertions] : rows) {
+        for (IpmiSensor* made : both) {
+            expect({0x04, 0x29, 0x12}, answer);
             unsigned char flags = 99;
             unsigned short on = 99, off = 99;
-            EXPECT_EQ(made->getEventEnable(flags, on, off), row.result);
-            EXPECT_EQ(flags, row.flags);
-            EXPECT_EQ(on, made->isDiscrete() ? row.discrete : row.analog);
-            EXPECT_EQ(off, row.deassertions);
+            EXPECT_EQ(made->getEventEnable(flags, on, off), result);
+            EXPECT_EQ(on, made->isDiscrete() ? ofDiscrete : ofAnalog);
+            EXPECT_TRUE(flags == flagBits && off == deassertions) << testing::PrintToString(answer);
         }
     }
     expect({0x04, 0x28, 0x12, 0xd0, 0xff, 0x0f, 0x01, 0x00}, {0x00});
@@ -123,19 +111,16 @@ TEST_F(IpmiSensorCommand, EventEnables)
 
 TEST_F(IpmiSensorCommand, HysteresisIsAskedOnce)
 {
+    using Row = std::tuple<bool, Bytes, int, int, int>; // refresh, answer (empty: nothing is asked), result, up, down
+    const std::vector<Row> rows({Row{false, {0xc3}, 0xc3, 0, 0}, Row{false, {0x00, 3, 4}, 0, 3, 4},
+                                 Row{false, {}, 0, 3, 4}, Row{true, {0x00, 5}, 0, 5, 0}});
     unsigned char up = 99, down = 99;
-    expect({0x04, 0x25, 0x12, 0xff}, {0xc3});
-    EXPECT_EQ(analog.getHysteresis(up, down, false), 0xc3);
-    EXPECT_EQ(up + down, 0);
-    expect({0x04, 0x25, 0x12, 0xff}, {0x00, 3, 4});
-    EXPECT_EQ(analog.getHysteresis(up, down, false), 0);
-    EXPECT_EQ(analog.getHysteresis(up, down, false), 0);
-    EXPECT_EQ(up, 3);
-    EXPECT_EQ(down, 4);
-    expect({0x04, 0x25, 0x12, 0xff}, {0x00, 5});
-    EXPECT_EQ(analog.getHysteresis(up, down, true), 0);
-    EXPECT_EQ(up, 5);
-    EXPECT_EQ(down, 0) << "not sent";
+    for (const auto& [refresh, answer, result, expectedUp, expectedDown] : rows) {
+        if (!answer.empty())
+            expect({0x04, 0x25, 0x12, 0xff}, answer);
+        EXPECT_EQ(analog.getHysteresis(up, down, refresh), result);
+        EXPECT_TRUE(up == expectedUp && down == expectedDown) << testing::PrintToString(answer);
+    }
     for (const unsigned int support : {0x00U, 0x30U}) {
         auto without = sensor<IpmiThresholdSensor>(sensorRecord(kFull, {{5, 0x2c}, {11, support}}));
         EXPECT_EQ(without.getHysteresis(up, down, true), -1);
@@ -147,21 +132,18 @@ TEST_F(IpmiSensorCommand, NoAnswerAndNobodyToAsk)
     auto software = sensor<IpmiThresholdSensor>(record(kFull, 0x41));
     auto nowhere = IpmiThresholdSensor(48, record(kFull).data(), 99);
     Ipmi::IpmiIfcOpenIpmiClose(0);
-    for (IpmiSensor* made :
-         {static_cast<IpmiSensor*>(&software), static_cast<IpmiSensor*>(&nowhere), static_cast<IpmiSensor*>(&analog)}) {
+    for (IpmiSensor* made : std::initializer_list<IpmiSensor*>{&software, &nowhere, &analog}) {
         int state = 99;
         unsigned char flags = 99, up = 99, down = 99;
         unsigned short on = 99, off = 99;
         EXPECT_EQ(made->getSensorState(state), -1);
         EXPECT_EQ(made->getLastReadResult(), ~0U);
-        EXPECT_EQ(state, 0);
         EXPECT_EQ(made->getState(true), "");
         EXPECT_EQ(made->rearmEvents(0, 0), -1);
         EXPECT_EQ(made->getEventEnable(flags, on, off), -1);
-        EXPECT_EQ(flags + on + off, 0);
         EXPECT_EQ(made->setEventEnable(0xc0, 0, 0), -1);
         EXPECT_EQ(made->getHysteresis(up, down, true), -1);
-        EXPECT_EQ(up + down, 0);
+        EXPECT_EQ(state + flags + on + off + up + down, 0);
     }
 }
 

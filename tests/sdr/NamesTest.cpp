@@ -10,130 +10,93 @@ namespace
 {
 
 using namespace Support;
-using Ipmi::IpmiDiscreteSensor;
+using S = Ipmi::IpmiSensor;
+using Name = std::pair<unsigned int, const char*>;                              // a code and its text
+using Unit = std::tuple<unsigned int, unsigned int, unsigned int, const char*>; // units, base, modifier and the text
 
-struct Name {
-    unsigned int code;
-    const char* text;
-};
+/// What a getter says of a record.
+template <auto getter> std::string of(std::uint8_t type, const Patch& patch, int node = 0)
+{
+    return (sensor<Ipmi::IpmiDiscreteSensor>(sensorRecord(type, patch), node).*getter)();
+}
 
 TEST(Names, SensorTypes)
 {
-    const Name rows[] = {{0x00, "reserved"},         {0x01, "Temperature"},
-                         {0x0d, "Drive Slot / Bay"}, {0x0f, "System Firmwares"},
-                         {0x11, "Watchdog"},         {0x1d, "System Boot Initiated"},
-                         {0x23, "Watchdog"},         {0x28, "Management Subsystem Health"},
-                         {0x2c, "FRU State"},        {0x2d, "OEM Reserved #2d"},
-                         {0xc0, "OEM Reserved #c0"}, {0xff, "OEM Reserved #ff"}};
-    for (const Name& row : rows) {
-        EXPECT_EQ(Ipmi::DescFromType(static_cast<unsigned char>(row.code)), row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{12, row.code}})).getSensorTypeString(), row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{12, row.code}})).getSensorTypeString(), row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kEventOnly, {{10, row.code}})).getSensorTypeString(),
-                  row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(0x11, {{12, row.code}})).getSensorTypeString(), "");
+    const std::vector<Name> rows({Name{0x00, "reserved"}, Name{0x01, "Temperature"}, Name{0x0d, "Drive Slot / Bay"},
+                                  Name{0x0f, "System Firmwares"}, Name{0x11, "Watchdog"},
+                                  Name{0x1d, "System Boot Initiated"}, Name{0x23, "Watchdog"},
+                                  Name{0x28, "Management Subsystem Health"}, Name{0x2c, "FRU State"},
+                                  Name{0x2d, "OEM Reserved #2d"}, Name{0xff, "OEM Reserved #ff"}});
+    for (const auto& [code, text] : rows) {
+        EXPECT_EQ(Ipmi::DescFromType(static_cast<unsigned char>(code)), text);
+        EXPECT_EQ(of<&S::getSensorTypeString>(kFull, {{12, code}}), text);
+        EXPECT_EQ(of<&S::getSensorTypeString>(kCompact, {{12, code}}), text);
+        EXPECT_EQ(of<&S::getSensorTypeString>(kEventOnly, {{10, code}}), text);
+        EXPECT_EQ(of<&S::getSensorTypeString>(0x11, {{12, code}}), "");
     }
 }
 
 TEST(Names, Directions)
 {
-    const Name rows[] = {{0, "Unspecified"}, {1, "input"}, {2, "output"}, {3, "reserved"}};
-    for (const Name& row : rows) {
-        const unsigned int top = row.code << 6;
-        EXPECT_EQ(Ipmi::DescFromDirection(static_cast<unsigned char>(row.code)), row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{28, 0xfc | row.code}})).getSensorDirectionString(),
-                  row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{23, top | 0x3f}})).getSensorDirectionString(),
-                  row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kEventOnly, {{12, top | 0x3f}})).getSensorDirectionString(),
-                  row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(0xc0, {{23, top}})).getSensorDirectionString(), "");
+    const std::vector<Name> rows({Name{0, "Unspecified"}, Name{1, "input"}, Name{2, "output"}, Name{3, "reserved"}});
+    for (const auto& [code, text] : rows) {
+        EXPECT_EQ(of<&S::getSensorDirectionString>(kFull, {{28, 0xfc | code}}), text);
+        EXPECT_EQ(of<&S::getSensorDirectionString>(kCompact, {{23, code << 6 | 0x3f}}), text);
+        EXPECT_EQ(of<&S::getSensorDirectionString>(kEventOnly, {{12, code << 6 | 0x3f}}), text);
+        EXPECT_EQ(of<&S::getSensorDirectionString>(0xc0, {{23, code << 6}}), "");
     }
     EXPECT_EQ(Ipmi::DescFromDirection(4), "");
 }
 
-TEST(Names, UnitTable)
+TEST(Names, Units)
 {
-    const Name rows[] = {{0, "unspecified"},
-                         {1, "degrees C"},
-                         {4, "Volts"},
-                         {18, "RPM"},
-                         {30, "cu in"},
-                         {59, "reserved"},
-                         {65, "color temp deg K"},
-                         {76, "qword"},
-                         {85, "packets"},
-                         {90, "uncorrectable error"},
-                         {91, ""},
-                         {144, ""},
-                         {145, ""},
-                         {255, ""}};
-    for (const Name& row : rows) {
-        EXPECT_STREQ(Ipmi::unitName(row.code), row.text);
-        for (const std::uint8_t type : {kFull, kCompact}) {
-            const auto made = sensor<IpmiDiscreteSensor>(sensorRecord(type, {{21, row.code}, {22, row.code}}));
-            EXPECT_EQ(made.getBaseUnitString(), row.text);
-            EXPECT_EQ(made.getModifierUnitString(), row.text);
+    const std::vector<Name> rows({Name{0, "unspecified"}, Name{1, "degrees C"}, Name{4, "Volts"}, Name{18, "RPM"},
+                                  Name{30, "cu in"}, Name{59, "reserved"}, Name{65, "color temp deg K"},
+                                  Name{76, "qword"}, Name{85, "packets"}, Name{90, "uncorrectable error"}, Name{91, ""},
+                                  Name{144, ""}, Name{145, ""}, Name{255, ""}});
+    for (const auto& [code, text] : rows) {
+        EXPECT_STREQ(Ipmi::unitName(code), text);
+        for (const std::uint8_t type : {kFull, kCompact, kEventOnly}) {
+            const char* expected = type == kEventOnly ? "" : text;
+            EXPECT_EQ(of<&S::getBaseUnitString>(type, {{21, code}}), expected);
+            EXPECT_EQ(of<&S::getModifierUnitString>(type, {{22, code}}), expected);
         }
-        const auto eventOnly = sensor<IpmiDiscreteSensor>(sensorRecord(kEventOnly, {{21, row.code}, {22, row.code}}));
-        EXPECT_EQ(eventOnly.getBaseUnitString() + eventOnly.getModifierUnitString(), "");
     }
 }
 
 TEST(Names, EventReadingTypeStandsForTheUnitOnTheCommandLine)
 {
-    std::vector<Name> rows = {{27, "present-discrete"},
-                              {35, "watchdog"},
-                              {0x6f, "sensor-discrete"},
-                              {0x70, "unspecified(0x70)"},
-                              {0xff, "unspecified(0xff)"}};
-    unsigned int code = 0;
-    for (const char* text :
-         {"unspecified(0x0)", "threshold", "DMI-discrete", "assert-discrete", "predictive-discrete", "limit-discrete",
-          "performance-discrete", "severity-discrete", "present-discrete", "enabled-discrete", "availability-discrete",
-          "redundancy-discrete", "ACPI-discrete", "int-drive", "unspecified(0xe)"})
-        rows.push_back({code++, text});
+    const std::vector<Name> rows(
+        {Name{0, "unspecified(0x0)"}, Name{1, "threshold"}, Name{2, "DMI-discrete"}, Name{3, "assert-discrete"},
+         Name{4, "predictive-discrete"}, Name{5, "limit-discrete"}, Name{6, "performance-discrete"},
+         Name{7, "severity-discrete"}, Name{8, "present-discrete"}, Name{9, "enabled-discrete"},
+         Name{10, "availability-discrete"}, Name{11, "redundancy-discrete"}, Name{12, "ACPI-discrete"},
+         Name{13, "int-drive"}, Name{14, "unspecified(0xe)"}, Name{27, "present-discrete"}, Name{35, "watchdog"},
+         Name{0x6f, "sensor-discrete"}, Name{0xff, "unspecified(0xff)"}});
+    constexpr auto kGet = &S::getBaseUnitString;
     Ipmi::_setState(0, Ipmi::IpmiIfc::IPMI_STATE_CLI);
-    for (const Name& row : rows) {
-        const Patch patch = {{13, row.code}, {21, 1}};
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, patch)).getBaseUnitString(), row.text);
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, patch)).getBaseUnitString(), "degrees C");
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, patch), 1).getBaseUnitString(), "degrees C");
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, patch), 99).getBaseUnitString(), "degrees C");
+    for (const auto& [code, text] : rows) {
+        EXPECT_EQ(of<kGet>(kCompact, {{13, code}, {21, 1}}), text);
+        EXPECT_EQ(of<kGet>(kFull, {{13, code}, {21, 1}}), "degrees C");
+        for (int node : {1, 99})
+            EXPECT_EQ(of<kGet>(kCompact, {{13, code}, {21, 1}}, node), "degrees C");
     }
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{13, 1}, {21, 1}, {22, 2}})).getBaseUnitString(),
-              "degrees C");
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{13, 1}, {21, 144}})).getBaseUnitString(),
-              "threshold");
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{13, 1}, {21, 145}})).getBaseUnitString(), "");
+    EXPECT_EQ(of<kGet>(kCompact, {{13, 1}, {21, 1}, {22, 2}}), "degrees C");
+    EXPECT_EQ(of<kGet>(kCompact, {{13, 1}, {21, 144}}), "threshold");
+    EXPECT_EQ(of<kGet>(kCompact, {{13, 1}, {21, 145}}), "");
 }
 
 TEST(Names, UnitsOfReadings)
 {
-    const struct {
-        unsigned int units, base, modifier;
-        const char* text;
-    } rows[] = {
-        {0x00, 1, 0, "degrees C"},
-        {0x80, 4, 0, "Volts"},
-        {0x00, 0, 0, "unspecified"},
-        {0x01, 0, 0, "percent"},
-        {0x01, 1, 0, "% degrees C"},
-        {0x02, 7, 22, "Joules/second"},
-        {0x04, 46, 1, "ft-lb*degrees C"},
-        {0x06, 7, 22, "Joules"}, // a reserved use of the modifier
-        {0x02, 7, 200, "Joules"},
-        {0x18, 68, 0, "megabit per second"},
-        {0x0a, 7, 40, "Joules/steradians per microsecond"},
-        {0x38, 68, 0, "megabit"}, // a reserved rate
-        {0x00, 91, 0, ""},
-        {0xc0, 1, 0, ""},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{20, row.units}, {21, row.base}, {22, row.modifier}}))
-                      .getUnitsString(),
-                  row.text);
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kCompact, {{21, 1}})).getUnitsString(), "");
+    const std::vector<Unit> rows(
+        {Unit{0x00, 1, 0, "degrees C"}, Unit{0x80, 4, 0, "Volts"}, Unit{0x00, 0, 0, "unspecified"},
+         Unit{0x01, 0, 0, "percent"}, Unit{0x01, 1, 0, "% degrees C"}, Unit{0x02, 7, 22, "Joules/second"},
+         Unit{0x04, 46, 1, "ft-lb*degrees C"}, Unit{0x06, 7, 22, "Joules"}, Unit{0x02, 7, 200, "Joules"},
+         Unit{0x18, 68, 0, "megabit per second"}, Unit{0x0a, 7, 40, "Joules/steradians per microsecond"},
+         Unit{0x38, 68, 0, "megabit"}, Unit{0x00, 91, 0, ""}, Unit{0xc0, 1, 0, ""}});
+    for (const auto& [units, base, modifier, text] : rows)
+        EXPECT_EQ(of<&S::getUnitsString>(kFull, {{20, units}, {21, base}, {22, modifier}}), text);
+    EXPECT_EQ(of<&S::getUnitsString>(kCompact, {{21, 1}}), "");
 }
 
 } // namespace

@@ -1,8 +1,5 @@
 // The simulated BMC's answers: right ones, and right refusals.
-#include "sim/Bmc.h"
-
 #include "SimSupport.h"
-#include "sim/MachineFile.h"
 
 #include <gtest/gtest.h>
 
@@ -15,286 +12,199 @@ namespace Sim
 namespace
 {
 
-const Machine& sample()
+/// Read by every test of a BMC of its own.
+class SimBmc : public ::testing::Test
 {
-    static const Machine machine = loadMachine("sample");
-    return machine;
-}
-
-struct Row {
-    const char* name;
-    std::uint8_t netfn, cmd;
-    Bytes data;
-    Bytes answer; ///< the answer starts with these bytes
-    std::uint8_t lun = 0;
-    std::uint8_t address = kBmcAddress;
-};
-
-const Row kRows[] = {
-    {"device id", 0x06, 0x01, {}, {0, 0x20, 0x01, 0x02, 0x17, 0x02, 0x9f, 0xd9, 0x7e, 0x00, 0x34, 0x12, 1, 2, 3, 4}},
-    {"device id with data", 0x06, 0x01, {0}, {0xc7}},
-    {"device id at another LUN", 0x06, 0x01, {}, {0, 0x20}, 1},
-    {"device id of a satellite", 0x06, 0x01, {}, {0, 0x21, 0x01, 0x01, 0x03}, 0, 0x82},
-    {"repository of a satellite", 0x0a, 0x20, {}, {0xc1}, 0, 0x82},
-    {"repository at another LUN", 0x0a, 0x20, {}, {0xc2}, 1},
-    {"unknown command", 0x06, 0xfe, {}, {0xc1}},
-    {"unknown network function", 0x2e, 0x01, {}, {0xc1}},
-    {"self test", 0x06, 0x04, {}, {0, 0x55, 0x00}},
-    {"empty message queue", 0x06, 0x33, {}, {0x80}},
-    {"message flags", 0x06, 0x31, {}, {0, 0}},
-    {"present channel", 0x06, 0x42, {0x0e}, {0, 0x0f, 0x0c, 0x05}},
-    {"IPMB channel", 0x06, 0x42, {0x00}, {0, 0x00, 0x01, 0x01}},
-    {"absent channel", 0x06, 0x42, {0x03}, {0xcc}},
-    {"OS name, first block", 0x06, 0x59, {0, 4, 0, 0}, {0, 0x11, 0, 0, 30, 'D', 'e', 'b', 'i', 'a', 'n', ' '}},
-    {"OS name, second block", 0x06, 0x59, {0, 4, 1, 0}, {0, 0x11, 1, 'u', 'x', ' ', '1', '2'}},
-    {"OS name, past its end", 0x06, 0x59, {0, 4, 2, 0}, {0xc9}},
-    {"system info revision", 0x06, 0x59, {0x80, 5, 0, 0}, {0, 0x11}},
-    {"unknown system info", 0x06, 0x59, {0, 9, 0, 0}, {0x80}},
-    {"system info cut", 0x06, 0x59, {0, 4, 0}, {0xc7}},
-    {"read-only system info", 0x06, 0x58, {1, 0, 0, 0}, {0x82}},
-    {"record without reservation", 0x0a, 0x23, {0, 0, 0, 0, 0, 5}, {0, 2, 0, 1, 0, 0x51, 1}},
-    {"part without reservation", 0x0a, 0x23, {0, 0, 0, 0, 1, 5}, {0xc5}},
-    {"wrong reservation", 0x0a, 0x23, {9, 9, 0, 0, 0, 5}, {0xc5}},
-    {"absent record", 0x0a, 0x23, {0, 0, 0x34, 0x12, 0, 5}, {0xcb}},
-    {"Get SDR cut", 0x0a, 0x23, {0, 0, 0, 0, 0}, {0xc7}},
-    {"last record", 0x0a, 0x23, {0, 0, 0xff, 0xff, 0, 5}, {0, 0xff, 0xff}},
-    {"absent log record", 0x0a, 0x43, {0, 0, 0x34, 0x12, 0, 0xff}, {0xcb}},
-    {"log record past its end", 0x0a, 0x43, {0, 0, 0, 0, 0, 0}, {0, 2, 0}},
-    {"clear without reservation", 0x0a, 0x47, {0, 0, 'C', 'L', 'R', 0xaa}, {0xc5}},
-    {"sensor type", 0x04, 0x2f, {0}, {0, 0x01, 0x01}},
-    {"absent sensor", 0x04, 0x2d, {0xfe}, {0xcb}},
-    {"event-only sensor", 0x04, 0x2d, {96}, {0xcb}},
-    {"no sensor named", 0x04, 0x2d, {}, {0xc7}},
-    {"discrete states", 0x04, 0x2d, {10}, {0, 0, 0xc0, 0x80, 0x80}},
-    {"shared sensor, third of three", 0x04, 0x2d, {16}, {0, 0, 0xc0, 0x00, 0x80}},
-    {"shared sensor, beyond", 0x04, 0x2d, {76}, {0xcb}},
-    {"no reading", 0x04, 0x2d, {57}, {0, 0, 0xe0, 0xc0, 0}},
-    {"crossed lower thresholds", 0x04, 0x2d, {3}, {0, 8, 0xc0, 0xc3, 0}},
-    {"in range with negative M", 0x04, 0x2d, {6}, {0, 33, 0xc0, 0xc0, 0}},
-    {"thresholds", 0x04, 0x27, {0}, {0, 0x3f, 5, 2, 0, 85, 95, 105}},
-    {"thresholds, one readable", 0x04, 0x27, {52}, {0, 0x10, 0, 0, 0, 0, 85, 0}},
-    {"thresholds, fixed and unreadable", 0x04, 0x27, {53}, {0, 0, 0, 0, 0, 0, 0, 0}},
-    {"thresholds of a discrete sensor", 0x04, 0x27, {10}, {0xcd}},
-    {"set readable thresholds", 0x04, 0x26, {5, 0x12, 0, 1, 0, 0, 1, 0}, {0xcd}},
-    {"set a threshold it lacks", 0x04, 0x26, {2, 0x10, 0, 0, 0, 0, 1, 0}, {0xcc}},
-    {"hysteresis", 0x04, 0x25, {0, 0xff}, {0, 2, 2}},
-    {"hysteresis it lacks", 0x04, 0x25, {9, 0xff}, {0xcd}},
-    {"reading factors", 0x04, 0x23, {42, 0}, {0, 0xff, 3, 0, 10, 0, 0, 0}},
-    {"reading factors of a discrete sensor", 0x04, 0x23, {10, 0}, {0xcd}},
-    {"event enable, reserved operation", 0x04, 0x28, {0, 0xf0}, {0xcc}},
-    {"satellite's sensor", 0x04, 0x2d, {1}, {0, 36}, 0, 0x82},
-    {"satellite's sensor, LUN 1", 0x04, 0x2d, {2}, {0, 47}, 1, 0x82},
-    {"satellite's sensor, wrong LUN", 0x04, 0x2d, {2}, {0xcb}, 0, 0x82},
-    {"FRU area", 0x0a, 0x10, {0}, {0, 0x00, 0x02, 0x00}},
-    {"absent FRU device", 0x0a, 0x10, {7}, {0xcb}},
-    {"FRU header", 0x0a, 0x11, {0, 0, 0, 8}, {0, 8, 1, 0, 1}},
-    {"FRU past its end", 0x0a, 0x11, {0, 0, 2, 1}, {0xc9}},
-    {"FRU, its last bytes", 0x0a, 0x11, {0, 0xfe, 1, 16}, {0, 2}},
-};
-
-Bytes firstOf(const Bytes& bytes, std::size_t count)
-{
-    return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, bytes.size()))};
-}
-
-/// Reserves, then reads a record in pieces.
-Bytes readSdr(Bmc& bmc, std::uint16_t id, std::uint8_t piece)
-{
-    const Bytes reservation = ask(bmc, 0x0a, 0x22);
-    Bytes record;
-    for (;;) {
-        const Bytes answer = ask(bmc, 0x0a, 0x23,
-                                 {reservation.at(1), reservation.at(2), static_cast<std::uint8_t>(id & 0xff),
-                                  static_cast<std::uint8_t>(id >> 8), static_cast<std::uint8_t>(record.size()), piece});
-        if (answer.at(0) != 0)
-            return record;
-        record.insert(record.end(), answer.begin() + 3, answer.end());
+protected:
+    /// Reservation, record id, offset and count: what Get SDR wants.
+    Bytes part(std::uint8_t getCmd, const Bytes& reservation, std::uint16_t id, std::size_t offset, std::uint8_t count)
+    {
+        return ask(bmc, 0x0a, getCmd,
+                   {reservation.at(1), reservation.at(2), static_cast<std::uint8_t>(id & 0xff),
+                    static_cast<std::uint8_t>(id >> 8), static_cast<std::uint8_t>(offset), count});
     }
-}
+    Bytes readSdr(std::uint16_t id, std::uint8_t piece)
+    {
+        const Bytes reservation = ask(bmc, "0a 22");
+        Bytes record;
+        for (Bytes answer; (answer = part(0x23, reservation, id, record.size(), piece)).at(0) == 0;)
+            record.insert(record.end(), answer.begin() + 3, answer.end());
+        return record;
+    }
+
+    const Machine sample = loadMachine("sample");
+    Bmc bmc{sample};
+};
 
 } // namespace
 
-TEST(SimBmc, AnswersAndRefusals)
+TEST_F(SimBmc, AnswersAndRefusals)
 {
-    for (const Row& row : kRows) {
-        Bmc bmc(sample());
-        const Answer answer = exchange(bmc, row.netfn, row.cmd, row.data, row.lun, row.address);
-        EXPECT_TRUE(answer.answered) << row.name;
-        EXPECT_EQ(firstOf(answer.bytes, row.answer.size()), row.answer) << row.name;
-        if (row.answer.at(0) != 0) {
-            EXPECT_EQ(answer.bytes.size(), 1U) << row.name;
+    // Each "name: request > the answer's first bytes"; a refusal has but one byte.
+    const struct {
+        std::uint8_t address, lun;
+        const char* rows;
+    } places[] = {
+        {0x20, 0, R"(
+            device id: 06 01 > 00 20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04; device id with data: 06 01 00 > c7;
+            unknown command: 06 fe > c1; unknown network function: 2e 01 > c1; self test: 06 04 > 00 55 00;
+            empty message queue: 06 33 > 80; message flags: 06 31 > 00 00; present channel: 06 42 0e > 00 0f 0c 05;
+            IPMB channel: 06 42 00 > 00 00 01 01; absent channel: 06 42 03 > cc;
+            OS name, block 1: 06 59 00 04 00 00 > 00 11 00 00 1e 44 65 62;
+            OS name, block 2: 06 59 00 04 01 00 > 00 11 01 75 78 20 31 32; OS name's end: 06 59 00 04 02 00 > c9;
+            info revision: 06 59 80 05 00 00 > 00 11; unknown: 06 59 00 09 00 00 > 80; info cut: 06 59 00 04 00 > c7;
+            read-only info: 06 58 01 00 00 00 > 82; unreserved record: 0a 23 00 00 00 00 00 05 > 00 02 00 01 00 51 01;
+            unreserved part: 0a 23 00 00 00 00 01 05 > c5; wrong reservation: 0a 23 09 09 00 00 00 05 > c5;
+            absent record: 0a 23 00 00 34 12 00 05 > cb; Get SDR cut: 0a 23 00 00 00 00 00 > c7;
+            last record: 0a 23 00 00 ff ff 00 05 > 00 ff ff; absent log record: 0a 43 00 00 34 12 00 ff > cb;
+            log record's end: 0a 43 00 00 00 00 00 00 > 00 02 00; unreserved clear: 0a 47 00 00 43 4c 52 aa > c5;
+            sensor type: 04 2f 00 > 00 01 01; absent sensor: 04 2d fe > cb; event-only sensor: 04 2d 60 > cb;
+            no sensor named: 04 2d > c7; discrete states: 04 2d 0a > 00 00 c0 80 80;
+            shared, third of three: 04 2d 10 > 00 00 c0 00 80; shared, beyond: 04 2d 4c > cb;
+            no reading: 04 2d 39 > 00 00 e0 c0 00; crossed: 04 2d 03 > 00 08 c0 c3 00;
+            negative M: 04 2d 06 > 00 21 c0 c0 00; thresholds: 04 27 00 > 00 3f 05 02 00 55 5f 69;
+            one readable: 04 27 34 > 00 10 00 00 00 00 55 00; fixed, unreadable: 04 27 35 > 00 00 00 00 00 00 00 00;
+            thresholds of states: 04 27 0a > cd; set readable: 04 26 05 12 00 01 00 00 01 00 > cd;
+            set one it lacks: 04 26 02 10 00 00 00 00 01 00 > cc; hysteresis: 04 25 00 ff > 00 02 02;
+            hysteresis it lacks: 04 25 09 ff > cd; factors: 04 23 2a 00 > 00 ff 03 00 0a 00 00 00;
+            factors of states: 04 23 0a 00 > cd; reserved operation: 04 28 00 f0 > cc; FRU area: 0a 10 00 > 00 00 02 00;
+            absent FRU device: 0a 10 07 > cb; FRU header: 0a 11 00 00 00 08 > 00 08 01 00 01;
+            FRU past its end: 0a 11 00 00 02 01 > c9; FRU, its last bytes: 0a 11 00 fe 01 10 > 00 02;)"},
+        {0x20, 1, "device id: 06 01 > 00 20; repository: 0a 20 > c2;"},
+        {0x82, 0, R"(
+            device id: 06 01 > 00 21 01 01 03; repository: 0a 20 > c1; sensor: 04 2d 01 > 00 24;
+            sensor at LUN 1: 04 2d 02 > cb;)"},
+        {0x82, 1, "sensor: 04 2d 02 > 00 2f;"},
+    };
+    for (const auto& place : places) {
+        std::istringstream rows(place.rows);
+        for (std::string name, request, answer;
+             std::getline(std::getline(std::getline(rows, name, ':'), request, '>'), answer, ';');) {
+            const Bytes expected = hex(answer);
+            Bmc fresh(sample);
+            Bytes got = ask(fresh, request, place.lun, place.address);
+            if (expected.at(0) == 0)
+                got.resize(std::min(got.size(), expected.size()));
+            EXPECT_EQ(got, expected) << name << " at " << int{place.address} << '/' << int{place.lun};
         }
     }
+    for (const std::uint8_t absent : Bytes{0x22, 0x84, 0x41})
+        EXPECT_FALSE(exchange(bmc, 0x06, 0x01, {}, 0, absent).answered) << int{absent};
 }
 
 // No request, however short, long or odd, does more than get a completion code.
-TEST(SimBmc, EveryCommandSurvivesEveryLength)
+TEST_F(SimBmc, EveryCommandSurvivesEveryLength)
 {
-    Bmc bmc(sample());
-    for (unsigned netfn = 0; netfn < 0x10; netfn += 2) {
-        for (unsigned cmd = 0; cmd < 0x100; ++cmd) {
-            for (const std::uint8_t fill : Bytes{0x00, 0x05, 0xff}) {
-                for (std::size_t length = 0; length < 24; ++length) {
-                    const Bytes answer =
-                        ask(bmc, static_cast<std::uint8_t>(netfn), static_cast<std::uint8_t>(cmd), Bytes(length, fill));
-                    ASSERT_FALSE(answer.empty());
-                }
-            }
-        }
-    }
+    for (unsigned function = 0; function < 0x1000; ++function) // even network functions, all commands
+        for (const std::uint8_t fill : Bytes{0x00, 0x05, 0xff})
+            for (std::size_t length = 0; length < 24; ++length)
+                ASSERT_FALSE(ask(bmc, static_cast<std::uint8_t>(function >> 8 & 0x0e),
+                                 static_cast<std::uint8_t>(function), Bytes(length, fill))
+                                 .empty());
 }
 
-TEST(SimBmc, AbsentControllersStaySilent)
+TEST_F(SimBmc, PiecesMakeTheWholeRecord)
 {
-    Bmc bmc(sample());
-    for (const std::uint8_t address : Bytes{0x22, 0x84, 0x41})
-        EXPECT_FALSE(exchange(bmc, 0x06, 0x01, {}, 0, address).answered) << int{address};
-}
-
-TEST(SimBmc, PiecesMakeTheWholeRecord)
-{
-    Bmc bmc(sample());
-    const Machine machine = bmc.machine();
-    for (const Bytes& record : machine.sdr) {
+    for (const Bytes& record : sample.sdr)
         for (const std::uint8_t piece : Bytes{1, 16, 255})
-            EXPECT_EQ(readSdr(bmc, word(record, 0), piece), record);
-    }
+            EXPECT_EQ(readSdr(word(record, 0), piece), record);
     bmc.setLimits({.sdr = 16, .sel = 4, .fru = 8});
-    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {0, 0, 0, 0, 0, 17}), Bytes{0xca});
-    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {0, 0, 0, 0, 0, 16}).size(), 19U);
-    EXPECT_EQ(ask(bmc, 0x0a, 0x43, {0, 0, 0, 0, 0, 5}), Bytes{0xca});
-    EXPECT_EQ(ask(bmc, 0x0a, 0x11, {0, 0, 0, 9}), Bytes{0xca});
+    for (const char* tooMuch : {"0a 23 0 0 0 0 0 11", "0a 43 0 0 0 0 0 5", "0a 11 0 0 0 9"})
+        EXPECT_EQ(ask(bmc, tooMuch), Bytes{0xca}) << tooMuch;
+    EXPECT_EQ(ask(bmc, "0a 23 0 0 0 0 0 10").size(), 19U);
 }
 
-TEST(SimBmc, ReservationsEndWhenTheRepositoryChanges)
+TEST_F(SimBmc, ReservationsEndWhenTheRepositoryChanges)
 {
-    Bmc bmc(sample());
-    const Bytes record = bmc.machine().sdr.at(1);
-    const struct {
-        const char* name;
-        std::function<void()> change;
-    } rows[] = {
-        {"another reservation", [&] { ask(bmc, 0x0a, 0x22); }},
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"another reservation", [&] { ask(bmc, "0a 22"); }},
         {"touched", [&] { bmc.touchRepository(); }},
-        {"record replaced", [&] { bmc.putSdr(record); }},
+        {"record replaced", [&] { bmc.putSdr(sample.sdr.at(1)); }},
         {"record removed", [&] { EXPECT_TRUE(bmc.removeSdr(5)); }},
         {"lost", [&] { bmc.loseReservations(); }},
     };
-    for (const auto& row : rows) {
-        const Bytes reserved = ask(bmc, 0x0a, 0x22);
-        const Bytes part{reserved.at(1), reserved.at(2), 1, 0, 4, 4};
-        EXPECT_EQ(ask(bmc, 0x0a, 0x23, part).at(0), 0) << row.name;
-        const Bytes before = ask(bmc, 0x0a, 0x20);
-        row.change();
-        EXPECT_EQ(ask(bmc, 0x0a, 0x23, part), Bytes{0xc5}) << row.name;
+    for (const auto& [name, change] : rows) {
+        const Bytes reserved = ask(bmc, "0a 22");
+        EXPECT_EQ(part(0x23, reserved, 1, 4, 4).at(0), 0) << name;
+        change();
+        EXPECT_EQ(part(0x23, reserved, 1, 4, 4), Bytes{0xc5}) << name;
     }
-    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {0, 0, 5, 0, 0, 5}), Bytes{0xcb});
+    EXPECT_EQ(ask(bmc, "0a 23 0 0 5 0 0 5"), Bytes{0xcb});
     EXPECT_FALSE(bmc.removeSdr(5));
 }
 
-TEST(SimBmc, EventLogIsReadAddedToAndCleared)
+TEST_F(SimBmc, EventLogIsReadAddedToAndCleared)
 {
-    Bmc bmc(sample());
-    const std::size_t records = bmc.machine().sel.size();
+    const std::size_t records = sample.sel.size();
     std::size_t seen = 0;
-    std::uint16_t id = 0;
-    for (; id != 0xffff && seen <= records; ++seen) {
-        const Bytes answer = ask(
-            bmc, 0x0a, 0x43, {0, 0, static_cast<std::uint8_t>(id & 0xff), static_cast<std::uint8_t>(id >> 8), 0, 0xff});
+    for (std::uint16_t id = 0; id != 0xffff && seen <= records; ++seen) {
+        const Bytes answer = part(0x43, {0, 0, 0}, id, 0, 0xff);
         ASSERT_EQ(answer.size(), 19U);
         id = word(answer, 1);
     }
     EXPECT_EQ(seen, records);
-
     Bytes event(16, 0x11);
     event[2] = 0x02;
-    const Bytes added = ask(bmc, 0x0a, 0x44, event);
-    EXPECT_EQ(added, (Bytes{0, static_cast<std::uint8_t>(records + 1), 0}));
-    EXPECT_EQ(word(ask(bmc, 0x0a, 0x40), 2), records + 1);
+    EXPECT_EQ(ask(bmc, 0x0a, 0x44, event), (Bytes{0, static_cast<std::uint8_t>(records + 1), 0}));
+    EXPECT_EQ(word(ask(bmc, "0a 40"), 2), records + 1);
 
-    Bytes reserved = ask(bmc, 0x0a, 0x42);
-    EXPECT_EQ(ask(bmc, 0x0a, 0x46, {reserved[1], reserved[2], 1, 0}), (Bytes{0, 1, 0}));
-    EXPECT_EQ(ask(bmc, 0x0a, 0x47, {reserved[1], reserved[2], 'C', 'L', 'R', 0xaa}), Bytes{0xc5});
-    reserved = ask(bmc, 0x0a, 0x42);
-    EXPECT_EQ(ask(bmc, 0x0a, 0x47, {reserved[1], reserved[2], 'C', 'L', 'X', 0xaa}), Bytes{0xcc});
-    EXPECT_EQ(ask(bmc, 0x0a, 0x47, {reserved[1], reserved[2], 'C', 'L', 'R', 0xaa}), (Bytes{0, 1}));
-    for (const std::uint8_t end : Bytes{0x00, 0xff})
-        EXPECT_EQ(ask(bmc, 0x0a, 0x43, {0, 0, end, end, 0, 0xff}), Bytes{0xcb});
+    Bytes reserved = ask(bmc, "0a 42");
+    const auto clear = [&](std::uint8_t last) {
+        return ask(bmc, 0x0a, 0x47, {reserved.at(1), reserved.at(2), 'C', 'L', last, 0xaa});
+    };
+    EXPECT_EQ(ask(bmc, 0x0a, 0x46, {reserved.at(1), reserved.at(2), 1, 0}), (Bytes{0, 1, 0})); // deletes one
+    EXPECT_EQ(clear('R'), Bytes{0xc5});
+    reserved = ask(bmc, "0a 42");
+    EXPECT_EQ(clear('X'), Bytes{0xcc});
+    EXPECT_EQ(clear('R'), (Bytes{0, 1}));
+    for (const char* none : {"0a 43 0 0 0 0 0 ff", "0a 43 0 0 ff ff 0 ff"})
+        EXPECT_EQ(ask(bmc, none), Bytes{0xcb});
 }
 
-TEST(SimBmc, WhatIsSetIsReadBack)
+TEST_F(SimBmc, WhatIsSetIsReadBack)
 {
     const struct {
-        const char* name;
-        std::uint8_t netfn, setCmd;
-        Bytes set;
-        std::uint8_t getCmd;
-        Bytes get, expected;
+        const char *name, *set, *get, *expected;
     } rows[] = {
-        {"thresholds by mask", 4, 0x26, {0, 0x11, 7, 99, 99, 99, 90, 99}, 0x27, {0}, {0, 0x3f, 7, 2, 0, 85, 90, 105}},
-        {"hysteresis", 4, 0x24, {0, 0xff, 4, 5}, 0x25, {0, 0xff}, {0, 4, 5}},
-        {"reading", 4, 0x30, {57, 0x01, 96}, 0x2d, {57}, {0, 96, 0xc0, 0xd8, 0}},
-        {"states written", 4, 0x30, {10, 0x10, 0, 0x05, 0x40}, 0x2d, {10}, {0, 0, 0xc0, 0x05, 0xc0}},
-        {"states set", 4, 0x30, {10, 0x20, 0, 0x01, 0}, 0x2d, {10}, {0, 0, 0xc0, 0x81, 0x80}},
-        {"states cleared", 4, 0x30, {10, 0x30, 0, 0x7f, 0}, 0x2d, {10}, {0, 0, 0xc0, 0x00, 0x80}},
-        {"events enabled", 4, 0x28, {11, 0xd0, 4, 0, 4, 0}, 0x29, {11}, {0, 0xc0, 0x0f, 0, 0x0f, 0}},
-        {"events disabled", 4, 0x28, {11, 0x60, 1, 0, 2, 0}, 0x29, {11}, {0, 0x40, 0x0a, 0, 0x09, 0}},
-        {"scanning only", 4, 0x28, {11, 0x40}, 0x29, {11}, {0, 0x40, 0x0b, 0, 0x0b, 0}},
-        {"global enables", 6, 0x2e, {0x0f}, 0x2f, {}, {0, 0x0f}},
-        {"OS version",
-         6,
-         0x58,
-         {5, 0, 0, 2, '9', 'x'},
-         0x59,
-         {0, 5, 0, 0},
-         {0, 0x11, 0, 0, 2, '9', 'x', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {"thresholds by mask", "04 26 00 11 07 63 63 63 5a 63", "04 27 00", "00 3f 07 02 00 55 5a 69"},
+        {"hysteresis", "04 24 00 ff 04 05", "04 25 00 ff", "00 04 05"},
+        {"reading", "04 30 39 01 60", "04 2d 39", "00 60 c0 d8 00"},
+        {"states written", "04 30 0a 10 00 05 40", "04 2d 0a", "00 00 c0 05 c0"},
+        {"states set", "04 30 0a 20 00 01 00", "04 2d 0a", "00 00 c0 81 80"},
+        {"states cleared", "04 30 0a 30 00 7f 00", "04 2d 0a", "00 00 c0 00 80"},
+        {"events enabled", "04 28 0b d0 04 00 04 00", "04 29 0b", "00 c0 0f 00 0f 00"},
+        {"events disabled", "04 28 0b 60 01 00 02 00", "04 29 0b", "00 40 0a 00 09 00"},
+        {"scanning only", "04 28 0b 40", "04 29 0b", "00 40 0b 00 0b 00"},
+        {"global enables", "06 2e 0f", "06 2f", "00 0f"},
+        {"OS version", "06 58 05 00 00 02 39 78", "06 59 00 05 00 00", "0 11 0 0 2 39 78 0 0 0 0 0 0 0 0 0 0 0 0"},
     };
     for (const auto& row : rows) {
-        Bmc bmc(sample());
-        EXPECT_EQ(ask(bmc, row.netfn, row.setCmd, row.set), Bytes{0}) << row.name;
-        EXPECT_EQ(ask(bmc, row.netfn, row.getCmd, row.get), row.expected) << row.name;
+        Bmc fresh(sample);
+        EXPECT_EQ(ask(fresh, row.set), Bytes{0}) << row.name;
+        EXPECT_EQ(ask(fresh, row.get), hex(row.expected)) << row.name;
     }
 }
 
-TEST(SimBmc, ReadingsMoveAndRepeatInEachRun)
+TEST_F(SimBmc, ReadingsMoveAndRepeatInEachRun)
 {
-    const SensorKey moving[] = {{0x20, 0, 0}, {0x20, 0, 1}, {0x20, 0, 2}};
-    Bmc one(sample()), two(sample());
-    for (const SensorKey& key : moving) {
+    Bmc again(sample);
+    for (const std::uint8_t moving : Bytes{0, 1, 2}) {
         std::set<std::uint8_t> values;
         for (int i = 0; i < 100; ++i) {
-            const Bytes reading = ask(one, 0x04, 0x2d, {key.number});
-            EXPECT_EQ(reading, ask(two, 0x04, 0x2d, {key.number}));
+            const Bytes reading = ask(bmc, 0x04, 0x2d, {moving});
+            EXPECT_EQ(reading, ask(again, 0x04, 0x2d, {moving}));
             EXPECT_EQ(reading.at(3), 0xc0);
             values.insert(reading.at(1));
         }
-        EXPECT_GT(values.size(), 5U) << int{key.number};
+        EXPECT_GT(values.size(), 5U) << int{moving};
     }
-    EXPECT_TRUE(one.setRawReading(moving[0], 9));
-    EXPECT_EQ(ask(one, 0x04, 0x2d, {0}).at(1), 9);
-    EXPECT_FALSE(one.setRawReading({0x20, 3, 0}, 9));
+    EXPECT_TRUE(bmc.setRawReading({0x20, 0, 0}, 9));
+    EXPECT_EQ(ask(bmc, "04 2d 00").at(1), 9);
+    EXPECT_FALSE(bmc.setRawReading({0x20, 3, 0}, 9));
 }
 
-TEST(SimBmc, CountsLogsAndDelays)
+TEST_F(SimBmc, ThreadsMayChangeItWhileItAnswers)
 {
-    Bmc bmc(sample());
-    bmc.keepLog(true);
-    bmc.setLatency(std::chrono::milliseconds(25));
-    EXPECT_EQ(exchange(bmc, 0x06, 0x01).delay, std::chrono::milliseconds(25));
-    exchange(bmc, 0x06, 0x01, {1});
-    exchange(bmc, 0x04, 0x2d, {3}, 0, 0x84);
-    EXPECT_EQ(bmc.count(0x06, 0x01), 2U);
-    EXPECT_EQ(bmc.count(), 3U);
-    ASSERT_EQ(bmc.log().size(), 3U);
-    EXPECT_EQ(bmc.log()[2].address, 0x84);
-    bmc.clearCounts();
-    bmc.keepLog(false);
-    EXPECT_EQ(bmc.count() + bmc.log().size(), 0U);
-}
-
-TEST(SimBmc, ThreadsMayChangeItWhileItAnswers)
-{
-    Bmc bmc(sample());
     std::thread changer([&] {
         for (int i = 0; i < 200; ++i) {
             bmc.setRawReading({0x20, 0, 0}, static_cast<std::uint8_t>(i));
@@ -303,9 +213,11 @@ TEST(SimBmc, ThreadsMayChangeItWhileItAnswers)
         }
     });
     for (int i = 0; i < 200; ++i)
-        EXPECT_FALSE(ask(bmc, 0x04, 0x2d, {0}).empty());
+        EXPECT_FALSE(ask(bmc, "04 2d 00").empty());
     changer.join();
     EXPECT_EQ(bmc.count(0x04, 0x2d), 200U);
+    bmc.setLatency(std::chrono::milliseconds(25));
+    EXPECT_EQ(exchange(bmc, 0x06, 0x01).delay, std::chrono::milliseconds(25));
 }
 
 } // namespace Sim

@@ -5,29 +5,22 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 namespace Sim
 {
 
 namespace
 {
 
-/// A record that holds a full sensor with readable thresholds (see the sample machine's first one).
+/// A record of a full sensor with readable thresholds: the sample machine's first one.
 std::string oneRecord()
 {
     const Machine sample = loadMachine("sample");
     return {sample.sdr.at(0).begin(), sample.sdr.at(0).end()};
 }
 
-std::string complaint(const RawFiles& files)
+std::string complaintOf(const RawFiles& files)
 {
-    try {
-        machineFromRaw(files);
-        return "taken";
-    } catch (const BadFile& error) {
-        return error.what();
-    }
+    return complaint([&] { machineFromRaw(files); });
 }
 
 } // namespace
@@ -35,39 +28,37 @@ std::string complaint(const RawFiles& files)
 TEST(SimRawFiles, ReadingLines)
 {
     const ScratchFile sdr(oneRecord());
-    const std::string all = "settable 111111 0x69 0x5f 0x55 0x00 0x02 0x05";
     const struct {
-        std::string line;
-        Bytes reading, thresholds; ///< empty: the line is refused
+        const char *line, *reading, *thresholds; ///< answers after the completion code; none: the line is refused
     } rows[] = {
-        {"0x20 0 0x00 0x2d 0x1 | " + all, {0, 0x2d, 0xc0, 0xc0, 0}, {0, 0x3f, 5, 2, 0, 0x55, 0x5f, 0x69}},
-        {"0x20 0 0x00 0x5f 0x1 | " + all, {0, 0x5f, 0xc0, 0xd8, 0}, {0, 0x3f, 5, 2, 0, 0x55, 0x5f, 0x69}},
-        {"0x20 0 0x00 0x2d 0x1 | readable 010010 0 9 0 0 3 0", {0, 0x2d, 0xc0, 0xd0, 0}, {0, 0x12, 0, 3, 0, 0, 9, 0}},
-        {"0x20 0 0x00 0x2d 0x0 |", {0, 0x2d, 0x40, 0xc0, 0}, {0, 0x3f, 5, 2, 0, 85, 95, 105}},
-        {"0x20 0 0x00 0x00 0x0", {0, 0, 0x60, 0xc0, 0}, {0, 0x3f, 5, 2, 0, 85, 95, 105}},
-        {"0x20 0 0x00 0x09 0x1 | none 000000 0 0 0 0 0 0", {0, 9, 0xc0, 0xc0, 0}, {0, 0, 0, 0, 0, 0, 0, 0}},
-        {"# nothing", {0, 0, 0xe0, 0xc0, 0}, {0, 0x3f, 5, 2, 0, 85, 95, 105}},
-        {"0x20 0 0x77 0x2d 0x1 |", {0, 0, 0xe0, 0xc0, 0}, {0, 0x3f, 5, 2, 0, 85, 95, 105}},
-        {"0x20 4 0x00 0x2d 0x1 |", {}, {}},
-        {"0x20 0 0x00 0x100 0x1 |", {}, {}},
-        {"0x20 0 0x00", {}, {}},
-        {"0x20 0 0x00 0x2d 0x1 | some 111111 0 0 0 0 0 0", {}, {}},
-        {"0x20 0 0x00 0x2d 0x1 | settable 11111 0 0 0 0 0 0", {}, {}},
-        {"0x20 0 0x00 0x2d 0x1 | settable 111111 0 0 0 0 0", {}, {}},
-        {"0x20 0 0x00 0x2d 0x1 | " + all + " 7", {}, {}},
-        {"0x20 0 0x00 0x2d 0x1 ! " + all, {}, {}},
+        {"0x20 0 0x00 0x2d 0x1 | settable 111111 0x69 0x5f 0x55 0x00 0x02 0x05", "2d c0 c0 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 0 0x00 0x5f 0x1 | settable 111111 0x69 0x5f 0x55 0x00 0x02 0x05", "5f c0 d8 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 0 0x00 0x2d 0x1 | readable 010010 0 9 0 0 3 0", "2d c0 d0 0", "12 0 3 0 0 9 0"},
+        {"0x20 0 0x00 0x2d 0x0 |", "2d 40 c0 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 0 0x00 0x00 0x0", "0 60 c0 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 0 0x00 0x09 0x1 | none 000000 0 0 0 0 0 0", "9 c0 c0 0", "0 0 0 0 0 0 0"},
+        {"# nothing", "0 e0 c0 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 0 0x77 0x2d 0x1 |", "0 e0 c0 0", "3f 5 2 0 55 5f 69"},
+        {"0x20 4 0x00 0x2d 0x1 |", "", ""},
+        {"0x20 0 0x00 0x100 0x1 |", "", ""},
+        {"0x20 0 0x00", "", ""},
+        {"0x20 0 0x00 0x2d 0x1 | some 111111 0 0 0 0 0 0", "", ""},
+        {"0x20 0 0x00 0x2d 0x1 | settable 11111 0 0 0 0 0 0", "", ""},
+        {"0x20 0 0x00 0x2d 0x1 | settable 111111 0 0 0 0 0", "", ""},
+        {"0x20 0 0x00 0x2d 0x1 | settable 111111 0 0 0 0 0 0 7", "", ""},
+        {"0x20 0 0x00 0x2d 0x1 ! settable 111111 0 0 0 0 0 0", "", ""},
     };
     for (const auto& row : rows) {
-        const ScratchFile readings("# comment\n\n" + row.line + "\n");
+        const ScratchFile readings(std::string("# comment\n\n") + row.line + "\n");
         const RawFiles files{.sdr = sdr.path(), .readings = readings.path()};
-        if (row.reading.empty()) {
-            EXPECT_EQ(complaint(files), readings.path() + ": line 3 is not \"owner lun sensor raw flag | support mask "
-                                                          "UNR UC UNC LNR LC LNC\"");
+        if (*row.reading == 0) {
+            EXPECT_EQ(complaintOf(files), readings.path() + ": line 3 is not \"owner lun sensor raw flag | support "
+                                                            "mask UNR UC UNC LNR LC LNC\"");
             continue;
         }
         Bmc bmc(machineFromRaw(files));
-        EXPECT_EQ(ask(bmc, 0x04, 0x2d, {0}), row.reading) << row.line;
-        EXPECT_EQ(ask(bmc, 0x04, 0x27, {0}), row.thresholds) << row.line;
+        EXPECT_EQ(ask(bmc, "04 2d 00"), hex(std::string("0 ") + row.reading)) << row.line;
+        EXPECT_EQ(ask(bmc, "04 27 00"), hex(std::string("0 ") + row.thresholds)) << row.line;
     }
 }
 
@@ -76,12 +67,12 @@ TEST(SimRawFiles, DamagedFiles)
     const std::string record = oneRecord();
     for (std::size_t length = 0; length < record.size(); ++length) {
         const ScratchFile cut(record.substr(0, length));
-        EXPECT_EQ(complaint({.sdr = cut.path()}),
+        EXPECT_EQ(complaintOf({.sdr = cut.path()}),
                   cut.path() + (length == 0 ? ": no records" : ": the record at byte 0 ends after the file"));
     }
     const ScratchFile sel("seventeen bytes..");
-    EXPECT_EQ(complaint({.sel = sel.path()}), sel.path() + ": not a whole number of 16-byte records");
-    EXPECT_EQ(complaint({.fru = {{1, "/nowhere"}}}), "/nowhere: No such file or directory");
+    EXPECT_EQ(complaintOf({.sel = sel.path()}), sel.path() + ": not a whole number of 16-byte records");
+    EXPECT_EQ(complaintOf({.fru = {{1, "/nowhere"}}}), "/nowhere: No such file or directory");
 }
 
 // Records that claim nothing, or less than their kind has, still answer every question.
@@ -90,7 +81,7 @@ TEST(SimRawFiles, ShortRecordsAreSensorsOfZeros)
     for (const char type : std::string{1, 2, 3, 0x11}) {
         const ScratchFile sdr(std::string{1, 0, 0x51, type, 0});
         Bmc bmc(machineFromRaw({.sdr = sdr.path()}));
-        EXPECT_EQ(ask(bmc, 0x0a, 0x23, {0, 0, 0, 0, 0, 0xff}).size(), 8U);
+        EXPECT_EQ(ask(bmc, "0a 23 0 0 0 0 0 ff").size(), 8U);
         for (const auto& [key, sensor] : bmc.machine().sensors)
             EXPECT_EQ(ask(bmc, 0x04, 0x2d, {key.number}, key.lun, key.owner).size(), 5U);
     }
@@ -98,47 +89,42 @@ TEST(SimRawFiles, ShortRecordsAreSensorsOfZeros)
 
 TEST(SimRawFiles, Captures)
 {
-    const std::string folder = captures();
-    if (folder.empty())
+    const char* folder = std::getenv("TRX_CAPTURES");
+    if (folder == nullptr)
         GTEST_SKIP() << "TRX_CAPTURES names no folder with captures";
     const struct {
         const char* machine;
         std::size_t records;
         std::uint8_t fruDevice;
-        SensorKey key;
-        Bytes reading, thresholds;
-        bool ipmb6; ///< another controller sits behind channel 6
+        const char *fruFile, *sensor, *reading, *thresholds;
+        std::uint8_t ipmb6; ///< 0: another controller sits behind channel 6
     } rows[] = {
-        {"dell_r730", 187, 10, {0x20, 0, 0x04}, {0, 0x98, 0xc0, 0xc0, 0}, {0, 0x09, 0x83, 0, 0, 0xaa, 0, 0}, false},
-        {"quanta_t41", 119, 0, {0x20, 0, 0xaa}, {0, 0x33, 0xc0, 0xc0, 0}, {0, 0x18, 0, 0, 0, 0x59, 0x5a, 0}, true},
-        {"s2600kp", 163, 8, {0x20, 0, 0x14}, {0, 0x2a, 0xc0, 0xc0, 0}, {0, 0x1b, 0x0a, 5, 0, 0x6e, 0x73, 0}, true},
-        {"ztsystems", 40, 0, {0x20, 0, 0x05}, {}, {0, 0x3f, 0x0e, 0x0d, 0x0c, 0xff, 0xff, 0xff}, false},
+        {"dell_r730", 187, 10, "fru-10.bin", "04", "0 98 c0 c0 0", "0 9 83 0 0 aa 0 0", 0xcc},
+        {"quanta_t41", 119, 0, "fru-00.bin", "aa", "0 33 c0 c0 0", "0 18 0 0 0 59 5a 0", 0},
+        {"s2600kp", 163, 8, "fru-08.bin", "14", "0 2a c0 c0 0", "0 1b a 5 0 6e 73 0", 0},
+        {"ztsystems", 40, 0, "fru-00.bin", nullptr, nullptr, nullptr, 0xcc}, // has no readings
     };
     for (const auto& row : rows) {
-        const std::string path = folder + "/" + row.machine + "/";
-        RawFiles files{.sdr = path + "sdr.bin", .sel = folder + "/sel/vectors.bin"};
-        if (!row.reading.empty())
-            files.readings = path + "readings.txt";
-        const std::string number = std::to_string(row.fruDevice);
-        files.fru[row.fruDevice] = path + "fru-" + (number.size() < 2 ? "0" : "") + number + ".bin";
+        SCOPED_TRACE(row.machine);
+        const std::string path = std::string(folder) + "/" + row.machine + "/";
+        const RawFiles files{.sdr = path + "sdr.bin",
+                             .readings = row.sensor ? path + "readings.txt" : "",
+                             .fru = {{row.fruDevice, path + row.fruFile}},
+                             .sel = std::string(folder) + "/sel/vectors.bin"};
         const Machine machine = machineFromRaw(files);
-        const Bytes whole = readFile(files.sdr);
-        EXPECT_EQ(machine.sdr.size(), row.records) << row.machine;
-        EXPECT_EQ(sdrBytes(machine), whole) << row.machine;
+        EXPECT_EQ(machine.sdr.size(), row.records);
+        EXPECT_EQ(sdrBytes(machine), readFile(files.sdr));
         EXPECT_EQ(machine.sel.size(), 158U);
         Bmc bmc(machine);
-        const SensorKey& key = row.key;
-        if (!row.reading.empty()) {
-            EXPECT_EQ(ask(bmc, 0x04, 0x2d, {key.number}, key.lun, key.owner), row.reading) << row.machine;
-            EXPECT_EQ(ask(bmc, 0x04, 0x27, {key.number}, key.lun, key.owner), row.thresholds) << row.machine;
+        if (row.sensor) {
+            EXPECT_EQ(ask(bmc, std::string("04 2d ") + row.sensor), hex(row.reading));
+            EXPECT_EQ(ask(bmc, std::string("04 27 ") + row.sensor), hex(row.thresholds));
         }
-        EXPECT_EQ(ask(bmc, 0x06, 0x42, {6}).at(0), row.ipmb6 ? 0 : 0xcc) << row.machine;
-        EXPECT_EQ(word(ask(bmc, 0x0a, 0x10, {row.fruDevice}), 1), readFile(files.fru[row.fruDevice]).size());
-        for (const auto& [other, sensor] : machine.sensors) {
-            if (machine.hasController(other.owner)) {
-                EXPECT_EQ(ask(bmc, 0x04, 0x2d, {other.number}, other.lun, other.owner).size(), 5U) << row.machine;
-            }
-        }
+        EXPECT_EQ(ask(bmc, "06 42 06").at(0), row.ipmb6);
+        EXPECT_EQ(word(ask(bmc, 0x0a, 0x10, {row.fruDevice}), 1), readFile(path + row.fruFile).size());
+        for (const auto& [key, sensor] : machine.sensors)
+            EXPECT_EQ(ask(bmc, 0x04, 0x2d, {key.number}, key.lun, key.owner).size(),
+                      machine.hasController(key.owner) ? 5U : 0U);
     }
 }
 

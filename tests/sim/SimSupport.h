@@ -4,6 +4,7 @@
 #include "sim/Bmc.h"
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -27,11 +28,32 @@ inline std::uint16_t word(const Bytes& bytes, std::size_t at)
     return static_cast<std::uint16_t>(bytes.at(at) | bytes.at(at + 1) << 8);
 }
 
-/// The folder of the captures, or nothing when it is not there.
-inline std::string captures()
+/// "06 01" as bytes.
+inline Bytes hex(const std::string& text)
 {
-    const char* folder = std::getenv("TRX_CAPTURES");
-    return folder == nullptr ? std::string() : std::string(folder);
+    Bytes bytes;
+    std::istringstream words(text);
+    for (unsigned byte = 0; words >> std::hex >> byte;)
+        bytes.push_back(static_cast<std::uint8_t>(byte));
+    return bytes;
+}
+
+/// `request`: network function, command, data bytes, in hexadecimal.
+inline Bytes ask(Bmc& bmc, const std::string& request, std::uint8_t lun = 0, std::uint8_t address = kBmcAddress)
+{
+    const Bytes bytes = hex(request);
+    return ask(bmc, bytes.at(0), bytes.at(1), {bytes.begin() + 2, bytes.end()}, lun, address);
+}
+
+/// What is wrong with what `read` reads; or "taken".
+template <class Read> std::string complaint(Read read)
+{
+    try {
+        read();
+        return "taken";
+    } catch (const BadFile& error) {
+        return error.what();
+    }
 }
 
 /// A file that is gone with the test.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <numeric>
 
 namespace Support
 {
@@ -39,8 +38,6 @@ void FakeClock::sleep(unsigned int duration)
         const std::lock_guard lock(mutex_);
         sleeps_.push_back(duration);
     }
-    if (onSleep_)
-        onSleep_(duration);
     advance(seconds(duration));
 }
 
@@ -129,12 +126,6 @@ std::vector<unsigned int> FakeClock::sleeps() const
 {
     const std::lock_guard lock(mutex_);
     return sleeps_;
-}
-
-unsigned int FakeClock::slept() const
-{
-    const auto all = sleeps();
-    return std::accumulate(all.begin(), all.end(), 0U);
 }
 
 void FakeClock::failPoll(int error, int nth)

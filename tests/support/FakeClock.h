@@ -43,11 +43,9 @@ public:
     void advance(std::chrono::milliseconds time);
     void setWallTime(std::chrono::microseconds time);
 
-    /// Seconds of each sleep so far, in order; and their sum.
+    /// Seconds of each sleep so far, in order.
     std::vector<unsigned int> sleeps() const;
-    unsigned int slept() const;
-    /// Called before each sleep passes, and after each wait for a deadline.
-    void onSleep(std::function<void(unsigned int seconds)> hook) { onSleep_ = std::move(hook); }
+    /// Called after each wait for a deadline.
     void onWait(std::function<void()> hook) { onWait_ = std::move(hook); }
     /// The nth poll from now on fails with this errno.
     void failPoll(int error, int nth = 1);
@@ -64,7 +62,6 @@ private:
     std::atomic<std::chrono::milliseconds::rep> now_{1'000'000};
     std::atomic<std::chrono::microseconds::rep> wallOffset_;
     std::vector<Timed*> timed_;
-    std::function<void(unsigned int)> onSleep_;
     std::function<void()> onWait_;
     mutable std::mutex mutex_;
     std::vector<unsigned int> sleeps_;

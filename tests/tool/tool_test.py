@@ -2,8 +2,10 @@
 """tool_test.py TRX-IPMI TRX-BMCSIM: the tool's command lines, output and exit statuses, on the sample machine."""
 import json
 import os
+import pathlib
 import pty
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -20,67 +22,54 @@ def run(*args, sim=None, text=True, **more):
     return subprocess.run(command, capture_output=True, text=text, timeout=120, check=False, **more)
 
 
-def written(folder, name, content):
-    path = os.path.join(folder, name)
-    with open(path, "w", encoding="utf-8") as file:
-        file.write(content)
-    return path
-
-
 class ToolTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
+        self.path = os.path.join(folder.name, "sdr.bin")
 
-    def assert_one_line(self, result, pattern, status=2):
-        self.assertEqual(result.returncode, status, result.stderr)
-        self.assertEqual(result.stdout, "")
-        self.assertRegex(result.stderr, r"\Atrx-ipmi: [^\n]*\n\Z")
+    def assert_one_line(self, result, pattern, start="trx-ipmi: "):
+        self.assertEqual((result.returncode, result.stdout), (2, ""), result.stderr)
+        self.assertRegex(result.stderr, rf"\A{start}[^\n]*\n\Z")
         self.assertRegex(result.stderr, pattern)
 
-    def faults(self, *rules):
-        return ["--machine", "sample", "--faults",
-                written(self.folder, "faults.json", json.dumps({"faults": list(rules)}))]
+    def assert_near(self, got, expected):
+        self.assertEqual(got is None, expected is None)
+        self.assertAlmostEqual(got or 0, expected or 0, delta=0.05)
+
+    def written(self, name, content):
+        path = pathlib.Path(self.folder, name)
+        path.write_text(json.dumps(content), encoding="utf-8")
+        return str(path)
+
+    def faults(self, rule):
+        return ["--machine", "sample", "--faults", self.written("faults.json", {"faults": [rule] if rule else []})]
+
+    def content(self):
+        return pathlib.Path(self.path).read_bytes()
 
     def test_mistakes(self):
         missing = os.path.join(self.folder, "missing")
         rows = [
-            ([], "no verb"),
-            (["--json"], "no verb"),
-            (["sdr"], "no verb"),
-            (["sensor"], "not expected: sensor"),
-            (["sensors", "info"], "not expected: info"),
-            (["sensors", "--bad"], "not expected: --bad"),
-            (["--node", "4", "info"], "4 not in range"),
-            (["--node", "-1", "info"], "-1"),
-            (["--node", "one", "info"], "one"),
-            (["info", "--node"], "--node"),
-            (["raw"], "required"),
-            (["raw", "6"], "At least 2"),
-            (["raw", "6", "256"], '"256" is no byte'),
-            (["raw", "6", "0x"], '"0x" is no byte'),
-            (["raw", "6", "1", "-1"], '"-1" is no byte'),
-            (["raw", "6", "1 "], "no byte"),
-            (["raw", "\033[31m", "1"], r'"\?\[31m" is no byte'),
-            (["raw", "7", "1"], "0x07 is no request"),
-            (["raw", "0x40", "1"], "0x40 is no request"),
-            (["raw", "6", "1"] + ["0"] * 256, "at most 255"),
-            (["sdr", "dump"], "FILE is required"),
+            ([], "no verb"), (["--json"], "no verb"), (["sdr"], "no verb"),
+            (["sensor"], "not expected: sensor"), (["sensors", "info"], "not expected: info"),
+            (["sensors", "--bad"], "not expected: --bad"), (["--node", "4", "info"], "4 not in range"),
+            (["--node", "-1", "info"], "-1"), (["--node", "one", "info"], "one"), (["info", "--node"], "--node"),
+            (["raw"], "required"), (["raw", "6"], "At least 2"), (["raw", "6", "256"], '"256" is no byte'),
+            (["raw", "6", "0x"], '"0x" is no byte'), (["raw", "6", "1", "-1"], '"-1" is no byte'),
+            (["raw", "6", "1 "], "no byte"), (["raw", "\033[31m", "1"], r'"\?\[31m" is no byte'),
+            (["raw", "7", "1"], "0x07 is no request"), (["raw", "0x40", "1"], "0x40 is no request"),
+            (["raw", "6", "1"] + ["0"] * 256, "at most 255"), (["sdr", "dump"], "FILE is required"),
             (["sdr", "dump", missing + "/file"], "cannot write .*: No such file"),
             (["sdr", "dump", self.folder], "cannot write .*: Is a directory"),
-            (["sdr", "dump", missing + "/"], "cannot write"),
-            (["sdr", "dump", ""], "cannot write"),
+            (["sdr", "dump", missing + "/"], "cannot write"), (["sdr", "dump", ""], "cannot write"),
             (["--sim", "--node=1", "info"], "node 0 only"),
-            (["--sim=no-such-machine", "sensors"], None),
+            (["--sim=no-such-machine", "sensors"], "no-such-machine"),  # the simulator's own line
         ]
         for args, pattern in rows:
             with self.subTest(args=args[:6]):
-                result = run(*args)
-                if pattern:
-                    self.assert_one_line(result, pattern)
-                else:  # the simulator's own line
-                    self.assertEqual((result.returncode, result.stdout, result.stderr.count("\n")), (2, "", 1))
+                self.assert_one_line(run(*args), pattern, "trx-bmcsim: " if "no-such" in pattern else "trx-ipmi: ")
         self.assertEqual(os.listdir(self.folder), [])
 
     @unittest.skipIf(os.path.exists("/dev/ipmi0"), "there is a BMC")
@@ -93,9 +82,7 @@ class ToolTest(unittest.TestCase):
 
     def test_sim_without_simulator(self):
         alone = os.path.join(self.folder, "trx-ipmi")
-        with open(TOOL, "rb") as program, open(alone, "wb") as copy:
-            copy.write(program.read())
-        os.chmod(alone, 0o755)
+        shutil.copy(TOOL, alone)
         environment = {"PATH": self.folder, "LD_LIBRARY_PATH": os.path.join(os.path.dirname(TOOL), "..", "lib")}
         result = subprocess.run([alone, "--sim", "info"], capture_output=True, text=True, env=environment, check=False)
         self.assert_one_line(result, "--sim needs trx-bmcsim")
@@ -104,7 +91,7 @@ class ToolTest(unittest.TestCase):
         rows = [
             (["--sim", "raw", "6", "1"], 0, r"\A20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04\n\Z", r"\A\Z"),
             (["raw", "0x06", "0X1", "--sim=sample"], 0, r"\A20 01 ", r"\A\Z"),
-            (["--sim", "raw", "6", "0x66"], 1, r"\A\Z", r"0x66 of network function 0x06: completion code 0xc1, invalid"),
+            (["--sim", "raw", "6", "0x66"], 1, r"\A\Z", r"0x66 of network function 0x06: completion code 0xc1, inv"),
             (["--sim", "raw", "4", "0x2d", "250"], 1, r"\A\Z", r"code 0xcb, requested sensor"),
             (["--sim", "raw", "10", "0x23", "0", "0", "1", "0", "0", "40"], 0, r"\A([0-9a-f]{2} ){30}[0-9a-f]{2}\n\Z",
              "may have been more|have been more of it"),
@@ -121,7 +108,8 @@ class ToolTest(unittest.TestCase):
                 self.assertRegex(result.stdout, out)
                 self.assertRegex(result.stderr, err)
         with open("/dev/full", "w", encoding="ascii") as full:
-            result = subprocess.run([TOOL, "--sim", "info"], stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+            result = subprocess.run([TOOL, "--sim", "info"], stdout=full, stderr=subprocess.PIPE, text=True,
+                                    check=False)
         self.assertEqual(result.returncode, 2)
         self.assertRegex(result.stderr, "cannot write to standard output: No space")
 
@@ -133,14 +121,12 @@ class ToolTest(unittest.TestCase):
         self.assertEqual(raw.returncode, 1)
         self.assertEqual(json.loads(raw.stdout), {"netfn": 6, "cmd": 0x66, "data": [], "completion_code": 0xc1,
                                                   "completion": "invalid command", "answer": [], "maybe_cut": False})
-        path = os.path.join(self.folder, "sdr.bin")
-        dump = json.loads(run("--sim", "--json", "sdr", "dump", path).stdout)
-        with open(path, "rb") as file:
-            content = file.read()
+        dump = json.loads(run("--sim", "--json", "sdr", "dump", self.path).stdout)
+        content = self.content()
         records = offset = 0
         while offset < len(content):
             records, offset = records + 1, offset + 5 + content[offset + 4]
-        self.assertEqual(dump, {"file": path, "records": records, "bytes": offset})
+        self.assertEqual(dump, {"file": self.path, "records": records, "bytes": offset})
 
     def test_sensors_json(self):
         sensors = json.loads(run("--sim", "--json", "sensors").stdout)["sensors"]
@@ -152,8 +138,7 @@ class ToolTest(unittest.TestCase):
                 self.assertEqual([k for k in THRESHOLDS if k in sensor["thresholds"]], list(sensor["thresholds"]))
                 self.assertNotIn("inity", json.dumps(sensor))
                 if sensor["raw"] is None:
-                    self.assertIsNone(sensor["value"])
-                    self.assertIsNone(sensor["state"])
+                    self.assertEqual((sensor["value"], sensor["state"]), (None, None))
         place = [(s["owner"], s["lun"], s["number"]) for s in sensors]
         self.assertEqual(place, sorted(place))
         self.assertEqual(len(set(s["name"] for s in sensors)), len(sensors), "names are unique")
@@ -172,14 +157,9 @@ class ToolTest(unittest.TestCase):
             with self.subTest(number=number):
                 sensor = by_number[number]
                 self.assertEqual((sensor["name"], sensor["unit"]), (name, unit))
-                if value is None:
-                    self.assertIsNone(sensor["value"])
-                else:
-                    self.assertAlmostEqual(sensor["value"], value, delta=0.05)
-                if thresholds is not None:
-                    self.assertEqual(sorted(sensor["thresholds"]), sorted(thresholds))
-                    for key, limit in thresholds.items():
-                        self.assertAlmostEqual(sensor["thresholds"][key], limit, delta=0.05)
+                self.assert_near(sensor["value"], value)
+                for key in {*sensor["thresholds"], *thresholds} if thresholds is not None else ():
+                    self.assert_near(sensor["thresholds"].get(key), thresholds.get(key))
         self.assertEqual((by_number[4]["state"], by_number[66]["state"]), ("ok", "0,14"))
 
     def test_columns(self):
@@ -196,21 +176,19 @@ class ToolTest(unittest.TestCase):
                 numbers = [float(n) for n in re.findall(r"(?<= )-?\d+(?:\.\d+)?(?:e[+-]\d+)?(?= |\Z)",
                                                         line.split(sensor["type"], 1)[1])]
                 if sensor["value"] is not None:
-                    self.assertTrue(any(abs(n - sensor["value"]) <= abs(sensor["value"]) * 0.01 + 0.001 for n in numbers),
-                                    f"{sensor['value']} in {numbers}")
+                    wanted = sensor["value"]
+                    self.assertTrue(any(abs(n - wanted) <= abs(wanted) * 0.01 + 0.001 for n in numbers), numbers)
 
     def test_colour_and_hostile_texts(self):
-        machine = written(self.folder, "machine.json", json.dumps({
+        machine = self.written("machine.json", {
             "name": "hostile", "system_info": {"os_name": "\033]0;owned\007\u009b31m"},
-            "sdr": [{"name": "A\033[31m\r\nB\u009b", "number": 1, "entity": 7, "type": "temperature", "unit": "degrees C",
-                     "thresholds": {"uc": 30}, "value": 40}]}))
-        for verb in ("sensors", "info"):
-            for flags in ([], ["--json"]):
-                with self.subTest(verb=verb, flags=flags):
-                    result = run("--sim=" + machine, *flags, verb, text=False)
-                    self.assertEqual(result.returncode, 0, result.stderr)
-                    self.assertNotRegex(result.stdout.replace(b"\n", b""), rb"[\x00-\x1f\x7f]|\xc2[\x80-\x9f]")
-                    self.assertNotIn(b"\033", result.stdout)
+            "sdr": [{"name": "A\033[31m\r\nB\u009b", "number": 1, "entity": 7, "type": "temperature",
+                     "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40}]})
+        for args in (["sensors"], ["info"], ["--json", "sensors"], ["--json", "info"]):
+            with self.subTest(args=args):
+                result = run("--sim=" + machine, *args, text=False)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                self.assertNotRegex(result.stdout.replace(b"\n", b""), rb"[\x00-\x1f\x7f]|\xc2[\x80-\x9f]")
         for no_colour, pattern in (("", "\033\\[31mupper critical\033\\[0m"), ("1", r"\A[^\033]*\Z")):
             self.assertRegex(self.on_terminal({"NO_COLOR": no_colour, "TERM": "xterm"}, "--sim=" + machine, "sensors"),
                              pattern)
@@ -231,10 +209,8 @@ class ToolTest(unittest.TestCase):
         return output.decode()
 
     def test_dump(self):
-        path = os.path.join(self.folder, "sdr.bin")
-        subprocess.run([SIM, "sdr", "--machine", "sample", path], check=True)
-        with open(path, "rb") as file:
-            expected = file.read()
+        subprocess.run([SIM, "sdr", "--machine", "sample", self.path], check=True)
+        expected = self.content()
         self.assertGreater(len(expected), 1000)
         get = {"netfn": 10, "cmd": 0x23}
         rules = [None] + [{**get, "nth": n, **how} for n in (1, 2, 7, 150)
@@ -244,40 +220,34 @@ class ToolTest(unittest.TestCase):
                   {"netfn": 10, "cmd": 0x22, "nth": 1, "completion_code": 0xc0}]
         for rule in rules:
             with self.subTest(rule=rule):
-                result = run("sdr", "dump", path, sim=self.faults(rule) if rule else ["--machine", "sample"])
-                self.assertEqual(result.returncode, 0, result.stderr)
-                with open(path, "rb") as file:
-                    self.assertEqual(file.read(), expected)
-                os.remove(path)
+                os.remove(self.path)
+                result = run("sdr", "dump", self.path, sim=self.faults(rule))
+                self.assertEqual((result.returncode, self.content()), (0, expected), result.stderr)
 
-    def test_dump_is_whole_or_not_there(self):
-        path = os.path.join(self.folder, "sdr.bin")
-        get = {"netfn": 10, "cmd": 0x23}
+    def test_failing_bmc(self):
+        """One line says why; a dump is whole or not there, and sensors are not listed in part."""
         again = [{"offset": 1, "value": 1}, {"offset": 2, "value": 0}]  # the next record is always record 1
-        rows = [
-            ({**get, "from": 20, "every": 1, "completion_code": 0xce}, "cannot read record .*0xce"),
-            ({**get, "from": 20, "every": 1, "lost_reservation": True}, "reservation is lost"),
-            ({**get, "from": 1, "every": 1, "change": again}, "comes again"),
-            ({**get, "from": 20, "every": 1, "completion_code": 0xca}, "0xca"),
-            ({**get, "from": 20, "every": 1, "cut_to": 2}, "too short"),
-            ({"netfn": 10, "cmd": 0x20, "from": 1, "every": 1, "completion_code": 0xc1}, "info: the BMC refuses"),
-            ({"netfn": 10, "cmd": 0x20, "from": 1, "every": 1, "cut_to": 5}, "too short"),
-            ({"netfn": 6, "cmd": 1, "from": 1, "every": 1, "completion_code": 0xc3}, "does not answer"),
+        dump, sensors = ["sdr", "dump", self.path], ["sensors"]
+        rows = [  # arguments, network function, command, from, what goes wrong, message
+            (dump, 10, 0x23, 20, {"completion_code": 0xce}, "cannot read record .*0xce"),
+            (dump, 10, 0x23, 20, {"lost_reservation": True}, "reservation is lost"),
+            (dump, 10, 0x23, 1, {"change": again}, "comes again"),
+            (dump, 10, 0x23, 20, {"completion_code": 0xca}, "0xca"),
+            (dump, 10, 0x23, 20, {"cut_to": 2}, "too short"),
+            (dump, 10, 0x20, 1, {"completion_code": 0xc1}, "info: the BMC refuses"),
+            (dump, 10, 0x20, 1, {"cut_to": 5}, "too short"),
+            (dump, 6, 1, 1, {"completion_code": 0xc3}, "does not answer"),
+            (sensors, 6, 1, 1, {"completion_code": 0xff}, "does not answer"),
+            (sensors, 10, 0x20, 1, {"completion_code": 0xc1}, "repository"),
+            (sensors, 10, 0x23, 1, {"completion_code": 0xc1}, "record"),
         ]
-        for rule, pattern in rows:
-            with self.subTest(rule=rule):
-                written(self.folder, "sdr.bin", "as before")
-                self.assert_one_line(run("sdr", "dump", path, sim=self.faults(rule)), pattern)
-                with open(path, encoding="ascii") as file:
-                    self.assertEqual(file.read(), "as before")
+        for args, netfn, cmd, start, wrong, pattern in rows:
+            with self.subTest(args=args, cmd=cmd, wrong=wrong):
+                self.written("sdr.bin", "as before")
+                sim = self.faults({"netfn": netfn, "cmd": cmd, "from": start, "every": 1, **wrong})
+                self.assert_one_line(run(*args, sim=sim), pattern)
+                self.assertEqual(self.content(), b'"as before"')
                 self.assertEqual(sorted(os.listdir(self.folder)), ["faults.json", "sdr.bin"])
-
-    def test_sensors_of_a_failing_bmc(self):
-        for rule, pattern in (({"netfn": 6, "cmd": 1, "from": 1, "every": 1, "completion_code": 0xff}, "does not answer"),
-                              ({"netfn": 10, "cmd": 0x20, "from": 1, "every": 1, "completion_code": 0xc1}, "repository"),
-                              ({"netfn": 10, "cmd": 0x23, "from": 1, "every": 1, "completion_code": 0xc1}, "record")):
-            with self.subTest(rule=rule):
-                self.assert_one_line(run("sensors", sim=self.faults(rule)), pattern)
 
 
 if __name__ == "__main__":
