@@ -18,6 +18,7 @@ demo:
 # Everything that is checked, here and in CI.
 test: deps format-check
 	$(MAKE) build-clang
+	$(MAKE) lint
 	$(MAKE) test-release
 	$(MAKE) test-asan
 	$(MAKE) test-tsan
@@ -50,7 +51,7 @@ format-check:
 	@clang-format-14 --dry-run --Werror $(SOURCES)
 
 # clang-tidy over the library's own sources, with the clang build's flags.
-lint: deps
+lint:
 	@cmake --preset clang >/dev/null
 	@printf '%s\n' $(LINTED) | xargs -P $(JOBS) -n 1 clang-tidy-14 --quiet -p build/clang
 
