@@ -18,19 +18,25 @@ namespace SdrTest
 {
 
 using Sim::Bytes;
-using Support::LogLine;
-using Lines = std::vector<LogLine>;
+using Faults = std::vector<Sim::FaultRule>;
+using Lines = std::vector<Support::LogLine>;
 using Kind = Sim::SensorRecord::Kind;
+using Changes = std::vector<std::pair<std::size_t, std::uint8_t>>; ///< offset and value
 
-inline constexpr std::uint8_t kStorage = 0x0a, kGetInfo = 0x20, kReserve = 0x22, kGetSdr = 0x23;
-inline constexpr std::uint8_t kSensor = 0x04, kGetHysteresis = 0x25, kGetThresholds = 0x27, kGetReading = 0x2d;
+inline constexpr std::uint8_t kGetInfo = 0x20, kReserve = 0x22, kGetSdr = 0x23;                 ///< Storage
+inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kGetReading = 0x2d; ///< Sensor/Event
+inline constexpr std::uint8_t kBmc = 0x20, kSatellite = 0x2c, kSoftware = 0x41;                 ///< owners of sensors
 
-inline Sim::Machine machineOf(std::vector<Bytes> records)
+inline constexpr auto netfnOf = [](std::uint8_t cmd) { return std::uint8_t(cmd < kGetHysteresis ? 0x0a : 0x04); };
+
+// --- records
+
+/// `record` with some bytes changed.
+inline Bytes patched(Bytes record, const Changes& changes)
 {
-    Sim::Machine machine;
-    machine.sdr = std::move(records);
-    machine.sensors = Sim::sensorsOf(machine.sdr);
-    return machine;
+    for (const auto& [offset, value] : changes)
+        record.at(offset) = value;
+    return record;
 }
 
 /// A record of `size` bytes, header included, that count up from its id.
@@ -50,44 +56,57 @@ inline std::vector<Bytes> plainRecords(int count)
     return records;
 }
 
-/// `record` with some bytes changed.
-inline Bytes patched(Bytes record, const std::vector<std::pair<std::size_t, std::uint8_t>>& changes)
+/// Where sensor records have what.
+inline constexpr std::size_t kOwnerAt = 5, kLunAt = 6, kNumberAt = 7, kEntityAt = 8, kCapabilitiesAt = 11;
+
+/// Record of sensor 1 of the BMC, with all thresholds.
+inline Bytes sensorRecord(Kind kind, std::uint8_t eventType, const Changes& changes = {}, std::uint16_t id = 1)
 {
-    for (const auto& [offset, value] : changes)
-        record.at(offset) = value;
-    return record;
+    Sim::SensorRecord record;
+    record.kind = kind;
+    record.key.number = 1;
+    record.entityId = 7;
+    record.capabilities = 0x08; // thresholds readable and settable
+    record.eventType = eventType;
+    record.masks[2] = 0x3f3f;
+    record.thresholds = {10, 5, 1, 200, 210, 220};
+    record.id = Sim::encodeIdString("Temp", Sim::IdEncoding::latin1);
+    return patched(Sim::writeSensorRecord(id, record), changes);
 }
+
+inline Sim::Machine machineOf(std::vector<Bytes> records, std::uint8_t version = 0x51)
+{
+    Sim::Machine machine;
+    machine.sdrVersion = version;
+    machine.sdr = std::move(records);
+    machine.sensors = Sim::sensorsOf(machine.sdr);
+    return machine;
+}
+
+// --- faults
 
 /// Request `nth` and the `count` - 1 after it go wrong; 0: all from there on.
 inline Sim::FaultRule fault(std::uint8_t cmd, std::uint64_t nth, std::uint64_t count, Sim::FaultAction action)
 {
-    return {.netfn = cmd < kGetHysteresis ? kStorage : kSensor,
-            .cmd = cmd,
-            .from = nth,
-            .count = count,
-            .action = std::move(action)};
+    return {.netfn = netfnOf(cmd), .cmd = cmd, .from = nth, .count = count, .action = std::move(action)};
 }
-inline Sim::FaultAction code(std::uint8_t completionCode)
+inline constexpr auto code = [](std::uint8_t value) { return Sim::FaultAction{.completionCode = value}; };
+inline constexpr auto cut = [](std::size_t bytes) { return Sim::FaultAction{.cutTo = bytes}; };
+inline constexpr auto lengthened = [](std::size_t bytes) { return Sim::FaultAction{.lengthenTo = bytes}; };
+inline const Sim::FaultAction kSilence{.noAnswer = true}, kLost{.lostReservation = true};
+
+/// The one line with this text; none when it is null.
+inline Lines line(int priority, const char* text)
 {
-    return {.completionCode = completionCode};
+    return text ? Lines{{priority, text}} : Lines{};
 }
-inline Sim::FaultAction cut(std::size_t bytes)
-{
-    return {.cutTo = bytes};
-}
-inline Sim::FaultAction lengthened(std::size_t bytes)
-{
-    return {.lengthenTo = bytes};
-}
-inline const Sim::FaultAction kSilence{.noAnswer = true};
-inline const Sim::FaultAction kLost{.lostReservation = true};
 
 /// Node 0, opened on a BMC, its requests logged.
 struct SdrBmc {
     Sim::Bmc bmc;
     Support::SimNode sim;
 
-    explicit SdrBmc(Sim::Machine machine, std::vector<Sim::FaultRule> faults = {},
+    explicit SdrBmc(Sim::Machine machine, Faults faults = {},
                     Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce)
         : bmc(std::move(machine)), sim(bmc, 0, serve)
     {
@@ -95,42 +114,36 @@ struct SdrBmc {
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
         restart(std::move(faults));
     }
-    explicit SdrBmc(std::vector<Bytes> records, std::vector<Sim::FaultRule> faults = {})
-        : SdrBmc(machineOf(std::move(records)), std::move(faults))
-    {
-    }
+    explicit SdrBmc(std::vector<Bytes> records) : SdrBmc(machineOf(std::move(records))) {}
     ~SdrBmc() { Ipmi::IpmiIfcCloseForCLI(0); }
 
     /// Other faults; logs and counts begin anew.
-    void restart(std::vector<Sim::FaultRule> faults)
+    void restart(Faults faults = {})
     {
         bmc.setFaults(Sim::FaultPlan(std::move(faults)));
         bmc.clearCounts();
         bmc.keepLog(true);
         sim.log().clear();
     }
-    std::uint64_t storage(std::uint8_t cmd) const { return bmc.count(kStorage, cmd); }
-    std::uint64_t sensor(std::uint8_t cmd) const { return bmc.count(kSensor, cmd); }
+    int asked(std::uint8_t cmd) const { return static_cast<int>(bmc.count(netfnOf(cmd), cmd)); }
     /// Warnings and errors logged above the transport.
     Lines complaints()
     {
         Lines lines = sim.log().complaints();
-        std::erase_if(lines, [](const LogLine& line) { return line.text.starts_with("Node "); });
+        std::erase_if(lines, [](const auto& line) { return line.text.starts_with("Node "); });
         return lines;
     }
-    std::size_t sleeps() { return sim.clock().sleeps().size(); }
+    int debugLines(const char* text) { return sim.log().count(LOG_DEBUG, text); }
+    int sleeps() { return static_cast<int>(sim.clock().sleeps().size()); }
 
-    /// The repository after a load; the test's threads are at rest.
-    const Ipmi::SdrRepository& repository() TRX_NO_THREAD_SAFETY_ANALYSIS { return Ipmi::g_IpmiNode[0].repository; }
+    /// The repository, while the test's threads are at rest.
+    Ipmi::SdrRepository& repository() TRX_NO_THREAD_SAFETY_ANALYSIS { return Ipmi::g_IpmiNode[0].repository; }
+    /// Makes the stored info claim so many records.
+    void claim(std::uint16_t records)
+    {
+        repository().sdr_info.bytes[2] = static_cast<std::uint8_t>(records);
+        repository().sdr_info.bytes[3] = static_cast<std::uint8_t>(records >> 8);
+    }
 };
-
-/// Number of entries in a list.
-inline std::size_t sizeOf(const Ipmi::ipmiifc_sdr_list* list)
-{
-    std::size_t count = 0;
-    for (; list; list = list->next)
-        ++count;
-    return count;
-}
 
 } // namespace SdrTest
