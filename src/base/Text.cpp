@@ -47,17 +47,6 @@ void append(std::string& text, char32_t c)
     }
 }
 
-/// Drops NULs and blanks at the end; other NULs are control characters like any.
-std::string trimmed(std::string text)
-{
-    text.erase(text.find_last_not_of(std::string(" \0", 2)) + 1);
-    for (char& c : text) {
-        if (c == '\0')
-            c = static_cast<char>(kReplacement);
-    }
-    return text;
-}
-
 /// Length of the UTF-8 sequence that `lead` begins; 0 when none does.
 constexpr std::size_t sequenceLength(std::uint8_t lead)
 {
@@ -87,7 +76,7 @@ std::string textFromLatin1(Bytes bytes)
     std::string text;
     for (const std::uint8_t byte : bytes)
         append(text, byte);
-    return trimmed(std::move(text));
+    return text;
 }
 
 std::string textFromUtf8(Bytes bytes)
@@ -101,7 +90,7 @@ std::string textFromUtf8(Bytes bytes)
         append(text, c);
         bytes = bytes.subspan(c > kLastCodePoint ? 1 : length);
     }
-    return trimmed(std::move(text));
+    return text;
 }
 
 std::string textFromUtf16(Bytes bytes)
@@ -118,7 +107,17 @@ std::string textFromUtf16(Bytes bytes)
         append(text, isPair ? 0x10000 + ((first - 0xd800) << 10) + (second - 0xdc00) : first);
         bytes = bytes.subspan(isPair ? 4 : 2);
     }
-    return trimmed(std::move(text));
+    return text;
+}
+
+std::string trimmed(std::string text)
+{
+    text.erase(text.find_last_not_of(std::string(" \0", 2)) + 1);
+    for (char& c : text) {
+        if (c == '\0')
+            c = static_cast<char>(kReplacement);
+    }
+    return text;
 }
 
 } // namespace TRX

@@ -9,12 +9,15 @@ namespace TRX
 {
 
 // Each of these replaces control characters, and what the encoding does not allow, by '?', and drops what is left of a
-// character that was cut off at the end. NULs and blanks at the end are dropped.
+// character that was cut off at the end. NULs stay.
 
 /// ASCII and Latin-1.
 std::string textFromLatin1(std::span<const std::uint8_t> bytes);
 std::string textFromUtf8(std::span<const std::uint8_t> bytes);
 /// UTF-16, LS byte first.
 std::string textFromUtf16(std::span<const std::uint8_t> bytes);
+
+/// Drops NULs and blanks at the end; other NULs are control characters like any.
+std::string trimmed(std::string text);
 
 } // namespace TRX

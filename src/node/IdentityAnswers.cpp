@@ -142,9 +142,9 @@ bool addTextBlock(SystemInfoText& text, const ipmiifc_resp* resp)
 std::string textOf(const SystemInfoText& text)
 {
     constexpr std::uint8_t kUtf8 = 1, kUtf16 = 2;
-    return text.encoding == kUtf8    ? TRX::textFromUtf8(text.bytes)
-           : text.encoding == kUtf16 ? TRX::textFromUtf16(text.bytes)
-                                     : TRX::textFromLatin1(text.bytes);
+    return TRX::trimmed(text.encoding == kUtf8    ? TRX::textFromUtf8(text.bytes)
+                        : text.encoding == kUtf16 ? TRX::textFromUtf16(text.bytes)
+                                                  : TRX::textFromLatin1(text.bytes));
 }
 
 int keepSelfTest(BmcIdentity& identity, const ipmiifc_resp* resp)

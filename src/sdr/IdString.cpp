@@ -1,8 +1,9 @@
 #include "sdr/IdString.h"
 
-#include "base/WireReader.h"
+#include "base/Text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Ipmi
 {
@@ -12,60 +13,13 @@ namespace
 
 enum Encoding : unsigned int { kUnicode, kBcdPlus, kSixBitAscii, kLatin1 };
 
-constexpr char32_t kReplacement = 0xfffd;
-
-constexpr bool isControl(char32_t c)
+/// Without the first NUL, of `unit` bytes, and what follows it.
+std::span<const std::uint8_t> upToNul(std::span<const std::uint8_t> bytes, std::size_t unit)
 {
-    return c < 0x20 || (c >= 0x7f && c < 0xa0);
-}
-
-void append(std::string& text, char32_t c)
-{
-    const auto put = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
-    const auto putTail = [&](unsigned int shift) { put(0x80 | (c >> shift & 0x3f)); };
-    if (isControl(c)) {
-        put('?');
-    } else if (c < 0x80) {
-        put(c);
-    } else if (c < 0x800) {
-        put(0xc0 | c >> 6);
-        putTail(0);
-    } else if (c < 0x10000) {
-        put(0xe0 | c >> 12);
-        putTail(6);
-        putTail(0);
-    } else {
-        put(0xf0 | c >> 18);
-        putTail(12);
-        putTail(6);
-        putTail(0);
-    }
-}
-
-/// The standard does not say which Unicode: UTF-16, LS byte first like every word of IPMI.
-std::string decodeUnicode(std::span<const std::uint8_t> bytes)
-{
-    constexpr auto isHigh = [](char32_t c) { return c >= 0xd800 && c < 0xdc00; };
-    constexpr auto isLow = [](char32_t c) { return c >= 0xdc00 && c < 0xe000; };
-    TRX::WireReader words(bytes);
-    std::string text;
-    char32_t c = 0;
-    while (words.remaining() >= 2 && (c = words.le16()) != 0) {
-        if (isHigh(c)) {
-            TRX::WireReader ahead = words;
-            const char32_t low = ahead.le16();
-            if (isLow(low)) {
-                words = ahead;
-                c = 0x10000 + ((c - 0xd800) << 10) + (low - 0xdc00);
-            } else {
-                c = kReplacement;
-            }
-        } else if (isLow(c)) {
-            c = kReplacement;
-        }
-        append(text, c);
-    }
-    return text;
+    std::size_t end = 0;
+    while (end + unit <= bytes.size() && (bytes[end] != 0 || bytes[end + unit - 1] != 0))
+        end += unit;
+    return bytes.first(end);
 }
 
 /// Two characters a byte, high digit first.
@@ -93,17 +47,6 @@ std::string decodeSixBitAscii(std::span<const std::uint8_t> bytes)
     return text;
 }
 
-std::string decodeLatin1(std::span<const std::uint8_t> bytes)
-{
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        if (byte == 0)
-            break;
-        append(text, byte);
-    }
-    return text;
-}
-
 } // namespace
 
 std::string decodeIdString(std::span<const std::uint8_t> field)
@@ -116,14 +59,14 @@ std::string decodeIdString(std::span<const std::uint8_t> field)
     const std::size_t length = (field[0] & 0x1fU) * (encoding == kUnicode ? 2 : 1);
     const auto bytes = field.subspan(1, std::min(length, field.size() - 1));
     switch (encoding) {
-    case kUnicode:
-        return decodeUnicode(bytes);
+    case kUnicode: // the standard does not say which: LS byte first like every word of IPMI
+        return TRX::textFromUtf16(upToNul(bytes, 2));
     case kBcdPlus:
         return decodeBcdPlus(bytes);
     case kSixBitAscii:
         return decodeSixBitAscii(bytes);
     default:
-        return decodeLatin1(bytes);
+        return TRX::textFromLatin1(upToNul(bytes, 1));
     }
 }
 
