@@ -72,7 +72,7 @@ RecordRead::Outcome RecordRead::readPiece()
         return Outcome::failed;
     if (answer->cc != 0)
         return failed(answer->cc);
-    if (exchange_.record().size() != count || answer->datalen != static_cast<int>(count + SdrExchange::kRecord))
+    if (exchange_.record().size() != count)
         return badLength(count + SdrExchange::kRecord);
     std::ranges::copy(exchange_.record(), buffer_.subspan(offset).begin());
     buffer_ = buffer_.first(offset);
