@@ -28,6 +28,9 @@ public:
     /// nothing
     std::string getAlertClassName() const;
 
+    /// The entity that contains this one, as IpmiIfc::getEntityParent of its node. @threads any; sends nothing
+    IpmiEntity getParent() const;
+
 private:
     unsigned int id_ = 0;
     unsigned int instance_ = 0;

@@ -3,6 +3,7 @@
 
 #include "ipmi/CmpiTypes.h"
 #include "ipmi/Export.h"
+#include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/Reference.h"
@@ -117,6 +118,18 @@ public:
     /// none.
     static TRX::Reference<IpmiSensor> getSensor(int node, unsigned int sensorNumber, unsigned int ownerId);
     static TRX::Reference<IpmiSensor> getSensor(unsigned int sensorNumber, unsigned int ownerId);
+
+    // --- entities
+
+    /// The node's entities as its repository tells of them (IPMI 2.0, 39.1): each container, behind it what it
+    /// contains, then the entities that only sensors name. Rebuilt with every read of the repository; entities of an
+    /// earlier one stay until the node is closed.
+    static std::vector<IpmiEntity> getEntities(int node);
+    static std::vector<IpmiEntity> getEntities();
+    /// The entity that contains the one with this id and instance (7 bits); an entity of id 0, instance 0 and node 0
+    /// where nothing does.
+    static IpmiEntity getEntityParent(int node, unsigned int id, unsigned int instance);
+    static IpmiEntity getEntityParent(unsigned int id, unsigned int instance);
 
     // --- CIM broker
 

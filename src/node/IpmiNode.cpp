@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Log.h"
+#include "entity/IpmiIfcEntity.h"
 #include "ipmi/CmpiStatus.h"
 
 #include <algorithm>
@@ -77,6 +78,7 @@ void InitIpmiNode(int node)
         TRX::MutexLock hold(self.bmcInfoLock);
         self.identity = BmcIdentity();
     }
+    IpmiIfcEntityCleanUpAll(node);
     LoadScope load(self.loadGuard);
     TRX::WriteLock hold(self.sdrLock);
     self.repository.reset();

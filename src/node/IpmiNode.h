@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "entity/EntityTree.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
@@ -87,6 +88,7 @@ struct IpmiNode {
     std::atomic<std::uint8_t> targetChannel{0};
 
     TRX::Mutex entityLock;
+    EntityTree entities TRX_GUARDED_BY(entityLock);
 };
 
 /// Nodes 0 to 3.

@@ -1,6 +1,7 @@
 // Using a node without a polling loop.
 #include "ipmi/IpmiNodeControl.h"
 
+#include "entity/IpmiIfcEntity.h"
 #include "ipmi/CmpiStatus.h"
 #include "node/IpmiIfcIdentity.h"
 #include "node/IpmiIfcTransport.h"
@@ -59,6 +60,7 @@ int IpmiIfcCloseForCLI(int node)
     LoadScope load(self.loadGuard);
     IpmiIfcSdrCleanUpHeaders(node);
     IpmiIfcSdrCleanUpAll(node);
+    IpmiIfcEntityCleanUpAll(node);
     {
         TRX::WriteLock hold(self.sdrLock);
         self.sensors.clear();

@@ -1,6 +1,7 @@
 #include "sdr/IpmiIfcSdr.h"
 
 #include "base/Log.h"
+#include "entity/IpmiIfcEntity.h"
 #include "ipmi/IpmiIfc.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
@@ -80,6 +81,8 @@ int IpmiIfcRhGetSdrInfo(ipmiifc_resp* resp)
     IpmiIfcSdrReserve(node);
     IpmiIfcSdrGetAll(node);
     IpmiIfcSensorInstantiateAll(node);
+    IpmiIfcEntityListCreate(node);
+    IpmiIfcEntityInstantiateAll(node);
     return 0;
 }
 

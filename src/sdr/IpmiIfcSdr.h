@@ -11,7 +11,8 @@ namespace Ipmi
 // All of these but IpmiIfcSdrListAdd take the node's sdrLock themselves: its holder must not call them. Those that
 // return an int return 0 or -1, what went wrong is logged. A node outside 0..3 is one that gives no answer.
 
-/// Handler of the repository info: stores a good one, reads the whole repository and rebuilds the sensors.
+/// Handler of the repository info: stores a good one, reads the whole repository, rebuilds the sensors and the
+/// entities.
 int IpmiIfcRhGetSdrInfo(ipmiifc_resp* resp);
 /// Takes a reservation; a failed one leaves the old in place.
 int IpmiIfcSdrReserve(int node);

@@ -6,7 +6,7 @@
 namespace Ipmi::sdr_record
 {
 
-inline constexpr std::uint8_t kFullType = 0x01, kCompactType = 0x02, kEventOnlyType = 0x03;
+inline constexpr std::uint8_t kFullType = 0x01, kCompactType = 0x02, kEventOnlyType = 0x03, kOemType = 0xc0;
 
 // All three kinds.
 inline constexpr unsigned int kId = 0, kType = 3, kOwner = 5, kLun = 6, kNumber = 7, kEntityId = 8, kEntityInstance = 9;
@@ -30,5 +30,13 @@ namespace event_only
 {
 inline constexpr unsigned int kSensorType = 10, kEventType = 11, kSharing = 12, kModifierOffset = 13, kIdCode = 16;
 }
+
+/// Entity association record, 08h (IPMI 2.0, table 43-4): a container, and four pairs of entity id and instance.
+namespace association
+{
+inline constexpr unsigned int kContainerId = 5, kContainerInstance = 6, kFlags = 7, kMembers = 8, kMemberSize = 2,
+                              kMemberCount = 4;
+inline constexpr unsigned int kRanges = 7, kPresenceReadable = 5; ///< bits of the flags
+} // namespace association
 
 } // namespace Ipmi::sdr_record
