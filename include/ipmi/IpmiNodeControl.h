@@ -31,7 +31,8 @@ TRX_IPMI_API int IpmiIfcInitForCLI(int node);
 TRX_IPMI_API int IpmiIfcCloseForCLI(int node);
 
 /// Reads the repository info (IPMI 2.0, Get SDR Repository Info), then the whole repository, and rebuilds the node's
-/// sensors with their first readings and thresholds. Sends some commands per record and blocks until all are answered.
+/// sensors with their first readings and thresholds, and its entities. Sends some commands per record and blocks until
+/// all are answered.
 /// @return 0 when the info was answered with completion code 00h, whatever became of the rest; else -1
 /// @threads any; whole loads of one node run one at a time
 TRX_IPMI_API int IpmiIfcSdrGetInfo(int node);
@@ -41,5 +42,15 @@ TRX_IPMI_API int IpmiIfcSdrGetInfo(int node);
 /// @return 0
 /// @threads any
 TRX_IPMI_API int IpmiIfcSensorUpdateReading(int node);
+
+/// Refreshes readings and thresholds of the node's sensors, each for itself: one that cannot be read costs no other its
+/// turn. A sensor that fails again and again is asked on every second pass, every fourth, up to every 32nd, until it
+/// succeeds. When a controller no longer answers, its sensors are without a reading at once and it alone is asked, as
+/// rarely, until it answers this or any other command of the library. Sensors of system software are left out. Sends up
+/// to three commands per sensor and blocks; a controller behind the BMC that falls silent costs two time-outs of the
+/// driver, a silent BMC two of 30 s, and each later pass at most one.
+/// @return how many sensors are without a reading, those left out not counted; -1 for a node outside 0..3
+/// @threads any; passes of one node run one at a time
+TRX_IPMI_API int IpmiIfcSensorRefreshAll(int node);
 
 } // namespace Ipmi

@@ -99,6 +99,14 @@ public:
     /// The identifier, made unique within the node where several sensors share it; "Sensor 0x12" where it is empty.
     /// Given when the node's sensors are built, the same for the same repository, and kept for the sensor's life.
     std::string getName() const;
+    /// A key for the sensor that survives restarts and new reads of the repository: node, owner, channel, LUN, number
+    /// and kind of record, as "node0-owner20-channel0-lun0-sensor01-full".
+    std::string getDeviceId() const;
+    /// What the sensor is, for people: "CPU Temp: Temperature of Processor 1 (node 0)"; "[Device]" stands for a full
+    /// record's missing identifier. Texts of their own for OEM records and for records that say too little.
+    std::string getDescription() const;
+    /// Name of the event/reading type: "threshold", "sensor-discrete" ...; empty for other than sensor records.
+    std::string getEventReadingTypeString() const;
     /// Name of the sensor type (DescFromType); empty for other than sensor records.
     std::string getSensorTypeString() const;
     /// Name of the sensor direction (DescFromDirection), for full records too; empty for other than sensor records.
@@ -155,6 +163,9 @@ public:
     bool hasReadingTime() const;
     /// Time of the last good reading, UTC, "2026-01-31T23:59:59Z".
     void getReadingTime(std::string& text) const;
+    /// How long ago the last good reading was, in milliseconds, whatever happened to the system's time since; -1:
+    /// never.
+    std::int64_t getReadingAge() const;
     /// Result of the last fetch: 0, a completion code, or FFFFFFFFh without an answer.
     unsigned int getLastReadResult() const { return lastReadResult_; }
     /// How many times in a row that result has come back.
@@ -196,6 +207,7 @@ private:
     std::atomic<std::uint64_t> reading_{0};
     std::atomic<std::uint64_t> thresholds_{0};
     std::atomic<std::uint64_t> readingTime_{0};
+    std::atomic<std::int64_t> readAt_{0}; ///< the same, on the steady clock, in milliseconds
     std::atomic<std::uint32_t> hysteresis_{0};
     std::atomic<std::uint32_t> lastReadResult_{0};
     std::atomic<std::uint32_t> readResultRepeats_{0};

@@ -31,12 +31,20 @@ constexpr unsigned int kSourceAddressRoom = 40;
 constexpr std::uint8_t kFill = 0xef;
 constexpr int kCopyRequest = 0x01;
 
+/// Where this thread's exchanges go; the BMC by its own address, 0 included.
+Target currentTarget(int node, const IpmiNode& self)
+{
+    Target target = TargetScope::current(node);
+    if (target.address == 0)
+        target.address = self.myAddress;
+    return target;
+}
+
 /// The destination address, in the driver's form.
-std::array<std::uint8_t, kAddressLength> driverAddress(int node, const IpmiNode& self)
+std::array<std::uint8_t, kAddressLength> driverAddress(const Target& target, const IpmiNode& self)
 {
     std::array<std::uint8_t, kAddressLength> bytes{};
-    const Target target = TargetScope::current(node);
-    if (target.address == 0 || target.address == self.myAddress) {
+    if (target.address == self.myAddress) {
         ipmi_system_interface_addr bmc{};
         bmc.addr_type = IPMI_SYSTEM_INTERFACE_ADDR_TYPE;
         bmc.channel = IPMI_BMC_CHANNEL;
@@ -96,7 +104,8 @@ private:
 
     bool send(const ipmiifc_req& req)
     {
-        address_ = driverAddress(node_, self_);
+        target_ = currentTarget(node_, self_);
+        address_ = driverAddress(target_, self_);
         request_.addr = address_.data();
         request_.addr_len = kAddressLength;
         request_.msgid = req.msgid;
@@ -189,6 +198,9 @@ private:
         record_->datalen = message.msg.data_len;
         record_->cc = record_->data[0];
         received_ = true;
+        // For a controller behind the BMC the driver says with C3h that it did not answer.
+        if (target_.address == self_.myAddress || record_->cc != IPMI_TIMEOUT_COMPLETION_CODE)
+            ++self_.answers[target_.address & 0xff];
         return Receive::kAnswer;
     }
 
@@ -259,6 +271,7 @@ private:
     const int flags_;
     ipmiifc_resp* const supplied_;
     ipmiifc_resp* record_ = nullptr;
+    Target target_;
     std::array<std::uint8_t, kAddressLength> address_{};
     ipmi_req request_{};
     bool received_ = false;

@@ -9,6 +9,7 @@
 #include "ipmi/Reference.h"
 #include "node/GivenUpIds.h"
 #include "node/LoadGuard.h"
+#include "sdr/RefreshRoster.h"
 #include "sdr/SdrRepository.h"
 
 #include <array>
@@ -42,7 +43,7 @@ struct BmcIdentity {
 };
 
 /// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;
-/// `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
+/// `refreshLock` before `sdrLock`; `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
 struct IpmiNode {
     IpmiNode() = default;
     ~IpmiNode();
@@ -86,6 +87,12 @@ struct IpmiNode {
     std::atomic<unsigned int> targetAddress{0};
     std::atomic<std::uint8_t> targetLun{0};
     std::atomic<std::uint8_t> targetChannel{0};
+
+    /// Answered exchanges by the slave address of the controller that answered.
+    std::array<std::atomic<std::uint32_t>, 256> answers{};
+
+    TRX::Mutex refreshLock; ///< whole passes of IpmiIfcSensorRefreshAll run one at a time
+    RefreshRoster roster TRX_GUARDED_BY(refreshLock);
 
     TRX::Mutex entityLock;
     EntityTree entities TRX_GUARDED_BY(entityLock);

@@ -62,6 +62,10 @@ int IpmiIfcCloseForCLI(int node)
     IpmiIfcSdrCleanUpAll(node);
     IpmiIfcEntityCleanUpAll(node);
     {
+        TRX::MutexLock hold(self.refreshLock);
+        self.roster = RefreshRoster();
+    }
+    {
         TRX::WriteLock hold(self.sdrLock);
         self.sensors.clear();
     }

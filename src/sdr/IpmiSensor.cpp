@@ -80,6 +80,7 @@ void IpmiSensor::setReading(const unsigned char* answer, unsigned int length)
         return;
     const unsigned int count = std::min(length, kAnswerBytes);
     const std::uint64_t bytes = pack(answer, count) | static_cast<std::uint64_t>(count) << kLengthShift;
+    readAt_ = TRX::Clock::get().steadyTime().count();
     readingTime_ = static_cast<std::uint64_t>(TRX::Clock::get().wallTime().count());
     reading_ = bytes | kValid | kPresent;
 }
@@ -112,6 +113,11 @@ void IpmiSensor::getReadingTime(std::string& text) const
     text = buffer;
 }
 
+std::int64_t IpmiSensor::getReadingAge() const
+{
+    return hasReadingTime() ? std::max<std::int64_t>(TRX::Clock::get().steadyTime().count() - readAt_, 0) : -1;
+}
+
 void SensorAccess::beginReadAttempt(IpmiSensor& sensor)
 {
     std::uint64_t before = sensor.reading_.load();
@@ -142,20 +148,18 @@ int SensorAccess::fetchReading(IpmiSensor& sensor, ipmiifc_sdr_list* sdr)
     return result;
 }
 
-int SensorAccess::fetchReading(IpmiSensor& sensor)
+ListEntry::ListEntry(const IpmiSensor& sensor) : record_(SensorAccess::record(sensor))
 {
-    IpmiSdrRecord record = sensor.record_;
-    ipmiifc_sdr_list sdr;
-    sdr.record_id = sensor.recordId_;
-    sdr.record_type = record.at(sdr_record::kType);
-    sdr.length = static_cast<std::uint8_t>(record.length);
-    sdr.data = record.bytes;
-    return fetchReading(sensor, &sdr);
+    sdr.record_id = sensor.getSensorRecordNumber();
+    sdr.record_type = record_.at(sdr_record::kType);
+    sdr.length = static_cast<std::uint8_t>(std::min<std::size_t>(record_.length, std::size(record_.bytes)));
+    sdr.data = record_.bytes;
 }
 
 int IpmiSensor::readNow()
 {
-    return std::max(SensorAccess::fetchReading(*this), -1);
+    ListEntry entry(*this);
+    return std::max(SensorAccess::fetchReading(*this, &entry.sdr), -1);
 }
 
 void IpmiSensor::prepareState(bool refresh, std::atomic<bool>& first)
@@ -184,17 +188,22 @@ void IpmiSensor::setThresholdReading(const unsigned char* answer)
         thresholds_ = pack(answer, kThresholdBytes);
 }
 
+bool SensorAccess::hasReadableHysteresis(const IpmiSensor& sensor)
+{
+    constexpr unsigned char kReadable = 1, kReadableAndSettable = 2;
+    const unsigned char support = sensor.getHysteresisSupport();
+    return support == kReadable || support == kReadableAndSettable;
+}
+
 int IpmiSensor::getHysteresis(unsigned char& positive, unsigned char& negative, bool refresh)
 {
     std::uint32_t word = hysteresis_.load();
     positive = negative = 0;
     if (refresh || (word & kHysteresisKnown) == 0) {
-        constexpr unsigned char kReadable = 1, kReadableAndSettable = 2;
-        const unsigned char support = getHysteresisSupport();
-        if (support != kReadable && support != kReadableAndSettable)
+        if (!SensorAccess::hasReadableHysteresis(*this))
             return -1;
         const std::uint8_t data[] = {kHysteresisReserved};
-        const Response reply = sendSensorCommand(*this, sensor_command::kGetHysteresis, data);
+        const Response reply = askSensor(SensorAddress::of(*this), sensor_command::kGetHysteresis, data);
         if (const int result = resultOf(reply); result != 0)
             return result;
         word = kHysteresisKnown | static_cast<std::uint32_t>(reply.at(1) | reply.at(2) << 8);

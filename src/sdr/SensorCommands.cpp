@@ -1,5 +1,8 @@
 #include "sdr/SensorCommands.h"
 
+#include "node/IpmiNode.h"
+#include "sdr/SdrLayout.h"
+
 #include <array>
 #include <vector>
 
@@ -28,15 +31,26 @@ unsigned short le16(const Response& reply, std::size_t index)
 
 } // namespace
 
-Response sendSensorCommand(const IpmiSensor& sensor, std::uint8_t command, std::span<const std::uint8_t> data)
+SensorAddress SensorAddress::of(int node, const ipmiifc_sdr_list& sdr)
 {
-    constexpr unsigned int kSoftwareOwner = 0x01;
-    if (sensor.getOwnerId() & kSoftwareOwner)
+    const std::uint8_t lun = sdr.at(sdr_record::kLun);
+    return {node, sdr.at(sdr_record::kOwner), static_cast<std::uint8_t>(lun & 0x03),
+            static_cast<std::uint8_t>(lun >> 4), sdr.at(sdr_record::kNumber)};
+}
+
+SensorAddress SensorAddress::of(const IpmiSensor& sensor)
+{
+    return {sensor.getNode(), sensor.getOwnerId(), sensor.getLun(), sensor.getChannel(), sensor.getSensorNumber()};
+}
+
+Response askSensor(const SensorAddress& address, std::uint8_t command, std::span<const std::uint8_t> data)
+{
+    if (!isNode(address.node) || address.isSoftware())
         return {};
-    std::vector<std::uint8_t> request{sensor.getSensorNumber()};
+    std::vector<std::uint8_t> request{address.number};
     request.insert(request.end(), data.begin(), data.end());
-    const TargetScope owner(sensor.getNode(), sensor.getOwnerId(), sensor.getLun(), sensor.getChannel());
-    return sendCommand(sensor.getNode(), sensor_command::kNetfn, command, request);
+    const TargetScope owner(address.node, address.owner, address.lun, address.channel);
+    return sendCommand(address.node, sensor_command::kNetfn, command, request);
 }
 
 int resultOf(const Response& reply)
@@ -51,10 +65,10 @@ int sendRearmEvents(const IpmiSensor& sensor, unsigned int events, unsigned shor
     const unsigned int off = deassertions & events;
     if ((assertions | deassertions) == 0) {
         constexpr std::array<std::uint8_t, 1> kAllEvents = {0x00};
-        return resultOf(sendSensorCommand(sensor, sensor_command::kRearmEvents, kAllEvents));
+        return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kRearmEvents, kAllEvents));
     }
     const std::array<std::uint8_t, 5> data = {kSelectedEvents, low(on), high(on), low(off), high(off)};
-    return resultOf(sendSensorCommand(sensor, sensor_command::kRearmEvents, data));
+    return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kRearmEvents, data));
 }
 
 int sendGetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned char& flags, unsigned short& assertions,
@@ -62,7 +76,7 @@ int sendGetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned c
 {
     flags = 0;
     assertions = deassertions = 0;
-    const Response reply = sendSensorCommand(sensor, sensor_command::kGetEventEnable);
+    const Response reply = askSensor(SensorAddress::of(sensor), sensor_command::kGetEventEnable);
     const int result = resultOf(reply);
     if (result != 0)
         return result;
@@ -79,7 +93,7 @@ int sendSetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned c
     const unsigned int off = deassertions & events;
     const std::array<std::uint8_t, 5> data = {static_cast<std::uint8_t>(flags & 0xf0), low(on), high(on), low(off),
                                               high(off)};
-    return resultOf(sendSensorCommand(sensor, sensor_command::kSetEventEnable, data));
+    return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kSetEventEnable, data));
 }
 
 } // namespace Ipmi

@@ -3,6 +3,7 @@
 
 #include "ipmi/IpmiSensor.h"
 #include "node/IpmiIfcTransport.h"
+#include "sdr/SdrRepository.h"
 
 #include <cstdint>
 #include <span>
@@ -13,13 +14,25 @@ namespace Ipmi
 namespace sensor_command
 {
 inline constexpr std::uint8_t kNetfn = 0x04;
-inline constexpr std::uint8_t kGetHysteresis = 0x25, kSetEventEnable = 0x28, kGetEventEnable = 0x29,
-                              kRearmEvents = 0x2a;
+inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kSetEventEnable = 0x28,
+                              kGetEventEnable = 0x29, kRearmEvents = 0x2a, kGetReading = 0x2d;
 } // namespace sensor_command
 
-/// Sends a sensor command with the sensor's number and `data`. No reply for a sensor owned by system software: it is
-/// never asked.
-Response sendSensorCommand(const IpmiSensor& sensor, std::uint8_t command, std::span<const std::uint8_t> data = {});
+/// Where a sensor is asked.
+struct SensorAddress {
+    int node;
+    std::uint8_t owner, lun, channel, number;
+
+    /// As the sensor's record says.
+    static SensorAddress of(int node, const ipmiifc_sdr_list& sdr);
+    static SensorAddress of(const IpmiSensor& sensor);
+    /// System software owns the sensor: there is no controller to ask.
+    bool isSoftware() const { return (owner & 0x01) != 0; }
+};
+
+/// Sends a command with the sensor's number and `data` to the controller that owns the sensor; no reply where that is
+/// system software.
+Response askSensor(const SensorAddress& address, std::uint8_t command, std::span<const std::uint8_t> data = {});
 
 /// Completion code of a reply; -1 without one.
 int resultOf(const Response& reply);

@@ -132,6 +132,12 @@ std::string IpmiSensor::getSensorTypeString() const
     return isFullOrCompact() || type == kEventOnlyType ? DescFromType(getSensorType()) : std::string();
 }
 
+std::string IpmiSensor::getEventReadingTypeString() const
+{
+    const bool isSensor = isFullOrCompact() || record_.at(kType) == kEventOnlyType;
+    return isSensor ? SensorEventReadingToString(getEventReadingType()) : std::string();
+}
+
 std::string IpmiSensor::getSensorDirectionString() const
 {
     switch (record_.at(kType)) {

@@ -1,0 +1,193 @@
+// Refreshing a node's sensors: as designed for the polling loop, and each for itself.
+#include "base/Log.h"
+#include "ipmi/IpmiIfc.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/IpmiNode.h"
+#include "sdr/IpmiIfcSensor.h"
+#include "sdr/RefreshRoster.h"
+#include "sdr/SdrLayout.h"
+#include "sdr/SensorAccess.h"
+
+namespace Ipmi
+{
+
+namespace
+{
+
+using SensorRef = TRX::Reference<IpmiSensor>;
+
+constexpr int kCcTimeout = 0xc3, kCcNotPresent = 0xcb, kCcIllegalCommand = 0xcd;
+constexpr int kNoReply = -1;
+
+bool canBeRead(const IpmiSensor& sensor)
+{
+    const unsigned int type = SensorAccess::record(sensor).at(sdr_record::kType);
+    return type == sdr_record::kFullType || type == sdr_record::kCompactType;
+}
+
+void refreshThresholds(const SensorRef& sensor, ListEntry& entry)
+{
+    constexpr std::uint8_t kThresholdType = 0x01; ///< event/reading type
+    if (sensor->getEventReadingType() == kThresholdType)
+        IpmiIfcSensorGetThresholds(sensor->getNode(), &entry.sdr, sensor);
+}
+
+/// True for a sensor that is not worth another fetch before the next build.
+bool hasGivenUp(const IpmiSensor& sensor)
+{
+    constexpr unsigned int kMostTimeouts = 2;
+    const unsigned int result = sensor.getLastReadResult();
+    return result == kCcNotPresent || result == kCcIllegalCommand ||
+           (result == kCcTimeout && sensor.getReadResultRepeats() > kMostTimeouts);
+}
+
+/// Refreshes one sensor. @return false when it got no answer, which ends the refresh
+bool refresh(const SensorRef& sensor)
+{
+    ListEntry entry(*sensor);
+    if (canBeRead(*sensor)) {
+        if (hasGivenUp(*sensor)) {
+            TRX::log(LOG_DEBUG, "Skipping reading update for previous failed sensor 0x%x", sensor->getSensorNumber());
+            return true;
+        }
+        if (SensorAccess::fetchReading(*sensor, &entry.sdr) == kNoReply) {
+            TRX::log(LOG_DEBUG, "IpmiIfcSensorUpdateReading: failed send to get reading.");
+            return false;
+        }
+    }
+    refreshThresholds(sensor, entry);
+    return true;
+}
+
+/// What comes back for a controller that did not answer: nothing, or the driver's word for it.
+bool isSilence(int result)
+{
+    return result == kNoReply || result == kCcTimeout;
+}
+
+/// One pass in which every sensor is refreshed for itself.
+class RefreshPass
+{
+public:
+    explicit RefreshPass(int node) : node_(node) {}
+
+    /// @return how many sensors are without a reading
+    int run(RefreshRoster& roster)
+    {
+        int without = 0;
+        for (Controller& controller : roster.controllers)
+            without += !bmcSilent_ && isThere(controller) ? refresh(controller) : loseReadings(controller);
+        return without;
+    }
+
+private:
+    using Controller = RefreshRoster::Controller;
+    using Member = RefreshRoster::Member;
+
+    std::uint32_t answersOf(const Controller& controller) const
+    {
+        return g_IpmiNode[node_].answers[controller.address];
+    }
+
+    /// One that is silent is there again when it has answered somebody since, or answers now that its turn has come.
+    bool isThere(Controller& controller)
+    {
+        if (!controller.silent)
+            return true;
+        if (answersOf(controller) == controller.answers && !(controller.backOff.due() && answers(controller)))
+            return false;
+        controller.silent = false;
+        controller.backOff.reset();
+        for (Member& member : controller.members)
+            member.backOff.reset();
+        return true;
+    }
+
+    /// Get Device ID: every controller has an answer to it. One without falls silent, or stays so.
+    bool answers(Controller& controller)
+    {
+        constexpr std::uint8_t kApp = 0x06, kGetDeviceId = 0x01;
+        controller.answers = answersOf(controller);
+        const TargetScope target(node_, controller.address, 0, controller.channel);
+        bmcSilent_ = !sendCommand(node_, kApp, kGetDeviceId);
+        controller.silent = answersOf(controller) == controller.answers;
+        if (controller.silent)
+            controller.backOff.failed();
+        return !controller.silent;
+    }
+
+    /// @return how many of its sensors are without a reading
+    int refresh(Controller& controller)
+    {
+        const std::uint32_t before = answersOf(controller);
+        int without = 0;
+        for (Member& member : controller.members) {
+            if (!member.backOff.due()) {
+                ++without;
+                continue;
+            }
+            const int result = refresh(member.sensor);
+            if (result == 0) {
+                member.backOff.reset();
+                continue;
+            }
+            if (isSilence(result) && answersOf(controller) == before && !answers(controller))
+                return loseReadings(controller);
+            member.backOff.failed();
+            ++without;
+        }
+        return without;
+    }
+
+    static int refresh(const SensorRef& sensor)
+    {
+        ListEntry entry(*sensor);
+        const int result = canBeRead(*sensor) ? SensorAccess::fetchReading(*sensor, &entry.sdr) : 0;
+        if (!isSilence(result))
+            refreshThresholds(sensor, entry);
+        return result;
+    }
+
+    /// The readings there are do not count any more. @return how many sensors that makes
+    static int loseReadings(const Controller& controller)
+    {
+        int count = 0;
+        for (const Member& member : controller.members) {
+            if (!canBeRead(*member.sensor))
+                continue;
+            ++count;
+            if (!member.sensor->getLastReading().valid)
+                continue;
+            SensorAccess::beginReadAttempt(*member.sensor);
+            SensorAccess::endReadAttempt(*member.sensor, kNoReply);
+        }
+        return count;
+    }
+
+    int node_;
+    bool bmcSilent_ = false; ///< nothing behind it can be reached in this pass
+};
+
+} // namespace
+
+int IpmiIfcSensorUpdateReading(int node)
+{
+    TRX::log(LOG_DEBUG, "Entering IpmiIfcSensorUpdateReading");
+    for (const SensorRef& sensor : IpmiIfc::getSensors(node)) {
+        if (!refresh(sensor))
+            break;
+    }
+    return 0;
+}
+
+int IpmiIfcSensorRefreshAll(int node)
+{
+    if (!isNode(node))
+        return -1;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.refreshLock);
+    self.roster.follow(IpmiIfc::getSensors(node));
+    return RefreshPass(node).run(self.roster);
+}
+
+} // namespace Ipmi
