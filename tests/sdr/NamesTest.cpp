@@ -99,4 +99,34 @@ TEST(Names, UnitsOfReadings)
     EXPECT_EQ(of<&S::getUnitsString>(kCompact, {{21, 1}}), "");
 }
 
+TEST(Names, DescriptionsAndKeys)
+{
+    const Patch place{{5, 0x82}, {6, 0x71}, {7, 0x0a}, {8, 3}, {9, 0x82}}; // of processor 2
+    const auto fan = [&](std::uint8_t type, const char* id) {
+        Bytes record = sensorRecord(type, place);
+        record[type == kEventOnly ? 10 : 12] = 4;
+        return withId(record, id);
+    };
+    struct Row {
+        Bytes record;
+        const char* description;
+        const char* kind;
+    };
+    const Row rows[] = {
+        {fan(kFull, "CPU Fan"), "CPU Fan: Fan of Processor 2 (node 1)", "full"},
+        {fan(kFull, ""), "[Device]: Fan of Processor 2 (node 1)", "full"},
+        {fan(kCompact, "CPU Fan"), "CPU Fan: Fan of Processor 2 (node 1)", "compact"},
+        {fan(kCompact, ""), "Unhandled Compact SDR description", "compact"},
+        {fan(kEventOnly, "Fan"), "Fan: Fan of Processor 2 (node 1)", "event-only"},
+        {fan(kEventOnly, ""), "Unhandled eventonly SDR description", "event-only"},
+        {sensorRecord(0xc0, place, 9), "OEM Record (0000): SDR Type C0h - OEM Data (82 71 0a 03)", "typec0"},
+        {sensorRecord(0x14, place), "Unhandled unknown SDR description", "type14"},
+    };
+    for (const Row& row : rows) {
+        const auto fanSensor = sensor<Ipmi::IpmiDiscreteSensor>(row.record, 1);
+        EXPECT_EQ(fanSensor.getDescription(), row.description);
+        EXPECT_EQ(fanSensor.getDeviceId(), std::string("node1-owner82-channel7-lun1-sensor0a-") + row.kind);
+    }
+}
+
 } // namespace

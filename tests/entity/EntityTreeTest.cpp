@@ -1,0 +1,117 @@
+#include "entity/IpmiIfcEntity.h"
+#include "ipmi/IpmiIfc.h"
+#include "sdr/SdrBmc.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+using namespace SdrTest;
+using Ipmi::IpmiEntity;
+using Ipmi::IpmiIfc;
+
+constexpr std::uint8_t kList = 0x00, kRange = 0x80;
+
+/// An association record: container, flags, members.
+Bytes association(std::uint8_t flags, Bytes members, Bytes container = {7, 1}, std::uint8_t type = 0x08)
+{
+    Bytes body = container;
+    body.push_back(flags);
+    body.insert(body.end(), members.begin(), members.end());
+    return Sim::writeRecord(0, type, body);
+}
+
+Bytes sensorOf(std::uint8_t entity, std::uint8_t instance)
+{
+    return sensorRecord(Kind::full, 0x01, {{kEntityAt, entity}, {kEntityAt + 1, instance}});
+}
+
+/// The flat list, "<container" behind what is contained.
+std::string flat()
+{
+    std::string text;
+    for (const IpmiEntity& entity : IpmiIfc::getEntities()) {
+        const auto name = [](const IpmiEntity& e) {
+            return std::to_string(e.getId()) + "." + std::to_string(e.getInstance());
+        };
+        const IpmiEntity parent = entity.getParent();
+        text += (text.empty() ? "" : " ") + name(entity) + (parent.getId() ? "<" + name(parent) : "");
+    }
+    return text;
+}
+
+TEST(EntityTree, IsWhatTheRecordsSay)
+{
+    struct Row {
+        const char* name;
+        std::vector<Bytes> records; ///< the last one is the first in the lists
+        const char* flat;
+    };
+    const Row rows[] = {
+        {"list", {association(kList, {10, 1, 10, 2, 0, 0, 3, 1})}, "7.1 10.1<7.1 10.2<7.1 3.1<7.1"},
+        {"range", {association(kRange, {10, 1, 10, 3, 0, 0, 0, 0})}, "7.1 10.1<7.1 10.2<7.1 10.3<7.1"},
+        {"ids of a range differ", {association(kRange, {10, 1, 11, 3, 29, 4, 29, 5})}, "7.1 29.4<7.1 29.5<7.1"},
+        {"backward range", {association(kRange, {10, 3, 10, 1, 0, 0, 0, 0})}, "7.1"},
+        {"range to FFh",
+         {association(kRange, {10, 0xfd, 10, 0xff, 0, 0, 0, 0})},
+         "7.1 10.125<7.1 10.126<7.1 10.127<7.1"},
+        {"twice the same", {association(kList, {3, 1, 3, 0x81, 3, 1, 4, 1})}, "7.1 3.1<7.1 4.1<7.1"},
+        {"two records", {association(kList, {4, 1}), association(kList, {3, 1})}, "7.1 3.1<7.1 4.1<7.1"},
+        {"container contained elsewhere",
+         {association(kList, {32, 1}, {8, 1}), association(kList, {8, 1})},
+         "7.1 8.1<7.1 8.1<7.1 32.1<8.1"},
+        {"device-relative", {association(kList, {29, 0x61, 0, 0}, {23, 1}, 0x09)}, "23.1 29.97<23.1"},
+        {"cut record", {association(kList, {3}), association(kRange, {})}, "7.1 3.0<7.1"},
+        {"sensors",
+         {sensorOf(19, 1), sensorOf(10, 0x82), sensorOf(10, 2), association(kList, {10, 2})},
+         "7.1 10.2<7.1 19.1"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::vector<Bytes> records = row.records;
+        for (std::size_t i = 0; i < records.size(); ++i)
+            records[i][0] = static_cast<std::uint8_t>(i + 1);
+        SdrBmc node(records);
+        for (int load = 0; load < 2; ++load) { // the second changes nothing
+            ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0);
+            EXPECT_EQ(flat(), row.flat);
+        }
+    }
+    EXPECT_NE(IpmiIfc::getEntities().size(), 0U) << "the flat list outlives the tree";
+    EXPECT_EQ(IpmiIfc::getEntityParent(0, 10, 2).getId(), 0U) << "the tree has gone with the node";
+}
+
+TEST(EntityTree, RefusesWhatDoesNotFit)
+{
+    SdrBmc node(std::vector<Bytes>{});
+    Ipmi::entity_id board{7, 1}, other{7, 2};
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddChild(0, &board, 3, 1), -1) << "empty tree";
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddParent(0, &board, 1), 0);
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddParent(0, &board, 0), -1);
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddChild(0, &other, 3, 1), -1);
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddChild(0, &board, 3, 1), 0);
+    EXPECT_EQ(Ipmi::IpmiIfcEntityAddChild(0, &board, 3, 0x81), -1);
+    for (const int bad : {-1, 4}) {
+        EXPECT_EQ(Ipmi::IpmiIfcEntityAddParent(bad, &other, 0), -1);
+        EXPECT_TRUE(IpmiIfc::getEntities(bad).empty());
+        EXPECT_EQ(IpmiIfc::getEntityParent(bad, 3, 1).getId(), 0U);
+    }
+    EXPECT_EQ(IpmiIfc::getEntityParent(0x103, 1).getId(), 0U) << "ids are bytes";
+
+    std::size_t entries = 2;
+    for (unsigned int container = 0; container < 0x100; ++container) {
+        Ipmi::entity_id entity{static_cast<std::uint8_t>(container), 2};
+        entries += Ipmi::IpmiIfcEntityAddParent(0, &entity, 0) == 0;
+        for (unsigned int child = 0; child < 0x80; ++child)
+            entries += Ipmi::IpmiIfcEntityAddChild(0, &entity, 1, static_cast<std::uint8_t>(child)) == 0;
+    }
+    EXPECT_EQ(entries, Ipmi::EntityTree::kMostEntries);
+    Ipmi::IpmiIfcEntityDumpAll(0);
+    Ipmi::IpmiIfcEntityInstantiateAll(0);
+    EXPECT_EQ(IpmiIfc::getEntities().size(), entries);
+}
+
+} // namespace
