@@ -28,6 +28,13 @@ SimDevice::SimDevice(Sim::Responder& responder) : device_(responder, now)
 
 SimDevice::~SimDevice()
 {
+    {
+        const std::lock_guard hold(mutex_);
+        end_ = true;
+    }
+    changed_.notify_all();
+    if (late_.joinable())
+        late_.join();
     Sim::Shim::install(nullptr);
 }
 
@@ -41,6 +48,29 @@ void SimDevice::serve()
 {
     const std::lock_guard hold(mutex_);
     device_.pump();
+    if (device_.nextDue())
+        changed_.notify_all();
+}
+
+void SimDevice::waitForSatellites(std::chrono::milliseconds time)
+{
+    {
+        const std::lock_guard hold(mutex_);
+        device_.setIpmbTiming(0, time);
+    }
+    late_ = std::thread([this] { serveLate(); });
+}
+
+void SimDevice::serveLate()
+{
+    std::unique_lock hold(mutex_);
+    while (!end_) {
+        if (const auto due = device_.nextDue())
+            changed_.wait_for(hold, *due - now());
+        else
+            changed_.wait(hold);
+        device_.pump();
+    }
 }
 
 } // namespace Bench

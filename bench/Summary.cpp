@@ -17,6 +17,8 @@ void Summary::ReportRuns(const std::vector<Run>& runs)
             runs_[run.run_name.function_name + (run.run_name.args.empty() ? "" : "/" + run.run_name.args)];
         for (const auto& [name, counter] : run.counters)
             counters[name] = counter.value;
+        if (!run.error_occurred)
+            counters["ms"] = run.GetAdjustedRealTime();
     }
     ConsoleReporter::ReportRuns(runs);
 }
@@ -48,6 +50,12 @@ void Summary::printScaling(const char* verb) const
     }
 }
 
+void Summary::printAbsent(const std::string& what, const std::string& run) const
+{
+    printLine(what + "commands", value(run, "commands"), "");
+    printLine(what + "waits", value(run, "timeouts"), "time-outs");
+}
+
 void Summary::print() const
 {
     std::printf("\n%-58s %10s\n", "Summary", "figure");
@@ -64,6 +72,12 @@ void Summary::print() const
     printLine("getSensors of 500 from 8 threads, during refresh: mean", busy, "us");
     printLine("getSensors, during refresh against nothing else", busy / calm, "x");
     printLine("getSensors of 500 from 8 threads, during refresh: longest", value("getSensors/1", "longest_us"), "us");
+    printAbsent("designed refresh, 20 cycles, absent satellite: ", "absentSatellite/0");
+    printAbsent("refresh of all, 20 cycles, absent satellite: ", "absentSatellite/1");
+    const double own = value("client/0", "ms");
+    printLine("trx-ipmi sensors, 5 ms a command", own, "ms");
+    printLine("ipmitool sensor list against it", value("client/1", "ms") / own, "x");
+    printLine("ipmi-sensors against it", value("client/2", "ms") / own, "x");
 }
 
 } // namespace Bench

@@ -24,6 +24,7 @@ private:
     /// A counter, or no number where that was not run.
     double value(const std::string& run, const std::string& counter) const;
     void printLine(const std::string& what, double value, const char* unit, const char* remark = "") const;
+    void printAbsent(const std::string& what, const std::string& run) const;
     void printScaling(const char* verb) const;
 
     std::map<std::string, Counters> runs_;

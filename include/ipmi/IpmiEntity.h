@@ -38,7 +38,7 @@ private:
     int node_ = 0;
 
     struct Mapping;
-    static const Mapping _mapping[];
+    [[gnu::visibility("hidden")]] static const Mapping _mapping[];
 };
 
 } // namespace Ipmi
