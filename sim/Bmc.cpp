@@ -1,7 +1,6 @@
 #include "sim/Bmc.h"
 
 #include "sim/Command.h"
-#include "sim/SdrLayout.h"
 
 #include <algorithm>
 
@@ -23,14 +22,14 @@ const Command* findCommand(std::uint8_t netfn, std::uint8_t cmd)
     return nullptr;
 }
 
-bool sameId(const Bytes& record, std::uint16_t id)
+std::chrono::milliseconds realTime()
 {
-    return record.size() >= 2 && wordAt(record, SdrLayout::kId) == id;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
 }
 
 } // namespace
 
-Bmc::Bmc(Machine machine)
+Bmc::Bmc(Machine machine, Now now) : now_(now ? std::move(now) : realTime)
 {
     state_.machine = std::move(machine);
 }
@@ -38,27 +37,51 @@ Bmc::Bmc(Machine machine)
 Answer Bmc::handle(const Request& request)
 {
     const std::lock_guard lock(mutex_);
-    ++counts_[{request.netfn, request.cmd}];
-    ++total_;
-    if (keepLog_) {
-        if (log_.size() >= kLogSize)
-            log_.erase(log_.begin(), log_.begin() + kLogSize / 2);
-        log_.push_back(request);
-    }
-
-    const std::vector<FaultAction> faults = faults_.due(request);
+    note(request);
+    if (isSilent(request.address))
+        return {.answered = false, .bytes = {}}; // nor is it any fault's turn
     bool handled = state_.machine.hasController(request.address);
     Answer answer{.answered = handled, .delay = latency_, .bytes = {}};
+    const std::vector<FaultAction> faults = faults_.due(request);
     for (const FaultAction& fault : faults) {
-        if (fault.lostReservation)
-            state_.loseReservations();
-        handled = handled && !fault.noAnswer && !fault.completionCode;
+        applyBefore(fault, state_);
+        if (fault.silent.count() > 0)
+            beginReset(request.address, fault.silent);
+        handled = handled && fault.letsHandle();
     }
     if (handled)
         answer.bytes = answerOf(request);
     for (const FaultAction& fault : faults)
-        applyFault(fault, answer);
+        applyAfter(fault, request, answer);
     return answer;
+}
+
+void Bmc::note(const Request& request)
+{
+    ++counts_[{request.netfn, request.cmd}];
+    ++total_;
+    if (!keepLog_)
+        return;
+    if (log_.size() >= kLogSize)
+        log_.erase(log_.begin(), log_.begin() + kLogSize / 2);
+    log_.push_back(request);
+}
+
+void Bmc::beginReset(std::uint8_t address, std::chrono::milliseconds silence)
+{
+    auto& until = silentUntil_[address];
+    until = std::max(until, now_() + silence);
+    if (address == kBmcAddress)
+        state_.reset();
+}
+
+bool Bmc::isSilent(std::uint8_t address) const
+{
+    const auto silent = [this](std::uint8_t controller) {
+        const auto found = silentUntil_.find(controller);
+        return found != silentUntil_.end() && now_() < found->second;
+    };
+    return silent(address) || silent(kBmcAddress);
 }
 
 Bytes Bmc::answerOf(const Request& request)
@@ -77,6 +100,18 @@ void Bmc::setFaults(FaultPlan plan)
 {
     const std::lock_guard lock(mutex_);
     faults_ = std::move(plan);
+}
+
+std::string Bmc::faultPosition() const
+{
+    const std::lock_guard lock(mutex_);
+    return faults_.position();
+}
+
+void Bmc::reset(std::uint8_t address, std::chrono::milliseconds silence)
+{
+    const std::lock_guard lock(mutex_);
+    beginReset(address, silence);
 }
 
 void Bmc::setLatency(std::chrono::milliseconds latency)
@@ -102,6 +137,12 @@ std::uint64_t Bmc::count() const
 {
     const std::lock_guard lock(mutex_);
     return total_;
+}
+
+Bmc::Counts Bmc::counts() const
+{
+    const std::lock_guard lock(mutex_);
+    return counts_;
 }
 
 void Bmc::clearCounts()
@@ -177,18 +218,15 @@ void Bmc::touchRepository()
 bool Bmc::removeSdr(std::uint16_t recordId)
 {
     const std::lock_guard lock(mutex_);
-    const auto removed = std::erase_if(state_.machine.sdr, [&](const Bytes& r) { return sameId(r, recordId); });
-    if (removed != 0)
-        state_.touchRepository();
-    return removed != 0;
+    return state_.removeSdr(recordId);
 }
 
 void Bmc::putSdr(const Bytes& record)
 {
     const std::lock_guard lock(mutex_);
     auto& records = state_.machine.sdr;
-    const auto same =
-        std::find_if(records.begin(), records.end(), [&](const Bytes& r) { return sameId(r, wordAt(record, 0)); });
+    const auto same = std::find_if(records.begin(), records.end(),
+                                   [&](const Bytes& other) { return wordAt(other, 0) == wordAt(record, 0); });
     if (same == records.end())
         records.push_back(record);
     else

@@ -6,12 +6,12 @@
 #include "sim/Machine.h"
 #include "sim/Message.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,20 +22,30 @@ namespace Sim
 class Bmc final : public Responder
 {
 public:
-    explicit Bmc(Machine machine);
+    using Now = std::function<std::chrono::milliseconds()>;
+    using Counts = std::map<std::pair<std::uint8_t, std::uint8_t>, std::uint64_t>; ///< by netfn and cmd
+
+    /// `now` never goes back; without one, real time. It says when a reset controller answers again.
+    explicit Bmc(Machine machine, Now now = {});
 
     /// Answers one request; a controller that the machine does not have stays silent.
     Answer handle(const Request& request) override;
 
     /// Replaces all faults and their counters; an empty plan ends them.
     void setFaults(FaultPlan plan);
+    /// Where the random faults are, to do it all again: "seed 42, request 1234". Empty: there are none.
+    std::string faultPosition() const;
+    /// The controller at this address resets: silent for this long, and what it has in memory alone is lost. The others
+    /// are reached through the BMC and are silent with it.
+    void reset(std::uint8_t address, std::chrono::milliseconds silence);
     /// Added to each answer's delay.
     void setLatency(std::chrono::milliseconds latency);
     void setLimits(const Limits& limits);
 
-    /// Requests seen since the start or clearCounts(), faulty ones included.
+    /// Requests since the start or clearCounts(), faulty ones and those to silent controllers included.
     std::uint64_t count(std::uint8_t netfn, std::uint8_t cmd) const;
     std::uint64_t count() const;
+    Counts counts() const;
     void clearCounts();
 
     /// Keeps the last kLogSize requests from now on, or stops and forgets them.
@@ -68,12 +78,17 @@ public:
 
 private:
     Bytes answerOf(const Request& request);
+    void note(const Request& request);
+    void beginReset(std::uint8_t address, std::chrono::milliseconds silence);
+    bool isSilent(std::uint8_t address) const;
 
     mutable std::mutex mutex_;
     BmcState state_;
     FaultPlan faults_;
     std::chrono::milliseconds latency_{0};
-    std::map<std::pair<std::uint8_t, std::uint8_t>, std::uint64_t> counts_;
+    Now now_;
+    std::map<std::uint8_t, std::chrono::milliseconds> silentUntil_; ///< by address
+    Counts counts_;
     std::uint64_t total_ = 0;
     bool keepLog_ = false;
     std::vector<Request> log_;

@@ -18,13 +18,15 @@ struct Limits {
 };
 
 struct BmcState {
+    static constexpr std::uint8_t kEnabledAtStart = 0x09; ///< event logging and message buffer interrupt
+
     Machine machine;
     Limits limits{};
     std::uint16_t sdrReservation = 0; ///< 0: none given, or cancelled
     std::uint16_t selReservation = 0;
     std::uint16_t lastReservation = 0;
     std::uint8_t messageFlags = 0;
-    std::uint8_t globalEnables = 0x09;          ///< event logging and message buffer interrupt
+    std::uint8_t globalEnables = kEnabledAtStart;
     std::int64_t selClockOffset = 0;            ///< seconds from the host's clock, set by Set SEL Time
     std::map<std::uint8_t, Bytes> systemInfo{}; ///< parameter: bytes of set 0, set 1, ... one after another
     std::uint8_t systemInfoProgress = 0;
@@ -34,9 +36,19 @@ struct BmcState {
     std::uint32_t now() const;
     /// The repository was changed: a newer addition time, and its reservation is cancelled.
     void touchRepository();
+    /// Removes the record with that id; false: no such record.
+    bool removeSdr(std::uint16_t id);
+    void removeLastSdr();
+    /// Appends a record that says nothing, under the next free record id.
+    void addOemSdr();
     /// Appends an event under the next free record id, which is returned; 0 when there is none left.
     std::uint16_t addSelRecord(SelRecord record);
     void loseReservations() { sdrReservation = selReservation = 0; }
+    /// The BMC starts anew: what it has in memory alone is lost.
+    void reset();
+
+private:
+    void noteErasure();
 };
 
 } // namespace Sim

@@ -18,43 +18,50 @@ FaultPlan::FaultPlan(std::vector<FaultRule> rules)
         rules_.push_back({.rule = std::move(rule)});
 }
 
+FaultPlan FaultPlan::random(std::uint64_t seed, unsigned perMille)
+{
+    FaultPlan plan;
+    plan.add({}, RandomFaults(seed, perMille));
+    return plan;
+}
+
+void FaultPlan::add(FaultRule rule, RandomFaults random)
+{
+    rules_.push_back({.rule = std::move(rule), .random = std::move(random)});
+}
+
+bool FaultPlan::Counted::isTurn(const Request& request)
+{
+    if (!rule.matches(request))
+        return false;
+    ++seen;
+    return seen >= rule.from && (seen - rule.from) % std::max<std::uint64_t>(rule.every, 1) == 0 &&
+           (rule.count == 0 || fired < rule.count);
+}
+
 std::vector<FaultAction> FaultPlan::due(const Request& request)
 {
     std::vector<FaultAction> actions;
     for (Counted& counted : rules_) {
-        const FaultRule& rule = counted.rule;
-        if (!rule.matches(request))
+        if (!counted.isTurn(request))
             continue;
-        ++counted.seen;
-        const bool turn =
-            counted.seen >= rule.from && (counted.seen - rule.from) % std::max<std::uint64_t>(rule.every, 1) == 0;
-        if (turn && (rule.count == 0 || counted.fired < rule.count)) {
-            ++counted.fired;
-            actions.push_back(rule.action);
-        }
+        const auto action = counted.random ? counted.random->draw() : counted.rule.action;
+        if (!action)
+            continue;
+        ++counted.fired;
+        actions.push_back(*action);
     }
     return actions;
 }
 
-void applyFault(const FaultAction& action, Answer& answer)
+std::string FaultPlan::position() const
 {
-    answer.delay += action.delay;
-    if (action.noAnswer) {
-        answer.answered = false;
-        answer.bytes.clear();
+    std::string text;
+    for (const Counted& counted : rules_) {
+        if (counted.random)
+            text += (text.empty() ? "" : "; ") + counted.random->position();
     }
-    if (!answer.answered)
-        return;
-    if (action.completionCode)
-        answer.bytes = {*action.completionCode};
-    for (const auto& [offset, value] : action.changed) {
-        if (offset < answer.bytes.size())
-            answer.bytes[offset] = value;
-    }
-    if (action.lengthenTo && *action.lengthenTo > answer.bytes.size())
-        answer.bytes.resize(*action.lengthenTo);
-    if (action.cutTo && *action.cutTo < answer.bytes.size())
-        answer.bytes.resize(*action.cutTo);
+    return text;
 }
 
 } // namespace Sim

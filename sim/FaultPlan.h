@@ -1,32 +1,18 @@
 // Faults: which requests go wrong, when, and how.
 #pragma once
 
+#include "sim/FaultAction.h"
 #include "sim/MachineFile.h"
-#include "sim/Message.h"
+#include "sim/RandomFaults.h"
 
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Sim
 {
-
-/// What happens to an answer. Several at once apply in the order of the members.
-struct FaultAction {
-    bool lostReservation = false; ///< SDR and SEL reservations are cancelled before the command is handled
-    bool noAnswer = false;        ///< the command is not handled and nobody answers
-    std::optional<std::uint8_t> completionCode{}; ///< the command is not handled; the answer is this code alone
-    std::vector<std::pair<std::size_t, std::uint8_t>>
-        changed{};                           ///< offset (0 is the completion code) and value; past the end: nothing
-    std::optional<std::size_t> lengthenTo{}; ///< zeros appended up to this many bytes, completion code included
-    std::optional<std::size_t> cutTo{};      ///< bytes kept, completion code included
-    std::chrono::milliseconds delay{0};
-};
 
 /// One fault: requests that match, when of them, and what then. Absent fields match everything.
 struct FaultRule {
@@ -48,22 +34,28 @@ class FaultPlan
 public:
     FaultPlan() = default;
     explicit FaultPlan(std::vector<FaultRule> rules);
+    /// So many of a thousand requests go wrong, in any way there is: the same ones in the same way for the same seed.
+    static FaultPlan random(std::uint64_t seed, unsigned perMille);
+
+    /// Random faults in place of the rule's own action.
+    void add(FaultRule rule, RandomFaults random);
 
     /// Counts the request on each rule that it matches; the actions that are due, in rule order.
     std::vector<FaultAction> due(const Request& request);
-    std::size_t size() const { return rules_.size(); }
+    /// Where the random faults are: "seed 42, request 1234", for each of them. Empty: there are none.
+    std::string position() const;
 
 private:
     struct Counted {
         FaultRule rule;
+        std::optional<RandomFaults> random{};
         std::uint64_t seen = 0;
         std::uint64_t fired = 0;
+
+        bool isTurn(const Request& request);
     };
     std::vector<Counted> rules_;
 };
-
-/// Changes an answer as an action says (not lostReservation, which acts before).
-void applyFault(const FaultAction& action, Answer& answer);
 
 /// A plan from a JSON file or text. Throws BadFile.
 FaultPlan loadFaultPlan(const std::string& path);

@@ -1,4 +1,5 @@
-// Fault plans written in JSON: {"faults": [{"netfn": ..., "cmd": ..., "from": ..., "completion_code": ...}]}.
+// Fault plans written in JSON: {"faults": [{"netfn": ..., "cmd": ..., "from": ..., "completion_code": ...}],
+// "random": {"seed": ..., "per_mille": ..., "faults": ["no_answer", {"completion_code": ...}]}}.
 #include "sim/FaultPlan.h"
 #include "sim/JsonReader.h"
 #include "sim/RawFiles.h"
@@ -10,12 +11,29 @@ namespace
 {
 
 constexpr std::size_t kMostRules = 1000, kLongestAnswer = 1024;
-constexpr std::int64_t kLongestDelay = 3'600'000;
+constexpr std::int64_t kLongestTime = 3'600'000;
 constexpr std::int64_t kMany = INT64_MAX;
+constexpr std::int64_t kMille = 1000;
+
+constexpr Name kRepositoryChanges[] = {
+    {"touched", static_cast<std::uint8_t>(RepositoryChange::touched)},
+    {"record_removed", static_cast<std::uint8_t>(RepositoryChange::recordRemoved)},
+    {"record_added", static_cast<std::uint8_t>(RepositoryChange::recordAdded)},
+};
 
 std::optional<std::uint8_t> optionalByte(JsonObject& json, const char* name)
 {
     return json.has(name) ? std::optional{json.byte(name)} : std::nullopt;
+}
+
+std::optional<std::uint16_t> optionalWord(JsonObject& json, const char* name)
+{
+    return json.has(name) ? std::optional{json.word(name)} : std::nullopt;
+}
+
+std::chrono::milliseconds duration(JsonObject& json, const char* name)
+{
+    return std::chrono::milliseconds(json.integer(name, 0, kLongestTime, 0));
 }
 
 std::optional<std::size_t> optionalSize(JsonObject& json, const char* name)
@@ -29,19 +47,27 @@ FaultAction parseAction(JsonObject& json)
 {
     FaultAction action;
     action.lostReservation = json.flag("lost_reservation", false);
+    action.repository = static_cast<RepositoryChange>(
+        json.named("repository", kRepositoryChanges, static_cast<std::uint8_t>(RepositoryChange::none),
+                   static_cast<std::uint8_t>(RepositoryChange::recordAdded)));
+    action.silent = duration(json, "silent_ms");
     action.noAnswer = json.flag("no_answer", false);
     action.completionCode = optionalByte(json, "completion_code");
+    action.otherRecordId = optionalWord(json, "other_record_id");
+    action.nextId = optionalWord(json, "next_id");
     for (JsonObject& change : json.objects("change", kLongestAnswer)) {
         action.changed.emplace_back(change.integer("offset", 0, kLongestAnswer), change.byte("value"));
         change.finish();
     }
     action.lengthenTo = optionalSize(json, "lengthen_to");
     action.cutTo = optionalSize(json, "cut_to");
-    action.delay = std::chrono::milliseconds(json.integer("delay_ms", 0, kLongestDelay, 0));
+    action.delay = duration(json, "delay_ms");
+    action.busy = duration(json, "busy_ms");
     return action;
 }
 
-FaultRule parseRule(JsonObject& json)
+/// Which requests and when of them.
+FaultRule parseConditions(JsonObject& json)
 {
     FaultRule rule;
     rule.netfn = optionalByte(json, "netfn");
@@ -58,9 +84,47 @@ FaultRule parseRule(JsonObject& json)
         rule.from = static_cast<std::uint64_t>(json.integer("nth", 1, kMany));
         rule.count = 1;
     }
+    return rule;
+}
+
+FaultRule parseRule(JsonObject& json)
+{
+    FaultRule rule = parseConditions(json);
     rule.action = parseAction(json);
     json.finish();
     return rule;
+}
+
+FaultSource namedSource(const std::string& name, const std::string& place)
+{
+    if (FaultSource source = faultSource(name))
+        return source;
+    std::string known;
+    for (const std::string_view other : faultNames())
+        known += ", " + std::string(other);
+    throw BadFile(place + ": must be an action {...} or one of: " + known.substr(2));
+}
+
+FaultSource parseSource(const nlohmann::json& value, const std::string& place)
+{
+    if (!value.is_object())
+        return namedSource(value.is_string() ? value.get<std::string>() : "", place);
+    JsonObject json(value, place);
+    const FaultAction action = parseAction(json);
+    json.finish();
+    return [action](Dice&) { return action; };
+}
+
+RandomFaults parseRandom(JsonObject& json)
+{
+    const auto seed = static_cast<std::uint64_t>(json.integer("seed", 0, kMany));
+    const auto perMille = static_cast<unsigned>(json.integer("per_mille", 1, kMille));
+    std::vector<FaultSource> sources;
+    for (const auto& [value, place] : json.elements("faults", kMostRules))
+        sources.push_back(parseSource(*value, place));
+    if (json.has("faults") && sources.empty())
+        json.fail("faults", "must have one or more; leave it out for all there are");
+    return sources.empty() ? RandomFaults(seed, perMille) : RandomFaults(seed, perMille, std::move(sources));
 }
 
 } // namespace
@@ -69,13 +133,20 @@ FaultPlan parseFaultPlan(std::string_view text, const std::string& source)
 {
     const nlohmann::json parsed = parseJson(text, source);
     JsonObject json(parsed, source);
-    if (!json.has("faults"))
+    if (!json.has("faults") && !json.has("random"))
         json.fail("faults", "is missing");
     std::vector<FaultRule> rules;
     for (JsonObject& rule : json.objects("faults", kMostRules))
         rules.push_back(parseRule(rule));
+    FaultPlan plan(std::move(rules));
+    if (json.has("random")) {
+        JsonObject random = json.object("random");
+        FaultRule conditions = parseConditions(random);
+        plan.add(std::move(conditions), parseRandom(random));
+        random.finish();
+    }
     json.finish();
-    return FaultPlan(std::move(rules));
+    return plan;
 }
 
 FaultPlan loadFaultPlan(const std::string& path)

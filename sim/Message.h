@@ -23,6 +23,7 @@ struct Answer {
     bool answered = true;               ///< false: the controller stays silent
     std::chrono::milliseconds delay{0}; ///< how long after the request the answer leaves
     std::vector<std::uint8_t> bytes;    ///< completion code, then data
+    std::chrono::milliseconds busy{0};  ///< how long the driver refuses commands from this request on, as after a reset
 };
 
 /// Whoever answers requests: a simulated BMC, or a test's script.

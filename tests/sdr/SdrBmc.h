@@ -108,7 +108,7 @@ struct SdrBmc {
 
     explicit SdrBmc(Sim::Machine machine, Faults faults = {},
                     Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce)
-        : bmc(std::move(machine)), sim(bmc, 0, serve)
+        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(bmc, 0, serve)
     {
         EXPECT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);

@@ -15,7 +15,8 @@ protected:
     /// A plan of one rule.
     void plan(const std::string& rule) { bmc.setFaults(parseFaultPlan(R"({"faults": [{)" + rule + "}]}", "plan")); }
 
-    Bmc bmc{loadMachine("sample")};
+    std::chrono::milliseconds now{1000};
+    Bmc bmc{loadMachine("sample"), [this] { return now; }};
 };
 
 } // namespace
@@ -81,6 +82,117 @@ TEST_F(SimFaultPlan, LostReservation)
     }
 }
 
+TEST_F(SimFaultPlan, OtherIdsInAnswersThatCarryARecord)
+{
+    const struct {
+        const char *action, *request, *bytes;
+    } rows[] = {
+        {R"("other_record_id": 4660)", "0a 23 0 0 1 0 0 3", "00 02 00 34 12 51"},
+        {R"("other_record_id": 4660)", "0a 23 0 0 1 0 0 1", "00 02 00 34"},
+        {R"("other_record_id": 4660)", "0a 43 0 0 1 0 0 3", "00 02 00 34 12 02"},
+        {R"("other_record_id": 4660)", "0a 23 0 0 ee ee 0 3", "cb"},
+        {R"("other_record_id": 4660, "next_id": 1)", "0a 23 0 0 1 0 0 0", "00 01 00"},
+        {R"("next_id": "0x5678")", "0a 43 0 0 1 0 0 1", "00 78 56 01"},
+        {R"("next_id": "0x5678")", "06 04", "00 55 00"},
+        {R"("next_id": "0x5678", "completion_code": 0, "lengthen_to": 3)", "0a 23 0 0 1 0 0 3", "00 00 00"},
+    };
+    for (const auto& row : rows) {
+        plan(row.action);
+        EXPECT_EQ(ask(bmc, row.request), hex(row.bytes)) << row.action << ' ' << row.request;
+    }
+    plan(R"("netfn": 10, "cmd": 35, "other_record_id": 4660)");
+    const Bytes reserved = ask(bmc, "0a 22");
+    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 1, 2}), hex("00 02 00 12 51"));
+    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 2, 1}), hex("00 02 00 51"));
+}
+
+TEST_F(SimFaultPlan, RepositoryChangesBeforeTheCommand)
+{
+    const struct {
+        const char* change;
+        int records, erasures;
+    } rows[] = {{"touched", 0, 0}, {"record_removed", -1, 1}, {"record_added", 1, 0}};
+    constexpr std::size_t kCount = 2, kAdded = 6, kErased = 10;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.change);
+        plan(R"("cmd": 35, "nth": 1, "repository": ")" + std::string(row.change) + '"');
+        const Bytes before = ask(bmc, "0a 20"), reserved = ask(bmc, "0a 22");
+        EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 4, 4}), Bytes{0xc5});
+        const Bytes after = ask(bmc, "0a 20");
+        EXPECT_EQ(word(after, kCount) - word(before, kCount), row.records);
+        EXPECT_GT(word(after, kAdded) | word(after, kAdded + 2) << 16, word(before, kAdded) | word(before, kAdded + 2)
+                                                                                                  << 16);
+        EXPECT_EQ(word(after, kErased) != word(before, kErased), row.erasures != 0);
+    }
+    EXPECT_EQ(ask(bmc, "0a 23 0 0 ff ff 0 ff"), hex("00 ff ff 45 00 51 c0 03 00 00 00")) << "the record added";
+}
+
+TEST_F(SimFaultPlan, SilentWhileItResets)
+{
+    const struct {
+        std::uint8_t reset, asked; ///< addresses
+        int after;                 ///< milliseconds
+        bool answered;
+    } rows[] = {
+        {0x20, 0x20, 0, false},  {0x20, 0x20, 299, false}, {0x20, 0x20, 300, true}, {0x20, 0x82, 299, false},
+        {0x20, 0x82, 300, true}, {0x82, 0x82, 299, false}, {0x82, 0x82, 300, true}, {0x82, 0x20, 0, true},
+    };
+    bmc.change([](Machine& machine) { machine.controllers[0x82] = {}; });
+    for (const auto& row : rows) {
+        plan(R"("cmd": 2, "silent_ms": 300)");
+        ask(bmc, "06 2e 00");
+        EXPECT_FALSE(exchange(bmc, 0x06, 0x02, {}, 0, row.reset).answered) << "nor is the request itself";
+        now += std::chrono::milliseconds(row.after);
+        EXPECT_EQ(exchange(bmc, 0x06, 0x01, {}, 0, row.asked).answered, row.answered) << row.after;
+        now += std::chrono::seconds(1);
+        EXPECT_EQ(ask(bmc, "06 2f").at(1), row.reset == 0x20 ? 0x09 : 0x00) << "lost with the BMC's memory";
+    }
+    EXPECT_EQ(bmc.counts().at({0x06, 0x02}), std::size(rows)) << "silent or not";
+}
+
+TEST_F(SimFaultPlan, RandomFaultsAreTheSameForTheSameSeed)
+{
+    EXPECT_EQ(Dice(0).next(), 0xe220a8397b1dcdaf) << "as published";
+    const auto run = [](FaultPlan faults) {
+        Bmc other(loadMachine("sample"));
+        other.setFaults(std::move(faults));
+        std::string bytes;
+        for (int i = 0; i < 2000; ++i) {
+            const Answer answer = exchange(other, 0x0a, 0x23, {0, 0, static_cast<std::uint8_t>(i % 9), 0, 0, 30});
+            bytes.append(answer.bytes.begin(), answer.bytes.end());
+            bytes += std::to_string(answer.delay.count());
+        }
+        return bytes + other.faultPosition();
+    };
+    const std::string first = run(FaultPlan::random(42, 50));
+    EXPECT_EQ(run(FaultPlan::random(42, 50)), first);
+    EXPECT_EQ(run(parseFaultPlan(R"({"random": {"seed": 42, "per_mille": 50}})", "plan")), first);
+    EXPECT_TRUE(first.ends_with("seed 42, request 2000"));
+    EXPECT_NE(run(FaultPlan::random(43, 50)), first);
+}
+
+TEST_F(SimFaultPlan, RandomFaultsOfTheKindsNamed)
+{
+    const Bytes good = ask(bmc, "0a 23 0 0 1 0 0 1e");
+    for (const std::string_view name : faultNames()) {
+        const std::string random = R"({"random": {"seed": 7, "per_mille": 500, "cmd": 35, "from": 11, "faults": [")" +
+                                   std::string(name) + R"("]}})";
+        bmc.setFaults(parseFaultPlan(random, "plan"));
+        int wrong = 0, early = 0;
+        for (int i = 0; i < 110; ++i) {
+            const Bytes reserved = ask(bmc, "0a 22");
+            const Answer answer = exchange(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 0, 30});
+            (i < 10 ? early : wrong) += answer.bytes != good || answer.delay.count() != 0;
+        }
+        EXPECT_TRUE(early == 0 && wrong > 20 && wrong < 70) << name << ' ' << wrong;
+    }
+    bmc.setFaults(parseFaultPlan(R"({"random": {"seed": 1, "per_mille": 1000, "count": 1, "faults": [
+                                 {"completion_code": 1}]}, "faults": [{"nth": 2, "completion_code": 2}]})",
+                                 "plan"));
+    for (const std::uint8_t code : Bytes{1, 2, 0})
+        EXPECT_EQ(ask(bmc, "06 01").at(0), code) << "both in one plan";
+}
+
 TEST_F(SimFaultPlan, BadPlans)
 {
     const std::pair<const char*, const char*> rows[] = {
@@ -97,6 +209,18 @@ TEST_F(SimFaultPlan, BadPlans)
         {R"({"faults": [{"nth": 2, "every": 2}]})",
          ".faults[0]: \"nth\" stands alone, without \"from\", \"every\" and \"count\""},
         {R"({"faults": [{"no_answer": 1}]})", ".faults[0]: \"no_answer\" must be true or false"},
+        {R"({"faults": [{"repository": "gone"}]})",
+         ".faults[0]: \"repository\" must be a number or one of: touched, record_removed, record_added"},
+        {R"({"faults": [{"next_id": 65536}]})", ".faults[0]: \"next_id\" must be a whole number from 0 to 65535"},
+        {R"({"faults": [{"busy_ms": -1}]})", ".faults[0]: \"busy_ms\" must be a whole number from 0 to 3600000"},
+        {R"({"random": {"per_mille": 1}})", ".random: \"seed\" is missing"},
+        {R"({"random": {"seed": 1, "per_mille": 0}})", ".random: \"per_mille\" must be a whole number from 1 to 1000"},
+        {R"({"random": {"seed": 1, "per_mille": 1, "no_answer": true}})", ".random: unknown field \"no_answer\""},
+        {R"({"random": {"seed": 1, "per_mille": 1, "faults": []}})",
+         ".random: \"faults\" must have one or more; leave it out for all there are"},
+        {R"({"random": {"seed": 1, "per_mille": 1, "faults": [{"cut_to": 1}, "cut"]}})",
+         ".random.faults[1]: must be an action {...} or one of: lost_reservation, repository, no_answer, "
+         "completion_code, other_record_id, next_id, change, lengthen_to, cut_to, delay_ms"},
         {R"({"faults": [{"change": [{"offset": 1}]}]})", ".faults[0].change[0]: \"value\" is missing"},
     };
     for (const auto& [text, message] : rows)
