@@ -72,10 +72,9 @@ void Device::adopt(int serverEnd)
 void Device::greet(int fd, int error)
 {
     Frame::Header hello{};
-    hello.kind = Frame::kHello;
     hello.error = error;
     hello.value = ipmbChannels_;
-    write(fd, hello, {});
+    status_.greet(fd, hello);
 }
 
 void Device::write(int fd, const Frame::Header& header, std::span<const std::uint8_t> data)
@@ -93,6 +92,8 @@ void Device::pump()
     if (pumping_)
         return; // a responder that acts on its own device
     pumping_ = true;
+    if (busyUntil_ && *busyUntil_ <= now_())
+        setBusy(Milliseconds(0));
     readUsers();
     for (bool more = true; more;) {
         more = serveBmc();
@@ -163,6 +164,8 @@ void Device::ask(Pending& pending)
 {
     pending.started = true;
     Answer got = responder_.handle(pending.request);
+    if (got.busy.count() > 0)
+        setBusy(got.busy);
     const Milliseconds due = now_() + std::max(got.delay, Milliseconds(0));
     if (!got.answered || (pending.due && *pending.due <= due))
         return; // silent, or an answer to an earlier try comes first
@@ -234,6 +237,8 @@ std::optional<Device::Milliseconds> Device::nextDue() const
 {
     std::optional<Milliseconds> next;
     const auto consider = [&next](Milliseconds time) { next = std::min(next.value_or(time), time); };
+    if (busyUntil_)
+        consider(*busyUntil_);
     if (!bmc_.empty())
         consider(bmc_.front().due.value_or(Milliseconds(0)));
     for (const Pending& pending : ipmb_)
@@ -263,6 +268,13 @@ void Device::setIpmbTiming(int retries, Milliseconds retryTime)
 {
     defaultRetries_ = std::max(retries, 0);
     defaultRetryTime_ = std::max(retryTime, Milliseconds(1));
+}
+
+void Device::setBusy(Milliseconds time)
+{
+    const bool busy = time.count() > 0;
+    busyUntil_ = busy ? std::optional(now_() + time) : std::nullopt;
+    status_.setBusy(busy);
 }
 
 void Device::event(const Bytes& record)

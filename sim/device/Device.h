@@ -3,6 +3,7 @@
 
 #include "sim/Message.h"
 #include "sim/device/Frame.h"
+#include "sim/device/SharedStatus.h"
 
 #include <chrono>
 #include <cstdint>
@@ -51,6 +52,8 @@ public:
     /// What users' timing parameters {-1, 0} mean: `retries` more tries, each waits `retryTime`.
     void setIpmbTiming(int retries, Milliseconds retryTime);
 
+    /// Refuses commands (EBUSY) for so long from now on, as newer drivers do after a reset of the BMC; 0 ends it.
+    void setBusy(Milliseconds time);
     /// An asynchronous event: to all users that take events; kept (100 at most) for the first that will.
     void event(const Bytes& record);
     /// Any message at all, to every user whatever it asked for. `header.kind` need not be set.
@@ -99,6 +102,8 @@ private:
     int defaultRetries_ = 4;
     Milliseconds defaultRetryTime_{2050};
     bool pumping_ = false;
+    SharedStatus status_;
+    std::optional<Milliseconds> busyUntil_;
 };
 
 } // namespace Sim

@@ -2,6 +2,7 @@
 // are on one machine. Plain data: the shim uses it without the C++ library.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -9,7 +10,7 @@ namespace Sim::Frame
 {
 
 enum Kind : std::uint8_t {
-    kHello = 1,   ///< driver to user, once: the open's result
+    kHello = 1,   ///< driver to user, once: the open's result, and with it the descriptor of a Status
     kCommand = 2, ///< user to driver: a request
     kEvents = 3,  ///< user to driver: asynchronous events wanted (value) or not
     kMessage = 4, ///< driver to user: an answer or an event
@@ -43,5 +44,11 @@ struct Datagram {
     Header header;
     std::uint8_t data[kLongestMessage];
 };
+
+/// What a device shows its users: a page of memory, by the descriptor that comes with the hello.
+struct Status {
+    std::atomic<std::uint32_t> busy; ///< not 0: commands are refused
+};
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 
 } // namespace Sim::Frame

@@ -120,6 +120,8 @@ int send(Call& call, const ipmi_req& request, int retries, unsigned int retryTim
     frame.header.msgid = request.msgid;
     frame.header.retries = retries;
     frame.header.retryTime = retryTime;
+    if (call.slot.isBusy())
+        return EBUSY;
     if (call.slot.outstanding.add(1) >= Frame::kOutstandingPerUser) {
         call.slot.outstanding.add(-1);
         return EBUSY;

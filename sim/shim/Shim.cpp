@@ -16,6 +16,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -104,8 +105,25 @@ int connectToSocket(int node)
     return -ENOENT; // nobody simulates this device
 }
 
+/// Takes a hello and the descriptor that comes with it; -1: none does.
+long takeHello(int fd, Frame::Header& hello, int& status)
+{
+    iovec content{&hello, sizeof hello};
+    alignas(cmsghdr) char room[CMSG_SPACE(sizeof status)];
+    msghdr message{};
+    message.msg_iov = &content;
+    message.msg_iovlen = 1;
+    message.msg_control = room;
+    message.msg_controllen = CMSG_LEN(sizeof status); // one descriptor, no more
+    const long length = rawCall(SYS_recvmsg, fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    const cmsghdr* passed = length < 0 ? nullptr : CMSG_FIRSTHDR(&message);
+    if (passed && passed->cmsg_level == SOL_SOCKET && passed->cmsg_type == SCM_RIGHTS)
+        std::memcpy(&status, CMSG_DATA(passed), sizeof status);
+    return length;
+}
+
 /// What the driver says to a new user: 0 or an errno.
-int readHello(int fd, Frame::Header& hello)
+int readHello(int fd, Frame::Header& hello, int& status)
 {
     pollfd waiting{fd, POLLIN, 0};
     timespec timeout{kHelloSeconds, 0};
@@ -113,7 +131,7 @@ int readHello(int fd, Frame::Header& hello)
     do
         ready = rawCall(SYS_ppoll, &waiting, 1, &timeout, 0, 0);
     while (ready < 0 && errno == EINTR);
-    const long length = ready == 1 ? rawCall(SYS_recvfrom, fd, &hello, sizeof hello, MSG_DONTWAIT, 0, 0) : 0;
+    const long length = ready == 1 ? takeHello(fd, hello, status) : 0;
     if (length != sizeof hello || hello.kind != Frame::kHello)
         return ENXIO;
     return hello.error;
@@ -143,8 +161,11 @@ int openDevice(int node, int flags)
     if (fd < 0)
         return fail(-fd);
     Frame::Header hello{};
-    int error = readHello(fd, hello);
-    Slot* slot = error == 0 ? claimSlot(fd, node) : nullptr;
+    int status = -1;
+    int error = readHello(fd, hello, status);
+    Slot* slot = error == 0 ? claimSlot(fd, node, status) : nullptr;
+    if (status >= 0)
+        rawCall(SYS_close, status);
     if (!slot) {
         error = error == 0 ? EMFILE : error;
         rawCall(SYS_close, fd);

@@ -3,6 +3,8 @@
 #include "sim/device/RawCall.h"
 
 #include <cerrno>
+#include <linux/fcntl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -53,9 +55,29 @@ void reset(Slot& slot, int fd, int node)
         registration.set(0);
 }
 
+/// Looking at a file that is shorter, or gets so, would be the end of the program.
+bool isStatus(int file)
+{
+    return rawCall(SYS_lseek, file, 0, SEEK_END) >= static_cast<long>(sizeof(Frame::Status)) &&
+           (rawCall(SYS_fcntl, file, F_GET_SEALS) & F_SEAL_SHRINK) != 0;
+}
+
+/// A slot keeps its page's address for good, so that a thread that still uses a descriptor while another closes it, and
+/// the next is opened, finds memory there.
+bool mapStatus(Slot& slot, int file)
+{
+    const Frame::Status* before = slot.status.get();
+    const int flags = MAP_SHARED | (before ? MAP_FIXED : 0);
+    const long page = isStatus(file) ? rawCall(SYS_mmap, before, sizeof(Frame::Status), PROT_READ, flags, file, 0) : -1;
+    if (page == -1)
+        return false;
+    slot.status.set(reinterpret_cast<const Frame::Status*>(page));
+    return true;
+}
+
 } // namespace
 
-Slot* claimSlot(int fd, int node)
+Slot* claimSlot(int fd, int node, int status)
 {
     forgetSlot(fd); // closed behind our back
     const std::uint64_t cookie = cookieOf(fd);
@@ -64,8 +86,11 @@ Slot* claimSlot(int fd, int node)
             continue;
         inUse.add(1);
         reset(slot, fd, node);
+        const bool mapped = mapStatus(slot, status);
         slot.cookie.set(cookie);
-        return &slot;
+        if (!mapped)
+            release(slot, cookie);
+        return mapped ? &slot : nullptr;
     }
     return nullptr;
 }

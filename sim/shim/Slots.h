@@ -37,13 +37,21 @@ struct Slot {
     Shared<unsigned int> retryTime;
     Shared<int> maintenance;
     Shared<unsigned int> ipmbChannels;
+    Shared<const Frame::Status*> status; ///< null until first claimed
     Shared<std::uint8_t> address[Frame::kChannels];
     Shared<std::uint8_t> lun[Frame::kChannels];
     Shared<std::uint64_t> registrations[kRegistrations];
+
+    bool isBusy() const
+    {
+        const Frame::Status* page = status.get();
+        return page && page->busy.load(std::memory_order_relaxed) != 0;
+    }
 };
 
-/// Remembers the socket `fd` as device `node`; null when the table is full.
-Slot* claimSlot(int fd, int node);
+/// Remembers the socket `fd` as device `node`, whose status is in the file `status`; null when the table is full or the
+/// status is none.
+Slot* claimSlot(int fd, int node, int status);
 /// The slot of this descriptor or of one that it was duplicated from; null: not a simulated device.
 Slot* findSlot(int fd);
 /// Before `fd` is closed.

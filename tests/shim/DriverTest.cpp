@@ -376,6 +376,23 @@ TEST_F(Driver, asksASilentSatelliteAgainAndThenAnswersItself)
     }
 }
 
+TEST_F(Driver, refusesCommandsForAWhile)
+{
+    bmc.expect({0x06, 0x02}, {0x00}).busy(30s);
+    bmc.expect({0x06, 0x01}, {0x00});
+    EXPECT_EQ(Send({0x06, 0x02}).by(device), 0);
+    const Descriptor later;
+    for (const auto passing : {0ms, 29'999ms}) {
+        sim.clock().advance(passing);
+        for (const Descriptor* user : {&device, &later})
+            EXPECT_EQ(Send().by(*user), EBUSY);
+        EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), EBUSY);
+    }
+    EXPECT_EQ(Receive().by(device), 0) << "the answer that came with it";
+    sim.clock().advance(1ms);
+    EXPECT_EQ(Send().by(later), 0);
+}
+
 TEST_F(Driver, eventsGoToThoseThatTakeThem)
 {
     const Descriptor other;

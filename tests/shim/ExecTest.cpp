@@ -106,6 +106,7 @@ TEST_F(Exec, servesIpmitool)
     if (!has("ipmitool"))
         GTEST_SKIP() << "no ipmitool";
     std::ofstream(folder / "faults.json") << R"({"faults": [{"netfn": 6, "cmd": 1, "completion_code": 193}]})";
+    std::ofstream(folder / "busy.json") << R"({"faults": [{"netfn": 6, "cmd": 8, "nth": 1, "busy_ms": 700}]})";
     const Row rows[] = {
         {"$EXEC $TOOL mc info", 0, "Manufacturer ID           : 32473"},
         {"$EXEC $TOOL raw 6 1", 0, " 20 01 02 17 02"},
@@ -115,6 +116,9 @@ TEST_F(Exec, servesIpmitool)
         {"$EXEC $TOOL fru", 0, "Sample Mainboard"},
         {"$BMCSIM exec --ipmb-timeout 20 -- $TOOL -t 0x84 mc info", 1, "Timeout"},
         {"$BMCSIM exec --faults $FOLDER/faults.json -- $TOOL mc info", 1, "Invalid command"},
+        {"$BMCSIM exec --faults $FOLDER/busy.json -- sh -c \"$TOOL raw 6 8 && ! $TOOL raw 6 1; sleep 1; $TOOL raw 6 "
+         "4\"",
+         0, "Device or resource busy"},
         {"$EXEC $TOOL -d 1 mc info", 1, "No such file"},
         {"$EXEC sh -c \"$TOOL sensor thresh 'CPU Temp' ucr 96; $TOOL sensor get 'CPU Temp'\"", 0,
          "Upper Critical        : 96.000"},

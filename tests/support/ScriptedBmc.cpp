@@ -52,6 +52,12 @@ ScriptedBmc::Step& ScriptedBmc::Step::after(std::chrono::milliseconds delay)
     return *this;
 }
 
+ScriptedBmc::Step& ScriptedBmc::Step::busy(std::chrono::milliseconds time)
+{
+    answer.busy = time;
+    return *this;
+}
+
 ScriptedBmc::Step& ScriptedBmc::Step::silent()
 {
     answer.answered = false;

@@ -25,6 +25,8 @@ public:
         Step& to(std::uint8_t address, std::uint8_t lun = 0, std::uint8_t channel = 0);
         Step& lun(std::uint8_t lun);
         Step& after(std::chrono::milliseconds delay);
+        /// From then on the driver refuses commands (EBUSY) for so long.
+        Step& busy(std::chrono::milliseconds time);
         /// No answer. The driver's own repetitions to a silent satellite belong to this step.
         Step& silent();
         /// The same again and again.
