@@ -1,4 +1,4 @@
-// IPMI 2.0: device global commands and messaging support, as far as the system interface needs them.
+// IPMI 2.0: device global commands, channels and system information.
 #include "sim/Command.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ const Identity& identityOf(const BmcState& state, const Request& request)
     if (request.address == kBmcAddress)
         return state.machine.identity;
     const auto found = state.machine.controllers.find(request.address);
-    return found == state.machine.controllers.end() ? kPlainController : found->second;
+    return found == state.machine.controllers.end() ? kPlainController : found->second.identity;
 }
 
 Bytes getDeviceId(BmcState& state, const Request& request)
@@ -40,34 +40,6 @@ Bytes getGuid(BmcState& state, const Request&)
     return answer;
 }
 
-Bytes setGlobalEnables(BmcState& state, const Request& request)
-{
-    state.globalEnables = request.data[0];
-    return {kOk};
-}
-
-Bytes getGlobalEnables(BmcState& state, const Request&)
-{
-    return {kOk, state.globalEnables};
-}
-
-Bytes clearMessageFlags(BmcState& state, const Request& request)
-{
-    state.messageFlags = static_cast<std::uint8_t>(state.messageFlags & ~request.data[0]);
-    return {kOk};
-}
-
-Bytes getMessageFlags(BmcState& state, const Request&)
-{
-    return {kOk, state.messageFlags};
-}
-
-/// Get Message and Read Event Message Buffer: nothing ever waits here.
-Bytes readEmptyQueue(BmcState&, const Request&)
-{
-    return {kEmpty};
-}
-
 Bytes getChannelInfo(BmcState& state, const Request& request)
 {
     constexpr std::uint8_t kSystemChannel = 0x0f, kPresentChannel = 0x0e;
@@ -77,7 +49,7 @@ Bytes getChannelInfo(BmcState& state, const Request& request)
     const std::uint8_t channel = asked == kPresentChannel ? kSystemChannel : asked;
     const bool system = channel == kSystemChannel;
     if (!system && !state.machine.isIpmb(channel))
-        return {kInvalidField};
+        return {kInvalidField}; // FreeIPMI's bmc-info prints noise for channels that are refused; the noise is its own
     Bytes answer{kOk, channel};
     putBytes(answer, system ? kKcs : kIpmb);
     putBytes(answer, kIpmiForum);
@@ -171,10 +143,7 @@ Bytes getChassisStatus(BmcState&, const Request&)
 
 constexpr Command kAppCommands[] = {
     {kAppNetfn, 0x01, 0, 0, getDeviceId, true}, {kAppNetfn, 0x04, 0, 0, getSelfTestResults, true},
-    {kAppNetfn, 0x08, 0, 0, getGuid},           {kAppNetfn, 0x2e, 1, 1, setGlobalEnables},
-    {kAppNetfn, 0x2f, 0, 0, getGlobalEnables},  {kAppNetfn, 0x30, 1, 1, clearMessageFlags},
-    {kAppNetfn, 0x31, 0, 0, getMessageFlags},   {kAppNetfn, 0x33, 0, 0, readEmptyQueue},
-    {kAppNetfn, 0x35, 0, 0, readEmptyQueue},    {kAppNetfn, 0x37, 0, 0, getGuid},
+    {kAppNetfn, 0x08, 0, 0, getGuid},           {kAppNetfn, 0x37, 0, 0, getGuid},
     {kAppNetfn, 0x42, 1, 1, getChannelInfo},    {kAppNetfn, 0x58, 2, 18, setSystemInfo},
     {kAppNetfn, 0x59, 4, 4, getSystemInfo},
 };

@@ -22,6 +22,19 @@ const Command* findCommand(std::uint8_t netfn, std::uint8_t cmd)
     return nullptr;
 }
 
+const Answer kSilence{.answered = false, .bytes = {}};
+
+bool isHandled(const std::vector<FaultAction>& faults)
+{
+    return std::all_of(faults.begin(), faults.end(), [](const FaultAction& fault) { return fault.letsHandle(); });
+}
+
+void applyFaults(const std::vector<FaultAction>& faults, const Request& request, Answer& answer)
+{
+    for (const FaultAction& fault : faults)
+        applyAfter(fault, request, answer);
+}
+
 std::chrono::milliseconds realTime()
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
@@ -34,26 +47,55 @@ Bmc::Bmc(Machine machine, Now now) : now_(now ? std::move(now) : realTime)
     state_.machine = std::move(machine);
 }
 
-Answer Bmc::handle(const Request& request)
+/// Counts the request; what goes wrong with it, or nothing at all where nobody answers.
+std::optional<Bmc::Faults> Bmc::begin(const Request& request)
 {
-    const std::lock_guard lock(mutex_);
     note(request);
     if (isSilent(request.address))
-        return {.answered = false, .bytes = {}}; // nor is it any fault's turn
-    bool handled = state_.machine.hasController(request.address);
-    Answer answer{.answered = handled, .delay = latency_, .bytes = {}};
-    const std::vector<FaultAction> faults = faults_.due(request);
+        return std::nullopt; // nor is it any fault's turn
+    Faults faults = faults_.due(request);
     for (const FaultAction& fault : faults) {
         applyBefore(fault, state_);
         if (fault.silent.count() > 0)
             beginReset(request.address, fault.silent);
-        handled = handled && fault.letsHandle();
     }
-    if (handled)
-        answer.bytes = answerOf(request);
-    for (const FaultAction& fault : faults)
-        applyAfter(fault, request, answer);
+    return faults;
+}
+
+Answer Bmc::handle(const Request& request)
+{
+    const std::lock_guard lock(mutex_);
+    const auto faults = begin(request);
+    if (!faults)
+        return kSilence;
+    Answer answer;
+    if (isHandled(*faults))
+        answer = answerOf(request);
+    else
+        answer.answered = state_.machine.presenceOf(request.channel, request.address) == Presence::answers;
+    answer.delay += latency_;
+    applyFaults(*faults, request, answer);
     return answer;
+}
+
+Answer Bmc::handleMessaging(const Request& request, const std::function<Bytes()>& carryOut)
+{
+    std::unique_lock lock(mutex_);
+    const auto faults = begin(request);
+    if (!faults)
+        return kSilence;
+    Answer answer{.delay = latency_, .bytes = {}};
+    lock.unlock(); // it may call handle()
+    if (isHandled(*faults))
+        answer.bytes = carryOut();
+    applyFaults(*faults, request, answer);
+    return answer;
+}
+
+bool Bmc::isIpmb(std::uint8_t channel) const
+{
+    const std::lock_guard lock(mutex_);
+    return state_.machine.isIpmb(channel);
 }
 
 void Bmc::note(const Request& request)
@@ -84,7 +126,22 @@ bool Bmc::isSilent(std::uint8_t address) const
     return silent(address) || silent(kBmcAddress);
 }
 
-Bytes Bmc::answerOf(const Request& request)
+/// As the controller itself answers.
+Answer Bmc::answerOf(const Request& request)
+{
+    const Machine& machine = state_.machine;
+    const Presence presence = machine.presenceOf(request.channel, request.address);
+    if (presence != Presence::answers)
+        return {.answered = false, .bytes = {}, .notSent = presence == Presence::nak ? kNakOnWrite : kOk};
+    const auto found = machine.controllers.find(request.address);
+    if (found == machine.controllers.end())
+        return {.bytes = carryOut(request)};
+    const Controller& controller = found->second;
+    const bool busy = state_.asked[request.address]++ % (controller.busy + 1) < controller.busy;
+    return {.delay = controller.latency, .bytes = busy ? Bytes{kNodeBusy} : carryOut(request)};
+}
+
+Bytes Bmc::carryOut(const Request& request)
 {
     const Command* command = findCommand(request.netfn, request.cmd);
     if (command == nullptr || (request.address != kBmcAddress && !command->everywhere))

@@ -30,6 +30,9 @@ public:
 
     /// Answers one request; a controller that the machine does not have stays silent.
     Answer handle(const Request& request) override;
+    /// Counts, logs and spoils messaging commands like all others.
+    Answer handleMessaging(const Request& request, const std::function<Bytes()>& carryOut) override;
+    bool isIpmb(std::uint8_t channel) const override;
 
     /// Replaces all faults and their counters; an empty plan ends them.
     void setFaults(FaultPlan plan);
@@ -77,7 +80,11 @@ public:
     static constexpr std::size_t kLogSize = 100'000;
 
 private:
-    Bytes answerOf(const Request& request);
+    using Faults = std::vector<FaultAction>;
+
+    std::optional<Faults> begin(const Request& request);
+    Answer answerOf(const Request& request);
+    Bytes carryOut(const Request& request);
     void note(const Request& request);
     void beginReset(std::uint8_t address, std::chrono::milliseconds silence);
     bool isSilent(std::uint8_t address) const;

@@ -92,8 +92,6 @@ std::uint16_t BmcState::addSelRecord(SelRecord record)
 void BmcState::reset()
 {
     loseReservations();
-    messageFlags = 0;
-    globalEnables = kEnabledAtStart;
     systemInfo.clear();
     systemInfoProgress = 0;
 }

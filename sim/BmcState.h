@@ -18,18 +18,16 @@ struct Limits {
 };
 
 struct BmcState {
-    static constexpr std::uint8_t kEnabledAtStart = 0x09; ///< event logging and message buffer interrupt
 
     Machine machine;
     Limits limits{};
     std::uint16_t sdrReservation = 0; ///< 0: none given, or cancelled
     std::uint16_t selReservation = 0;
     std::uint16_t lastReservation = 0;
-    std::uint8_t messageFlags = 0;
-    std::uint8_t globalEnables = kEnabledAtStart;
     std::int64_t selClockOffset = 0;            ///< seconds from the host's clock, set by Set SEL Time
     std::map<std::uint8_t, Bytes> systemInfo{}; ///< parameter: bytes of set 0, set 1, ... one after another
     std::uint8_t systemInfoProgress = 0;
+    std::map<std::uint8_t, std::uint64_t> asked{}; ///< requests to each satellite, by its address
 
     std::uint16_t newReservation();
     /// Seconds since 1970 on the BMC's clock.

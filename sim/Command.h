@@ -17,6 +17,8 @@ enum Completion : std::uint8_t {
     kOk = 0x00,
     kEmpty = 0x80, ///< command specific: queue or buffer empty; Get System Info Parameters: parameter not supported
     kReadOnly = 0x82,
+    kNakOnWrite = 0x83, ///< Send Message: nobody is at that address
+    kNodeBusy = 0xc0,
     kInvalidCommand = 0xc1,
     kInvalidForLun = 0xc2,
     kInvalidLength = 0xc7,

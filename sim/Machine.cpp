@@ -108,24 +108,29 @@ const Sensor* Machine::find(const SensorKey& key) const
     return found == sensors.end() ? nullptr : &found->second;
 }
 
-bool Machine::hasController(std::uint8_t address) const
+Presence Machine::presenceOf(std::uint8_t channel, std::uint8_t address) const
 {
-    if (address == kBmcAddress || controllers.contains(address))
-        return true;
+    if (address == kBmcAddress)
+        return Presence::answers;
+    if (const auto found = controllers.find(address); found != controllers.end())
+        return found->second.channel == channel ? found->second.presence : Presence::silent;
     // An odd owner is a software id: nobody is at such an address.
     const auto first = sensors.lower_bound(SensorKey{address, 0, 0});
-    return address % 2 == 0 && first != sensors.end() && first->first.owner == address;
+    const bool owner = address % 2 == 0 && first != sensors.end() && first->first.owner == address;
+    return owner ? Presence::answers : Presence::silent;
 }
 
 bool Machine::isIpmb(std::uint8_t channel) const
 {
     constexpr std::uint8_t kHighestIpmb = 0x0b;
-    return channel <= kHighestIpmb && (channel == 0 || std::any_of(sdr.begin(), sdr.end(), [&](const Bytes& record) {
-                                           return record.size() > SdrLayout::kLun && sensorCount(record) != 0 &&
-                                                  record[SdrLayout::kOwner] % 2 == 0 &&
-                                                  record[SdrLayout::kOwner] != kBmcAddress &&
-                                                  record[SdrLayout::kLun] >> 4 == channel;
-                                       }));
+    const auto hasSatellite = [&](const auto& entry) { return entry.second.channel == channel; };
+    const auto hasOwner = [&](const Bytes& record) {
+        return record.size() > SdrLayout::kLun && sensorCount(record) != 0 && record[SdrLayout::kOwner] % 2 == 0 &&
+               record[SdrLayout::kOwner] != kBmcAddress && record[SdrLayout::kLun] >> 4 == channel;
+    };
+    return channel <= kHighestIpmb &&
+           (channel == 0 || std::any_of(controllers.begin(), controllers.end(), hasSatellite) ||
+            std::any_of(sdr.begin(), sdr.end(), hasOwner));
 }
 
 std::vector<std::uint8_t> sdrBytes(const Machine& machine, bool bmcOnly)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <compare>
 #include <cstdint>
 #include <map>
@@ -34,6 +35,22 @@ struct Identity {
 
     /// The answer to Get Device ID, without its completion code.
     Bytes deviceIdAnswer() const;
+};
+
+/// Whether and how an address on an IPMB answers.
+enum class Presence : std::uint8_t {
+    answers,
+    silent, ///< what is sent to it is lost
+    nak,    ///< nobody takes what is sent to it, and the BMC says so
+};
+
+/// A satellite: a controller behind the BMC.
+struct Controller {
+    Identity identity;
+    std::uint8_t channel = 0;
+    Presence presence = Presence::answers;
+    std::chrono::milliseconds latency{0};
+    std::uint64_t busy = 0; ///< of each busy + 1 requests, all but the last are answered "node busy"
 };
 
 /// Where a sensor's raw readings come from: a function of how often it was read before, so that every run is the same.
@@ -112,8 +129,8 @@ struct Machine {
     std::uint32_t sdrEraseTime = 0x60000000;
 
     std::map<SensorKey, Sensor> sensors;
-    std::map<std::uint8_t, Identity> controllers; ///< satellites by slave address
-    std::map<std::uint8_t, Bytes> fru;            ///< images by FRU device id
+    std::map<std::uint8_t, Controller> controllers; ///< satellites by slave address
+    std::map<std::uint8_t, Bytes> fru;              ///< images by FRU device id
 
     std::vector<SelRecord> sel;
     std::uint32_t selAddTime = 0;
@@ -122,9 +139,9 @@ struct Machine {
 
     Sensor* find(const SensorKey& key);
     const Sensor* find(const SensorKey& key) const;
-    /// True when a controller at this address answers: the BMC, a satellite, or an even sensor owner.
-    bool hasController(std::uint8_t address) const;
-    /// True when this channel is an IPMB: channel 0, and those behind which records place other controllers.
+    /// How an address answers: the BMC and even sensor owners do on any channel, satellites on theirs, others never.
+    Presence presenceOf(std::uint8_t channel, std::uint8_t address) const;
+    /// True when this channel is an IPMB: channel 0, and those where satellites and other sensor owners are.
     bool isIpmb(std::uint8_t channel) const;
 };
 

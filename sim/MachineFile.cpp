@@ -86,14 +86,38 @@ Bytes parseFru(JsonObject& json)
     }
 }
 
+/// Absent: silent, or refusing what is sent to it; without the field it is there.
+Presence parsePresence(JsonObject& json)
+{
+    if (!json.has("absent"))
+        return Presence::answers;
+    const std::string how = json.text("absent");
+    if (how != "silent" && how != "nak")
+        json.fail("absent", "must be \"silent\" or \"nak\"");
+    return how == "nak" ? Presence::nak : Presence::silent;
+}
+
+Controller parseController(JsonObject& json)
+{
+    constexpr std::int64_t kLongestLatency = 3'600'000, kMostBusy = 1'000'000;
+    Controller controller{.identity = parseIdentity(json)};
+    controller.channel = static_cast<std::uint8_t>(json.integer("channel", 0, 11, 0));
+    controller.presence = parsePresence(json);
+    controller.latency = std::chrono::milliseconds(json.integer("latency_ms", 0, kLongestLatency, 0));
+    controller.busy = static_cast<std::uint64_t>(json.integer("busy", 0, kMostBusy, 0));
+    json.finish();
+    return controller;
+}
+
 void parseControllers(JsonObject& json, Machine& machine)
 {
     for (JsonObject& controller : json.objects("controllers", kMostControllers)) {
         const std::uint8_t address = controller.byte("address");
         if (address % 2 != 0)
             controller.fail("address", "must be even, an 8-bit slave address");
-        machine.controllers[address] = parseIdentity(controller);
-        controller.finish();
+        if (address == kBmcAddress || machine.controllers.contains(address))
+            controller.fail("address", "is the BMC's or another controller's");
+        machine.controllers.emplace(address, parseController(controller));
     }
 }
 

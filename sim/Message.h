@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace Sim
@@ -24,6 +25,7 @@ struct Answer {
     std::chrono::milliseconds delay{0}; ///< how long after the request the answer leaves
     std::vector<std::uint8_t> bytes;    ///< completion code, then data
     std::chrono::milliseconds busy{0};  ///< how long the driver refuses commands from this request on, as after a reset
+    std::uint8_t notSent = 0; ///< why a request did not get to a controller on an IPMB: Send Message's completion code
 };
 
 /// Whoever answers requests: a simulated BMC, or a test's script.
@@ -33,6 +35,19 @@ public:
     virtual ~Responder() = default;
     /// Answers one request. Called by one thread at a time.
     virtual Answer handle(const Request& request) = 0;
+
+    /// A messaging command to the BMC (Send Message, Get Message, ...), whose work is the system interface's:
+    /// `carryOut` does it and returns the answer's bytes, and may call handle(). A responder may answer otherwise.
+    virtual Answer handleMessaging(const Request&, const std::function<std::vector<std::uint8_t>()>& carryOut)
+    {
+        return {.bytes = carryOut()};
+    }
+    /// Whether Send Message finds an IPMB at this channel.
+    virtual bool isIpmb(std::uint8_t channel) const
+    {
+        constexpr std::uint8_t kHighest = 0x0b;
+        return channel <= kHighest;
+    }
 };
 
 } // namespace Sim

@@ -19,7 +19,6 @@ namespace
 constexpr std::uint8_t kNetfnApp = 0x06;
 constexpr std::uint8_t kGetChannelInfo = 0x42, kReadEventMessageBuffer = 0x35;
 constexpr std::uint8_t kMediumIpmb = 1;
-constexpr std::uint8_t kTimeout = 0xc3;
 constexpr std::size_t kWaitingEvents = 100;
 
 // Raw system calls: libc's would make ThreadSanitizer see an order between user and driver that a device does not give.
@@ -41,11 +40,32 @@ Frame::Header answerHeader(const Frame::Header& request)
 
 } // namespace
 
-Device::Device(Responder& responder, Now now) : responder_(responder), now_(std::move(now)) {}
+Device::Device(Responder& responder, Now now)
+    : responder_(responder), now_(std::move(now)),
+      handler_(*this, now_, [this](const UserRequest& request, const Bytes& got) { answer(request, got); })
+{
+}
 
 Device::~Device()
 {
     hangUp();
+}
+
+Answer Device::handle(const Request& request)
+{
+    return noted(responder_.handle(request));
+}
+
+Answer Device::handleMessaging(const Request& request, const std::function<Bytes()>& carryOut)
+{
+    return noted(responder_.handleMessaging(request, carryOut));
+}
+
+Answer Device::noted(Answer answer)
+{
+    if (answer.busy.count() > 0)
+        setBusy(answer.busy);
+    return answer;
 }
 
 int Device::connect()
@@ -95,10 +115,7 @@ void Device::pump()
     if (busyUntil_ && *busyUntil_ <= now_())
         setBusy(Milliseconds(0));
     readUsers();
-    for (bool more = true; more;) {
-        more = serveBmc();
-        more = serveIpmb() || more;
-    }
+    handler_.advance();
     pumping_ = false;
 }
 
@@ -141,108 +158,34 @@ bool Device::accept(User& user, const Frame::Datagram& frame, std::size_t length
 
 bool Device::acceptCommand(User& user, const Frame::Header& header, std::span<const std::uint8_t> data)
 {
-    const auto ofUser = [&user](const Pending& pending) { return pending.user == user.id; };
-    const auto outstanding =
-        std::count_if(bmc_.begin(), bmc_.end(), ofUser) + std::count_if(ipmb_.begin(), ipmb_.end(), ofUser);
-    if (outstanding >= Frame::kOutstandingPerUser)
+    if (handler_.outstanding(user.id) >= Frame::kOutstandingPerUser)
         return false;
     const bool toBmc = header.addressType == Frame::kSystemInterface;
-    Pending pending{user.id, header, {}};
-    pending.request = {toBmc ? Frame::kBmcChannel : header.channel,
+    UserRequest request{user.id, header, {}};
+    request.request = {toBmc ? Frame::kBmcChannel : header.channel,
                        toBmc ? std::uint8_t{0x20} : header.slave,
                        header.lun,
                        header.netfn,
                        header.cmd,
                        Bytes(data.begin(), data.end())};
-    pending.triesLeft = header.retries < 0 ? defaultRetries_ : header.retries;
-    pending.retryTime = header.retryTime == 0 ? defaultRetryTime_ : Milliseconds(header.retryTime);
-    (toBmc ? bmc_ : ipmb_).push_back(std::move(pending));
+    request.triesLeft = header.retries < 0 ? defaultRetries_ : header.retries;
+    request.retryTime = header.retryTime == 0 ? defaultRetryTime_ : Milliseconds(header.retryTime);
+    handler_.send(std::move(request));
     return true;
 }
 
-void Device::ask(Pending& pending)
-{
-    pending.started = true;
-    Answer got = responder_.handle(pending.request);
-    if (got.busy.count() > 0)
-        setBusy(got.busy);
-    const Milliseconds due = now_() + std::max(got.delay, Milliseconds(0));
-    if (!got.answered || (pending.due && *pending.due <= due))
-        return; // silent, or an answer to an earlier try comes first
-    pending.due = due;
-    pending.answer = std::move(got.bytes);
-}
-
-bool Device::serveBmc()
-{
-    if (bmc_.empty())
-        return false;
-    if (!bmc_.front().started)
-        ask(bmc_.front());
-    const Pending& first = bmc_.front();
-    if (first.due && *first.due > now_())
-        return false;
-    if (first.due)
-        answer(first);
-    bmc_.pop_front(); // answered, or the BMC will stay silent
-    return true;
-}
-
-bool Device::serveIpmb()
-{
-    bool any = false;
-    for (std::size_t i = 0; i < ipmb_.size();) {
-        if (advanceIpmb(ipmb_[i])) {
-            answer(ipmb_[i]);
-            ipmb_.erase(ipmb_.begin() + static_cast<std::ptrdiff_t>(i));
-            any = true;
-        } else {
-            ++i;
-        }
-    }
-    return any;
-}
-
-/// Sends again what is due to be sent again; true when the answer is to be delivered.
-bool Device::advanceIpmb(Pending& pending)
-{
-    if (!pending.started) {
-        pending.nextTry = now_() + pending.retryTime;
-        ask(pending);
-    }
-    for (;;) {
-        const Milliseconds now = now_();
-        if (pending.due && *pending.due <= std::min(now, pending.nextTry))
-            return true;
-        if (pending.nextTry > now)
-            return false;
-        if (pending.triesLeft == 0) {
-            pending.answer = {kTimeout};
-            return true;
-        }
-        --pending.triesLeft;
-        pending.nextTry += pending.retryTime;
-        ask(pending);
-    }
-}
-
-void Device::answer(const Pending& pending)
+void Device::answer(const UserRequest& request, const Bytes& bytes)
 {
     for (const User& user : users_)
-        if (user.id == pending.user)
-            write(user.fd, answerHeader(pending.header), pending.answer);
+        if (user.id == request.user)
+            write(user.fd, answerHeader(request.header), bytes);
 }
 
 std::optional<Device::Milliseconds> Device::nextDue() const
 {
-    std::optional<Milliseconds> next;
-    const auto consider = [&next](Milliseconds time) { next = std::min(next.value_or(time), time); };
+    auto next = handler_.nextDue();
     if (busyUntil_)
-        consider(*busyUntil_);
-    if (!bmc_.empty())
-        consider(bmc_.front().due.value_or(Milliseconds(0)));
-    for (const Pending& pending : ipmb_)
-        consider(pending.started ? std::min(pending.nextTry, pending.due.value_or(pending.nextTry)) : Milliseconds(0));
+        next = std::min(next.value_or(*busyUntil_), *busyUntil_);
     return next;
 }
 

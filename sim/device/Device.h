@@ -3,6 +3,7 @@
 
 #include "sim/Message.h"
 #include "sim/device/Frame.h"
+#include "sim/device/MessageHandler.h"
 #include "sim/device/SharedStatus.h"
 
 #include <chrono>
@@ -16,10 +17,8 @@
 namespace Sim
 {
 
-/// The driver's end. Requests to the BMC are served one at a time in the order of sending; requests to controllers
-/// behind it (IPMB addresses) run beside each other, are sent again while their controller is silent, and are answered
-/// by the driver itself (C3h) in the end. A silent BMC is never answered for. One thread at a time.
-class Device
+/// The driver's end: its users, and what they send to the message handler. One thread at a time.
+class Device : private Responder
 {
 public:
     using Milliseconds = std::chrono::milliseconds;
@@ -28,7 +27,7 @@ public:
 
     /// `responder` is kept by reference and must outlive the device; `now` never goes back.
     Device(Responder& responder, Now now);
-    ~Device();
+    ~Device() override;
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
@@ -67,35 +66,25 @@ private:
         int fd;
         bool events = false;
     };
-    struct Pending {
-        int user;
-        Frame::Header header;
-        Request request;
-        Bytes answer{};
-        std::optional<Milliseconds> due{};
-        bool started = false;
-        int triesLeft = 0;
-        Milliseconds retryTime{0};
-        Milliseconds nextTry{0};
-    };
+    // The controllers, as the handler sees them.
+    Answer handle(const Request& request) override;
+    Answer handleMessaging(const Request& request, const std::function<Bytes()>& carryOut) override;
+    bool isIpmb(std::uint8_t channel) const override { return responder_.isIpmb(channel); }
+    /// Before an answer leaves: what it says of the device.
+    Answer noted(Answer answer);
 
     bool take(User& user);
     bool accept(User& user, const Frame::Datagram& frame, std::size_t length);
     bool acceptCommand(User& user, const Frame::Header& header, std::span<const std::uint8_t> data);
     void greet(int fd, int error);
     void readUsers();
-    bool serveBmc();
-    bool serveIpmb();
-    bool advanceIpmb(Pending& pending);
-    void ask(Pending& pending);
-    void answer(const Pending& pending);
+    void answer(const UserRequest& request, const Bytes& bytes);
     static void write(int fd, const Frame::Header& header, std::span<const std::uint8_t> data);
 
     Responder& responder_;
     Now now_;
+    MessageHandler handler_;
     std::vector<User> users_;
-    std::deque<Pending> bmc_;
-    std::deque<Pending> ipmb_;
     std::deque<Bytes> waitingEvents_;
     int nextUser_ = 1;
     std::uint32_t ipmbChannels_ = 1;

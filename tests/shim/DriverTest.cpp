@@ -1,4 +1,5 @@
 // What the simulated driver's requests do, beside what the Linux driver was seen to do.
+#include "sim/Bmc.h"
 #include "sim/shim/Shim.h"
 #include "support/ScriptedBmc.h"
 #include "support/SimNode.h"
@@ -391,6 +392,81 @@ TEST_F(Driver, refusesCommandsForAWhile)
     EXPECT_EQ(Receive().by(device), 0) << "the answer that came with it";
     sim.clock().advance(1ms);
     EXPECT_EQ(Send().by(later), 0);
+}
+
+TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAnswers)
+{
+    using Sim::FaultRule;
+    const auto sendFails = [](std::uint8_t code, std::uint64_t count) {
+        return FaultRule{.cmd = 0x34, .count = count, .action = {.completionCode = code}};
+    };
+    const auto responseBent = [](std::size_t offset) {
+        return FaultRule{.cmd = 0x33, .count = 1, .action = {.changed = {{offset, 0x55}}}};
+    };
+    struct Row {
+        const char* name;
+        FaultRule rule;
+        std::chrono::milliseconds delivered;
+        std::uint8_t code = 0;
+    };
+    std::vector<Row> rows{
+        {"all is well", {.cmd = 0xee}, 0ms},
+        {"never sent", sendFails(0x83, 0), 10250ms, 0xc3},
+        {"satellite busy", {.address = 0x82, .action = {.completionCode = 0xc0}}, 0ms, 0xc0},
+        {"checksums are not looked at", responseBent(3), 0ms},
+        {"flags refused", {.cmd = 0x31, .count = 3, .action = {.completionCode = 0xff}}, 300ms},
+        {"flags empty", {.cmd = 0x31, .count = 1, .action = {.changed = {{1, 0}}}}, 100ms},
+        {"Get Message refused", {.cmd = 0x33, .count = 1, .action = {.completionCode = 0xff}}, 100ms},
+        {"Get Message cut", {.cmd = 0x33, .count = 1, .action = {.cutTo = 5}}, 2050ms},
+        {"Get Message silent", {.cmd = 0x33, .count = 1, .action = {.noAnswer = true}}, 100ms},
+        {"Send Message silent", {.cmd = 0x34, .count = 1, .action = {.noAnswer = true}}, 2050ms},
+    };
+    for (const std::uint8_t again : Bytes{0x81, 0x82, 0x83, 0xc0})
+        rows.push_back({"sent in the third try", sendFails(again, 2), 4100ms});
+    for (const std::uint8_t final : Bytes{0x80, 0xc1, 0xc3, 0xcb, 0xd3, 0xff})
+        rows.push_back({"refused", sendFails(final, 0), 0ms, final});
+    for (const std::uint8_t offset : Bytes{1, 2, 4, 5, 6})
+        rows.push_back({"another's response", responseBent(offset), 2050ms});
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130}]})", "file"));
+        machine.setFaults(Sim::FaultPlan({row.rule}));
+        SimNode node(machine, 1);
+        const Descriptor device("/dev/ipmi1");
+        EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), 0);
+        if (row.delivered != 0ms)
+            sim.clock().advance(row.delivered - 1ms);
+        EXPECT_EQ(device.ready() == 0, row.delivered != 0ms);
+        sim.clock().advance(1ms);
+        Receive receive;
+        ASSERT_EQ(receive.by(device), 0);
+        EXPECT_EQ(receive.data().at(0), row.code);
+        EXPECT_GE(machine.count(0x06, 0x34), 1U);
+        sim.clock().advance(1min);
+        EXPECT_EQ(device.ready(), 0) << "answered twice";
+    }
+}
+
+// More requests than there are sequence numbers, and none gets another's answer.
+TEST_F(Driver, tellsManyResponsesApart)
+{
+    struct Echo final : Sim::Responder {
+        Sim::Answer handle(const Sim::Request& request) override
+        {
+            return {.delay = std::chrono::milliseconds(500 - 2 * request.data.at(0)),
+                    .bytes = {0x00, request.data.at(0)}};
+        }
+    } echo;
+    SimNode served(echo, 1);
+    const Descriptor device("/dev/ipmi1");
+    for (std::uint8_t id = 0; id < 100; ++id)
+        ASSERT_EQ(Send({0x06, 0x01, id}, id).to(0x01, 0, 0x82).by(device), 0);
+    sim.clock().advance(1s);
+    for (int i = 0; i < 100; ++i) {
+        Receive receive;
+        ASSERT_EQ(receive.by(device), 0) << i;
+        EXPECT_EQ(receive.data().at(1), receive.message.msgid);
+    }
 }
 
 TEST_F(Driver, eventsGoToThoseThatTakeThem)

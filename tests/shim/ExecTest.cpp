@@ -114,7 +114,10 @@ TEST_F(Exec, servesIpmitool)
         {"$EXEC $TOOL sensor list", 0, "CPU Temp         | 40.000     | degrees C  | ok"},
         {"$EXEC $TOOL sdr list", 0, "Node Power       | 94 Watts          | ok"},
         {"$EXEC $TOOL fru", 0, "Sample Mainboard"},
+        {"$EXEC $TOOL -t 0x82 mc info", 0, "Product ID                : 4661"},
+        {"$EXEC $TOOL sensor get 'Riser Temp'", 0, "Sensor Reading        : 44"},
         {"$BMCSIM exec --ipmb-timeout 20 -- $TOOL -t 0x84 mc info", 1, "Timeout"},
+        {"$BMCSIM exec --ipmb-timeout 20 --machine absent -- $TOOL sdr list", 0, "Node Temp        | no reading"},
         {"$BMCSIM exec --faults $FOLDER/faults.json -- $TOOL mc info", 1, "Invalid command"},
         {"$BMCSIM exec --faults $FOLDER/busy.json -- sh -c \"$TOOL raw 6 8 && ! $TOOL raw 6 1; sleep 1; $TOOL raw 6 "
          "4\"",

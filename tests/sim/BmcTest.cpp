@@ -48,7 +48,7 @@ TEST_F(SimBmc, AnswersAndRefusals)
         {0x20, 0, R"(
             device id: 06 01 > 00 20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04; device id with data: 06 01 00 > c7;
             unknown command: 06 fe > c1; unknown network function: 2e 01 > c1; self test: 06 04 > 00 55 00;
-            empty message queue: 06 33 > 80; message flags: 06 31 > 00 00; present channel: 06 42 0e > 00 0f 0c 05;
+            present channel: 06 42 0e > 00 0f 0c 05;
             IPMB channel: 06 42 00 > 00 00 01 01; absent channel: 06 42 03 > cc;
             OS name, block 1: 06 59 00 04 00 00 > 00 11 00 00 1e 44 65 62;
             OS name, block 2: 06 59 00 04 01 00 > 00 11 01 75 78 20 31 32; OS name's end: 06 59 00 04 02 00 > c9;
@@ -175,7 +175,6 @@ TEST_F(SimBmc, WhatIsSetIsReadBack)
         {"events enabled", "04 28 0b d0 04 00 04 00", "04 29 0b", "00 c0 0f 00 0f 00"},
         {"events disabled", "04 28 0b 60 01 00 02 00", "04 29 0b", "00 40 0a 00 09 00"},
         {"scanning only", "04 28 0b 40", "04 29 0b", "00 40 0b 00 0b 00"},
-        {"global enables", "06 2e 0f", "06 2f", "00 0f"},
         {"OS version", "06 58 05 00 00 02 39 78", "06 59 00 05 00 00", "0 11 0 0 2 39 78 0 0 0 0 0 0 0 0 0 0 0 0"},
     };
     for (const auto& row : rows) {

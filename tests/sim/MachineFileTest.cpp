@@ -37,6 +37,13 @@ TEST(SimMachineFile, Complaints)
         {R"({"sel": ["00"]})", ".sel[0]: must be a text of 16 hexadecimal bytes"},
         {R"({"identity": {"self_test": "55"}})", ".identity: \"self_test\" must have 2 bytes"},
         {R"({"controllers": [{"address": 33}]})", ".controllers[0]: \"address\" must be even, an 8-bit slave address"},
+        {R"({"controllers": [{"address": 32}]})", ".controllers[0]: \"address\" is the BMC's or another controller's"},
+        {R"({"controllers": [{"address": 2}, {"address": 2}]})",
+         ".controllers[1]: \"address\" is the BMC's or another controller's"},
+        {R"({"controllers": [{"address": 2, "absent": "no"}]})",
+         ".controllers[0]: \"absent\" must be \"silent\" or \"nak\""},
+        {R"({"controllers": [{"address": 2, "channel": 12}]})",
+         ".controllers[0]: \"channel\" must be a whole number from 0 to 11"},
         {"{\"na\\u000ame\": 1}", ": unknown field \"na?me\""},
     };
     for (const auto& [text, message] : files)
@@ -77,9 +84,9 @@ TEST(SimMachineFile, FilesThatAreNone)
 // Taken, or refused with one line; nothing else may happen.
 TEST(SimMachineFile, DamagedFilesAreTakenOrRefused)
 {
-    const std::string whole(builtinMachineFiles().front().text);
+    const std::string whole(builtinMachineFiles().back().text); // the sample machine
     std::mt19937 random(1);
-    for (std::size_t length = 0; length < whole.size(); length += 211)
+    for (std::size_t length = 0; length < whole.size(); length += 421)
         EXPECT_EQ(complaintOf(whole.substr(0, length)).find_first_of("\n\r\t"), std::string::npos) << length;
     for (int round = 0; round < 150; ++round) {
         std::string damaged = whole;

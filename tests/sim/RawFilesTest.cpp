@@ -124,7 +124,7 @@ TEST(SimRawFiles, Captures)
         EXPECT_EQ(word(ask(bmc, 0x0a, 0x10, {row.fruDevice}), 1), readFile(path + row.fruFile).size());
         for (const auto& [key, sensor] : machine.sensors)
             EXPECT_EQ(ask(bmc, 0x04, 0x2d, {key.number}, key.lun, key.owner).size(),
-                      machine.hasController(key.owner) ? 5U : 0U);
+                      machine.presenceOf(0, key.owner) == Presence::answers ? 5U : 0U);
     }
 }
 

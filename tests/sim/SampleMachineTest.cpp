@@ -60,7 +60,7 @@ TEST(SimSampleMachine, RecordsDecodeAndAreOneOfEverything)
     }
     EXPECT_EQ(sdrBytes(machine), all);
     EXPECT_LT(sdrBytes(machine, true).size(), all.size());
-    EXPECT_GE(sensors, 60U);
+    EXPECT_GE(sensors, 120U);
     EXPECT_EQ(found["type"], (Found{0x01, 0x02, 0x03, 0x08, 0x09, 0x10, 0x11, 0x12, 0x14, 0xc0}));
     EXPECT_EQ(found["linearization"], (Found{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0x70, 0x75}));
     EXPECT_GE(found["rate"].size(), 5U);

@@ -14,7 +14,12 @@ namespace Sim
 inline Answer exchange(Bmc& bmc, std::uint8_t netfn, std::uint8_t cmd, const Bytes& data = {}, std::uint8_t lun = 0,
                        std::uint8_t address = kBmcAddress)
 {
-    return bmc.handle({.address = address, .lun = lun, .netfn = netfn, .cmd = cmd, .data = data});
+    return bmc.handle({.channel = static_cast<std::uint8_t>(address == kBmcAddress ? 0x0f : 0),
+                       .address = address,
+                       .lun = lun,
+                       .netfn = netfn,
+                       .cmd = cmd,
+                       .data = data});
 }
 
 inline Bytes ask(Bmc& bmc, std::uint8_t netfn, std::uint8_t cmd, const Bytes& data = {}, std::uint8_t lun = 0,

@@ -130,7 +130,7 @@ class ToolTest(unittest.TestCase):
 
     def test_sensors_json(self):
         sensors = json.loads(run("--sim", "--json", "sensors").stdout)["sensors"]
-        self.assertGreater(len(sensors), 55)
+        self.assertGreater(len(sensors), 110)
         for sensor in sensors:
             with self.subTest(name=sensor["name"]):
                 self.assertEqual(list(sensor), ["name", "number", "owner", "lun", "record_id", "type", "value", "unit",
@@ -216,7 +216,7 @@ class ToolTest(unittest.TestCase):
         rules = [None] + [{**get, "nth": n, **how} for n in (1, 2, 7, 150)
                           for how in ({"completion_code": 0xce}, {"lost_reservation": True}, {"cut_to": 1},
                                       {"cut_to": 0}, {"lengthen_to": 40}, {"completion_code": 0xca})]
-        rules += [{**get, "every": 40, "completion_code": 0xc3}, {**get, "every": 9, "lost_reservation": True},
+        rules += [{**get, "every": 40, "completion_code": 0xc3}, {**get, "every": 20, "lost_reservation": True},
                   {"netfn": 10, "cmd": 0x22, "nth": 1, "completion_code": 0xc0}]
         for rule in rules:
             with self.subTest(rule=rule):
