@@ -27,4 +27,10 @@ inline std::string jsonDocument(const Json& json)
     return json.dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
 }
 
+/// The same without indents, on one line.
+inline std::string jsonLine(const Json& json)
+{
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
+}
+
 } // namespace Tool

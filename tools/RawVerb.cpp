@@ -2,12 +2,12 @@
 #include "Failure.h"
 #include "Json.h"
 #include "NodeSession.h"
+#include "Number.h"
 #include "Progress.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cstdio>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -34,14 +34,9 @@ struct Command {
 
 std::uint8_t byteOf(const std::string& word)
 {
-    const bool hex = word.starts_with("0x") || word.starts_with("0X");
-    const char* first = word.data() + (hex ? 2 : 0);
-    const char* last = word.data() + word.size();
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(first, last, value, hex ? 16 : 10);
-    if (error != std::errc{} || end != last || value > 0xff)
-        throw Failure("\"" + printable(word) + "\" is no byte: give 0 to 255, or 0x00 to 0xff");
-    return static_cast<std::uint8_t>(value);
+    if (const auto byte = byteFrom(word))
+        return *byte;
+    throw Failure("\"" + printable(word) + "\" is no byte: give 0 to 255, or 0x00 to 0xff");
 }
 
 void parse(Command& command)

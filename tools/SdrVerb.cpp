@@ -4,12 +4,14 @@
 #include "OutputFile.h"
 #include "Progress.h"
 #include "SdrReader.h"
+#include "SdrSummary.h"
+#include "Table.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <memory>
 
 namespace Tool
@@ -17,15 +19,6 @@ namespace Tool
 
 namespace
 {
-
-std::size_t countRecords(std::span<const std::uint8_t> all)
-{
-    constexpr std::size_t kLength = 4, kHeaderSize = 5;
-    std::size_t count = 0;
-    for (; all.size() >= kHeaderSize; ++count)
-        all = all.subspan(std::min(all.size(), kHeaderSize + all[kLength]));
-    return count;
-}
 
 std::vector<std::uint8_t> readRepository(int node)
 {
@@ -42,12 +35,66 @@ int dump(const Options& options, const std::string& path)
     file.write(all);
     if (!file.isRegular())
         return kExitFine; // it may be standard output itself
-    if (options.json) {
-        writeOut(jsonDocument({{"file", path}, {"records", countRecords(all)}, {"bytes", all.size()}}));
-    } else {
-        writeOut(printable(fmt::format("{} records, {} bytes written to {}", countRecords(all), all.size(), path)) +
-                 '\n');
+    const std::size_t records = splitRecords(all).size();
+    if (options.json)
+        writeOut(jsonDocument({{"file", path}, {"records", records}, {"bytes", all.size()}}));
+    else
+        writeOut(printable(fmt::format("{} records, {} bytes written to {}", records, all.size(), path)) + '\n');
+    return kExitFine;
+}
+
+/// Keys of one record: only those that its type has.
+Json jsonRecord(const SdrSummary& record)
+{
+    Json result{{"record_id", record.id},
+                {"record_type", record.type},
+                {"record_type_name", jsonText(record.typeName)},
+                {"length", record.length}};
+    const auto put = [&result](const char* key, const std::optional<unsigned>& value) {
+        if (value)
+            result[key] = *value;
+    };
+    put("owner", record.owner);
+    put("lun", record.lun);
+    put("number", record.number);
+    put("address", record.address);
+    put("fru_device", record.device);
+    if (record.entityId)
+        result["entity"] = {{"id", *record.entityId}, {"instance", *record.entityInstance}};
+    if (!record.data.empty())
+        result["data"] = record.data;
+    else if (record.members.empty())
+        result["name"] = jsonText(record.name);
+    else
+        result["members"] = record.members;
+    return result;
+}
+
+std::vector<Table::Cell> row(const SdrSummary& record)
+{
+    std::string what = record.name + record.data;
+    if (!record.members.empty())
+        what = fmt::format("contains {}", fmt::join(record.members, ", "));
+    return {{fmt::format("0x{:04x}", record.id)},
+            {record.typeName.empty() ? fmt::format("unknown (0x{:02x})", record.type) : record.typeName},
+            {std::to_string(record.length)},
+            {record.place()},
+            {record.entityId ? entityKey(*record.entityId, *record.entityInstance) : ""},
+            {std::move(what)}};
+}
+
+int list(const Options& options)
+{
+    const auto all = readRepository(options.node);
+    Json records = Json::array();
+    Table table(
+        {{"ID"}, {"TYPE"}, {.title = "LENGTH", .align = Table::Align::kRight}, {"PLACE"}, {"ENTITY"}, {"NAME"}});
+    for (const SdrBytes& bytes : splitRecords(all)) {
+        const SdrSummary record(bytes);
+        records.push_back(jsonRecord(record));
+        table.add(row(record));
     }
+    writeOut(options.json ? jsonDocument(Json{{"records", std::move(records)}}) : table.text(false));
     return kExitFine;
 }
 
@@ -57,11 +104,16 @@ void addSdrVerb(CLI::App& app, Options& options)
 {
     CLI::App* sdr = app.add_subcommand("sdr", "The repository of sensor data records");
     sdr->fallthrough()->group("Verbs");
-    CLI::App* verb = sdr->add_subcommand("dump", "Write the repository to a file: raw records one after another");
+    CLI::App* dumpVerb = sdr->add_subcommand("dump", "Write the repository to a file: raw records one after another");
     auto path = std::make_shared<std::string>();
-    verb->add_option("FILE", *path, "File to write; replaced only when all has been read")->required()->type_name("");
-    verb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi sdr dump sdr.bin");
-    verb->callback([&options, path] { options.run = [&options, path] { return dump(options, *path); }; });
+    dumpVerb->add_option("FILE", *path, "File to write; replaced only when all has been read")
+        ->required()
+        ->type_name("");
+    dumpVerb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi sdr dump sdr.bin");
+    dumpVerb->callback([&options, path] { options.run = [&options, path] { return dump(options, *path); }; });
+    CLI::App* listVerb = sdr->add_subcommand("list", "All records, one line each");
+    listVerb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi --sim sdr list");
+    listVerb->callback([&options] { options.run = [&options] { return list(options); }; });
 }
 
 } // namespace Tool

@@ -65,18 +65,31 @@ void readThresholds(Ipmi::IpmiSensor& sensor, std::array<std::optional<double>, 
     }
 }
 
+Json jsonThresholds(const SensorView& sensor)
+{
+    Json result = Json::object();
+    for (std::size_t i = 0; i < kThresholdKeys.size(); ++i) {
+        if (sensor.thresholds[i])
+            result[std::string(kThresholdKeys[i])] = jsonNumber(*sensor.thresholds[i]);
+    }
+    return result;
+}
+
 } // namespace
 
 SensorView::SensorView(Ipmi::IpmiSensor& sensor)
     : name(sensor.getName()), number(sensor.getSensorNumber()), owner(sensor.getOwnerId()), lun(sensor.getLun()),
-      recordId(sensor.getSensorRecordNumber()), type(sensor.getSensorTypeString())
+      recordId(sensor.getSensorRecordNumber()), type(sensor.getSensorTypeString()), typeCode(sensor.getSensorType()),
+      entity(sensor.getEntity()), isNumeric(givesNumber(sensor))
 {
+    if (const auto milliseconds = sensor.getReadingAge(); milliseconds >= 0)
+        age = std::chrono::milliseconds(milliseconds);
     const auto reading = sensor.getLastReading();
     if (reading.available()) {
         raw = reading.raw;
         state = sensor.getState(false);
     }
-    if (!givesNumber(sensor))
+    if (!isNumeric)
         return;
     unit = unitOf(sensor);
     step = stepAt(sensor, reading.raw);
@@ -104,6 +117,43 @@ std::string SensorView::formatted(double shown) const
         ++digits;
     const std::string text = fmt::format("{:.{}f}", shown, digits);
     return text.find_first_not_of("-0.") == std::string::npos && text[0] == '-' ? text.substr(1) : text;
+}
+
+std::string SensorView::withUnit(double shown) const
+{
+    const std::string digits = formatted(shown);
+    return digits.empty() || unit.empty() ? digits : digits + ' ' + unit;
+}
+
+std::vector<SensorView> viewsOf(const Sensors& sensors)
+{
+    std::vector<SensorView> views;
+    for (const auto& sensor : sensors)
+        views.emplace_back(*sensor);
+    return views;
+}
+
+Json jsonOf(const Ipmi::IpmiEntity& entity)
+{
+    return {{"id", entity.getId()}, {"instance", entity.getInstance()}, {"name", entity.getName()}};
+}
+
+Json jsonOf(const SensorView& sensor)
+{
+    return {{"name", sensor.name},
+            {"number", sensor.number},
+            {"owner", sensor.owner},
+            {"lun", sensor.lun},
+            {"record_id", sensor.recordId},
+            {"type", sensor.type},
+            {"value", sensor.value ? jsonNumber(*sensor.value) : Json(nullptr)},
+            {"unit", sensor.unit},
+            {"raw", sensor.raw ? Json(*sensor.raw) : Json(nullptr)},
+            {"state", jsonText(sensor.state)},
+            {"thresholds", jsonThresholds(sensor)},
+            {"type_code", sensor.typeCode},
+            {"entity", jsonOf(sensor.entity)},
+            {"age_ms", sensor.age ? Json(sensor.age->count()) : Json(nullptr)}};
 }
 
 } // namespace Tool

@@ -1,13 +1,18 @@
 // What one sensor has to show, taken once.
 #pragma once
 
+#include "Json.h"
+#include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiSensor.h"
+#include "ipmi/Reference.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tool
 {
@@ -27,15 +32,30 @@ struct SensorView {
     unsigned int lun;
     unsigned int recordId;
     std::string type;
+    unsigned int typeCode;
+    Ipmi::IpmiEntity entity;
+    bool isNumeric;              ///< gives a number when it has a reading
     std::optional<double> value; ///< nothing without a reading, and for sensors that give no number; may be not finite
     std::string unit;
     std::optional<std::uint8_t> raw;
     std::string state;                               ///< empty without a reading
     std::array<std::optional<double>, 6> thresholds; ///< as kThresholdKeys; only what can be read
+    std::optional<std::chrono::milliseconds> age;    ///< of the last good reading
     double step = 1;                                 ///< between two neighbouring values
 
     /// `number` with as many digits as the sensor's steps have.
     std::string formatted(double number) const;
+    /// The same with the sensor's unit.
+    std::string withUnit(double number) const;
+    /// The value as people read it, without its unit; empty without one.
+    std::string valueText() const { return value ? formatted(*value) : ""; }
 };
+
+using Sensors = std::vector<TRX::Reference<Ipmi::IpmiSensor>>;
+std::vector<SensorView> viewsOf(const Sensors& sensors);
+
+/// All of it, for programs.
+Json jsonOf(const SensorView& sensor);
+Json jsonOf(const Ipmi::IpmiEntity& entity);
 
 } // namespace Tool

@@ -2,15 +2,17 @@
 #include "Json.h"
 #include "NodeSession.h"
 #include "Progress.h"
+#include "SensorFacts.h"
+#include "SensorSelection.h"
+#include "SensorTable.h"
 #include "SensorView.h"
-#include "Table.h"
+#include "SensorWatch.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <fmt/format.h>
-#include <vector>
+#include <memory>
+#include <optional>
 
 namespace Tool
 {
@@ -18,98 +20,86 @@ namespace Tool
 namespace
 {
 
-constexpr unsigned kBmcAddress = 0x20;
+/// What the command line said of the sensors.
+struct Request {
+    SensorSelection selection;
+    std::optional<double> interval; ///< seconds between passes; nothing: look once
+    std::optional<unsigned> count;
+    bool verbose = false;
+};
 
-std::vector<SensorView> readSensors(int node)
-{
-    const Progress progress("Reading the sensors");
-    const NodeSession session(node);
-    std::vector<SensorView> views;
-    for (const auto& sensor : session.readSensors())
-        views.emplace_back(*sensor);
-    return views;
-}
-
-Json jsonThresholds(const SensorView& sensor)
-{
-    Json result = Json::object();
-    for (std::size_t i = 0; i < kThresholdKeys.size(); ++i) {
-        if (sensor.thresholds[i])
-            result[std::string(kThresholdKeys[i])] = jsonNumber(*sensor.thresholds[i]);
-    }
-    return result;
-}
-
-void printJson(const std::vector<SensorView>& sensors)
+void printJson(const Sensors& sensors, bool verbose)
 {
     Json list = Json::array();
-    for (const SensorView& sensor : sensors) {
-        list.push_back({{"name", sensor.name},
-                        {"number", sensor.number},
-                        {"owner", sensor.owner},
-                        {"lun", sensor.lun},
-                        {"record_id", sensor.recordId},
-                        {"type", sensor.type},
-                        {"value", sensor.value ? jsonNumber(*sensor.value) : Json(nullptr)},
-                        {"unit", sensor.unit},
-                        {"raw", sensor.raw ? Json(*sensor.raw) : Json(nullptr)},
-                        {"state", jsonText(sensor.state)},
-                        {"thresholds", jsonThresholds(sensor)}});
+    for (const auto& sensor : sensors) {
+        const SensorView view(*sensor);
+        list.push_back(verbose ? jsonWithFacts(*sensor, view) : jsonOf(view));
     }
     writeOut(jsonDocument(Json{{"sensors", std::move(list)}}));
 }
 
-Colour colourOf(const std::string& state)
+void printFacts(const Sensors& sensors)
 {
-    if (state.empty())
-        return Colour::kFaint;
-    if (state == "ok")
-        return Colour::kGreen;
-    if (state.find("non-critical") != std::string::npos)
-        return Colour::kYellow;
-    const bool crossed = state.starts_with("lower ") || state.starts_with("upper ");
-    return crossed ? Colour::kRed : Colour::kNone;
+    std::string text;
+    for (const auto& sensor : sensors) {
+        text += text.empty() ? "" : "\n";
+        text += textOfFacts(*sensor, SensorView(*sensor));
+    }
+    writeOut(text);
 }
 
-Table emptyTable()
+void print(const Sensors& sensors, const Request& request, bool json)
 {
-    using enum Table::Align;
-    std::vector<Table::Column> columns{{.title = "OWNER", .optional = true},
-                                       {.title = "NUM"},
-                                       {.title = "NAME"},
-                                       {.title = "TYPE"},
-                                       {.title = "VALUE", .align = kRight},
-                                       {.title = "", .optional = true, .gap = 1},
-                                       {.title = "STATE"}};
-    for (const auto title : kThresholdTitles)
-        columns.push_back({.title = std::string(title), .align = kRight, .optional = true});
-    return Table(std::move(columns));
+    if (json)
+        printJson(sensors, request.verbose);
+    else if (request.verbose)
+        printFacts(sensors);
+    else
+        writeOut(sensorTable(viewsOf(sensors)));
 }
 
-std::vector<Table::Cell> row(const SensorView& sensor, bool withOwner)
+int run(const Options& options, const Request& request)
 {
-    const std::string value = sensor.value ? sensor.formatted(*sensor.value) : "";
-    std::vector<Table::Cell> cells{{withOwner ? fmt::format("0x{:02x}/{}", sensor.owner, sensor.lun) : ""},
-                                   {fmt::format("0x{:02x}", sensor.number)},
-                                   {sensor.name},
-                                   {sensor.type},
-                                   {value},
-                                   {value.empty() ? "" : sensor.unit},
-                                   {sensor.state, colourOf(sensor.state)}};
-    for (const auto& threshold : sensor.thresholds)
-        cells.push_back({threshold ? sensor.formatted(*threshold) : ""});
-    return cells;
+    std::optional<Progress> progress(std::in_place, "Reading the sensors");
+    const NodeSession session(options.node);
+    Sensors sensors = session.readSensors();
+    request.selection.apply(options.node, sensors);
+    progress.reset();
+    if (request.interval)
+        return watchSensors(options.node, sensors,
+                            {std::chrono::duration<double>(*request.interval), request.count, options.json});
+    print(sensors, request, options.json);
+    return kExitFine;
 }
 
-void print(const std::vector<SensorView>& sensors)
+/// Seconds that are no number are none either.
+std::string checkInterval(const std::string& text)
 {
-    const bool withOwner = std::any_of(sensors.begin(), sensors.end(), [](const SensorView& sensor) {
-        return sensor.owner != kBmcAddress || sensor.lun != 0;
-    });
-    Table table = emptyTable();
-    for (const SensorView& sensor : sensors)
-        table.add(row(sensor, withOwner));
-    writeOut(table.text(colourWanted()));
+    constexpr double kShortest = 0.1, kLongest = 86400;
+    double seconds = 0;
+    const bool isNumber = CLI::detail::lexical_cast(text, seconds);
+    return isNumber && seconds >= kShortest && seconds <= kLongest ? "" : "give 0.1 to 86400 seconds, not " + text;
+}
+
+constexpr unsigned kMostPasses = 1'000'000'000;
+
+void addOptions(CLI::App& verb, Request& request)
+{
+    verb.add_option("--entity", request.selection.entity,
+                    "Only those of a part of the server, or inside it: 7.1, 7, "
+                    "0x07, \"system board\" or \"system board 1\"")
+        ->type_name("ENTITY");
+    verb.add_option("--type", request.selection.type, "Only those of a sensor type: its name or code")
+        ->type_name("TYPE");
+    CLI::Option* verbose = verb.add_flag("--verbose", request.verbose, "All that the records say");
+    CLI::Option* watch = verb.add_option("--watch", request.interval, "Again and again, until Ctrl-C")
+                             ->type_name("SECONDS")
+                             ->check(checkInterval)
+                             ->excludes(verbose);
+    verb.add_option("--count", request.count, "With --watch: end after as many times")
+        ->type_name("N")
+        ->check(CLI::Range(1U, kMostPasses))
+        ->needs(watch);
 }
 
 } // namespace
@@ -117,14 +107,14 @@ void print(const std::vector<SensorView>& sensors)
 void addSensorsVerb(CLI::App& app, Options& options)
 {
     CLI::App* verb = app.add_subcommand("sensors", "All sensors: value, unit, state and thresholds");
-    verb->fallthrough()->group("Verbs")->footer("Examples:\n  trx-ipmi sensors\n  trx-ipmi --sim --json sensors");
-    verb->callback([&options] {
-        options.run = [&options] {
-            const std::vector<SensorView> sensors = readSensors(options.node);
-            options.json ? printJson(sensors) : print(sensors);
-            return kExitFine;
-        };
-    });
+    auto request = std::make_shared<Request>();
+    addOptions(*verb, *request);
+    verb->fallthrough()->group("Verbs")->footer(R"(Examples:
+  trx-ipmi sensors
+  trx-ipmi --sim --json sensors
+  trx-ipmi sensors --type temperature --watch 2
+  trx-ipmi sensors --entity 7.1 --verbose)");
+    verb->callback([&options, request] { options.run = [&options, request] { return run(options, *request); }; });
 }
 
 } // namespace Tool

@@ -67,6 +67,8 @@ std::string Table::text(bool withColour) const
             titles.put(columns_[i].title, columns_[i].title, columns_[i], width[i]);
     }
     std::string result = titles.take();
+    if (result == "\n") // no titles at all
+        result.clear();
     for (const auto& row : rows_) {
         Line line;
         for (std::size_t i = 0; i < columns_.size(); ++i) {

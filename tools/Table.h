@@ -30,7 +30,7 @@ public:
 
     /// As many cells as there are columns.
     void add(std::vector<Cell> row);
-    /// The whole table, titles first, one line per row, without blanks at the ends of lines.
+    /// The whole table, titles (if any) first, one line per row, without blanks at the ends of lines.
     std::string text(bool withColour) const;
 
 private:

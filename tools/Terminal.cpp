@@ -71,13 +71,33 @@ constexpr std::array<Range, 9> kWide{{{0x1100, 0x115f},
                                       {0x1f300, 0x1faff},
                                       {0x20000, 0x3fffd}}};
 
+std::size_t columnsOf(const CodePoint& point)
+{
+    return isIn(kCombining, point.value) ? 0U : isIn(kWide, point.value) ? 2U : 1U;
+}
+
 } // namespace
+
+bool onTerminal()
+{
+    const char* terminal = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) == 1 && !(terminal && std::strcmp(terminal, "dumb") == 0);
+}
 
 bool colourWanted()
 {
     const char* noColour = std::getenv("NO_COLOR");
-    const char* terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) == 1 && !(noColour && *noColour) && !(terminal && std::strcmp(terminal, "dumb") == 0);
+    return onTerminal() && !(noColour && *noColour);
+}
+
+bool unicodeWanted()
+{
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* locale = std::getenv(name);
+        if (locale && *locale)
+            return strcasestr(locale, "UTF-8") || strcasestr(locale, "UTF8");
+    }
+    return false;
 }
 
 std::string coloured(std::string_view text, Colour colour)
@@ -110,10 +130,29 @@ std::size_t columnsOf(std::string_view text)
     std::size_t columns = 0;
     while (!text.empty()) {
         const CodePoint next = firstOf(text);
-        columns += isIn(kCombining, next.value) ? 0U : isIn(kWide, next.value) ? 2U : 1U;
+        columns += columnsOf(next);
         text.remove_prefix(next.size);
     }
     return columns;
+}
+
+std::string cutTo(std::string_view line, std::size_t columns)
+{
+    constexpr char kEscape = '\033', kEndOfColour = 'm';
+    std::string result;
+    for (bool full = false; !line.empty();) {
+        const CodePoint next = firstOf(line);
+        const bool colour = line[0] == kEscape;
+        const std::size_t size = colour ? std::min(line.find(kEndOfColour), line.size() - 1) + 1 : next.size;
+        const std::size_t width = colour ? 0 : columnsOf(next);
+        full = full || width > columns;
+        if (!full || colour) {
+            result += line.substr(0, size);
+            columns -= full ? 0 : width;
+        }
+        line.remove_prefix(size);
+    }
+    return result;
 }
 
 void writeOut(std::string_view text)

@@ -12,6 +12,7 @@ namespace Tool
 {
 
 void addSensorsVerb(CLI::App& app, Options& options);
+void addEntitiesVerb(CLI::App& app, Options& options);
 void addInfoVerb(CLI::App& app, Options& options);
 void addRawVerb(CLI::App& app, Options& options);
 void addSdrVerb(CLI::App& app, Options& options);

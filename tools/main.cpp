@@ -25,10 +25,13 @@ constexpr const char* kExamples = R"(Examples:
   trx-ipmi sensors                     all sensors of this server (as root)
   trx-ipmi --sim sensors               the same on a simulated server, without any BMC
   trx-ipmi --json sensors              for programs
+  trx-ipmi sensors --watch 2           again and again, with a short history
+  trx-ipmi sensors --entity 7.1        those of one part of the server; trx-ipmi entities shows the parts
   trx-ipmi --node 1 info               who the second BMC is
   trx-ipmi raw 6 1                     Get Device ID; netfn and command, then data
   trx-ipmi raw 0x04 0x2d 0x01          Get Sensor Reading of sensor 1
-  trx-ipmi sdr dump sdr.bin            the repository, as raw records
+  trx-ipmi sdr list                    the repository's records
+  trx-ipmi sdr dump sdr.bin            the same, raw, into a file
 
 Exit status: 0 done; 1 the BMC refused a raw command; 2 anything else, with one line that says why.)";
 
@@ -58,6 +61,7 @@ void describe(CLI::App& app, Options& options)
     app.add_flag("--json", options.json, "JSON instead of columns");
     app.require_subcommand(0, 1);
     addSensorsVerb(app, options);
+    addEntitiesVerb(app, options);
     addInfoVerb(app, options);
     addRawVerb(app, options);
     addSdrVerb(app, options);
@@ -84,7 +88,7 @@ int run(int argc, char** argv)
         return complain(std::string(error.what()) + " (trx-ipmi --help shows how)", kExitMistake);
     }
     if (!options.run)
-        throw Failure("no verb: give sensors, info, raw or sdr dump (trx-ipmi --help shows how)");
+        throw Failure("no verb: give sensors, entities, info, raw, sdr list or sdr dump (trx-ipmi --help shows how)");
     if (!options.machine.empty() && options.node != 0)
         throw Failure("--sim simulates node 0 only: leave --node out");
     if (!options.machine.empty())

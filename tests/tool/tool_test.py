@@ -1,14 +1,17 @@
 #!/usr/bin/env python3
 """tool_test.py TRX-IPMI TRX-BMCSIM: the tool's command lines, output and exit statuses, on the sample machine."""
+import fcntl
 import json
 import os
 import pathlib
 import pty
 import re
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 TOOL, SIM = sys.argv[1:3]
@@ -65,6 +68,13 @@ class ToolTest(unittest.TestCase):
             (["sdr", "dump", self.folder], "cannot write .*: Is a directory"),
             (["sdr", "dump", missing + "/"], "cannot write"), (["sdr", "dump", ""], "cannot write"),
             (["--sim", "--node=1", "info"], "node 0 only"),
+            (["sensors", "--count", "2"], "--count requires --watch"),
+            (["sensors", "--watch", "1", "--verbose"], "--verbose excludes --watch"),
+            (["sensors", "--watch", "1", "--count", "0"], "0 not in range"),
+            *((["sensors", "--watch", seconds], "give 0.1 to 86400 seconds") for seconds in ("nan", "0", "1e9", "x")),
+            (["--sim", "sensors", "--type", "\033"], r'no sensor of type "\?" here: there are .*Fan, .*Voltage'),
+            *((["--sim", "sensors", "--entity", entity], r"no entity .* here: there are .*System Board 1 \(7\.1\), ")
+              for entity in ("7.99", "7.1.1", "0x100", "Board", "\033")),
             (["--sim=no-such-machine", "sensors"], "no-such-machine"),  # the simulator's own line
         ]
         for args, pattern in rows:
@@ -74,8 +84,8 @@ class ToolTest(unittest.TestCase):
 
     @unittest.skipIf(os.path.exists("/dev/ipmi0"), "there is a BMC")
     def test_without_device(self):
-        for args in (["sensors"], ["--json", "info"], ["raw", "6", "1"], ["--node=3", "info"],
-                     ["sdr", "dump", os.path.join(self.folder, "x")]):
+        for args in (["sensors"], ["entities"], ["sdr", "list"], ["--json", "info"], ["raw", "6", "1"],
+                     ["--node=3", "info"], ["sdr", "dump", os.path.join(self.folder, "x")]):
             with self.subTest(args=args):
                 self.assert_one_line(run(*args), "no BMC driver at /dev/ipmi[03]: load it")
         self.assertEqual(os.listdir(self.folder), [])
@@ -134,7 +144,7 @@ class ToolTest(unittest.TestCase):
         for sensor in sensors:
             with self.subTest(name=sensor["name"]):
                 self.assertEqual(list(sensor), ["name", "number", "owner", "lun", "record_id", "type", "value", "unit",
-                                                "raw", "state", "thresholds"])
+                                                "raw", "state", "thresholds", "type_code", "entity", "age_ms"])
                 self.assertEqual([k for k in THRESHOLDS if k in sensor["thresholds"]], list(sensor["thresholds"]))
                 self.assertNotIn("inity", json.dumps(sensor))
                 if sensor["raw"] is None:
@@ -179,34 +189,204 @@ class ToolTest(unittest.TestCase):
                     wanted = sensor["value"]
                     self.assertTrue(any(abs(n - wanted) <= abs(wanted) * 0.01 + 0.001 for n in numbers), numbers)
 
+    @staticmethod
+    def sensors(*args, **more):
+        return json.loads(run("--json", "sensors", *args, **more).stdout)["sensors"]
+
+    def test_entities(self):
+        """Every sensor is there once, beneath its entity; what is inside another one is beneath that."""
+        parents, found = {}, []
+
+        def walk(entities, parent):
+            for entity in entities:
+                key = entity["id"], entity["instance"]
+                self.assertNotIn(key, parents)
+                parents[key] = parent
+                for sensor in entity["sensors"]:
+                    self.assertEqual(sensor["entity"], {k: entity[k] for k in ("id", "instance", "name")})
+                    found.append(sensor["name"])
+                walk(entity["children"], key)
+
+        walk(json.loads(run("--sim", "--json", "entities").stdout)["entities"], None)
+        self.assertEqual(sorted(found), sorted(s["name"] for s in self.sensors("--sim")))
+        for key, parent in (((7, 1), None), ((3, 1), (7, 1)), ((8, 1), (7, 1)), ((32, 3), (8, 1)), ((10, 1), None)):
+            self.assertEqual(parents[key], parent, key)
+        for locale, inner, last in (("C.UTF-8", "├─ ", "└─ "), ("C", "|- ", "`- ")):
+            text = run("--sim", "entities", env={**os.environ, "LC_ALL": locale}).stdout
+            self.assertEqual(len(text.splitlines()), len(found) + len(parents))
+            self.assertRegex(text, rf"(?m)^System Board 1 \(7\.1\)\n{re.escape(inner)}12V +[0-9.]+ Volts +ok$")
+            self.assertIn(last, text)
+
+    def test_entities_in_a_ring(self):
+        """Containers inside each other without end: every one is there once."""
+        for order in (range(1, 100), range(99, 0, -1)):
+            records = [struct.pack("<H2B", i, 0x51, 8) + bytes([11, 7, i, 0, 7, i % 99 + 1] + [0] * 6) for i in order]
+            pathlib.Path(self.path).write_bytes(b"".join(records))
+            text = run("entities", sim=["--machine", "sample", "--sdr", self.path]).stdout
+            self.assertEqual(sorted(re.findall(r"(?m)\(7\.(\d+)\)$", text)), sorted(str(i) for i in range(1, 100)))
+
+    def test_selection(self):
+        everything = self.sensors("--sim")
+        memory = [(8, 1), (32, 1), (32, 2), (32, 3)]  # the module, and what it contains
+        rows = [
+            (["--type", "fan"], lambda s, e: s["type"] == "Fan"),
+            (["--type", "0x01"], lambda s, e: s["type_code"] == 1),
+            (["--type", "7"], lambda s, e: s["type_code"] == 7), (["--entity", "10.1"], lambda s, e: e == (10, 1)),
+            *((["--entity", name], lambda s, e: e in memory) for name in ("8.1", "MEMORY module 1", "0x08.0x01")),
+            *((["--entity", name], lambda s, e: e[0] == 29) for name in ("29", "0x1d", "fan DEVICE")),
+            (["--entity", "8.1", "--type", "Memory"], lambda s, e: e in memory and s["type_code"] == 12),
+            (["--entity", "10", "--type", "Fan"], lambda s, e: False),
+        ]
+        for args, wanted in rows:
+            with self.subTest(args=args):
+                names = [s["name"] for s in everything if wanted(s, (s["entity"]["id"], s["entity"]["instance"]))]
+                self.assertEqual([s["name"] for s in self.sensors("--sim", *args)], names)
+                self.assertEqual(len(run("--sim", "sensors", *args).stdout.splitlines()), len(names) + 1)
+
+    def test_verbose(self):
+        plain, verbose = self.sensors("--sim"), self.sensors("--sim", "--verbose")
+        text = run("--sim", "sensors", "--verbose").stdout
+        self.assertEqual([s["name"] for s in plain], [s["name"] for s in verbose])
+        self.assertEqual(text.split("\n\n")[0].split("\n")[0], plain[0]["name"])
+        by_name = {s["name"]: s for s in verbose}
+        for sensor, less in zip(verbose, plain):
+            self.assertEqual(list(sensor)[:len(less)], list(less))
+            self.assertEqual(len(bytes.fromhex(sensor["record"])), sensor["record_length"])
+        rows = [
+            ("12V", {"m": 63, "b": 0, "result_exponent": -3, "nominal": 11.97,
+                     "hysteresis": {"positive": 2, "negative": 2}, "entity_parent": None, "number": 4,
+                     "readable_thresholds": ["lower critical", "lower non-recoverable", "upper critical",
+                                             "upper non-recoverable"]}),
+            ("VCORE", {"m": 98, "b": 5, "b_exponent": 2, "result_exponent": -4, "tolerance": 0.5, "accuracy": 20.0,
+                       "threshold_access": {"code": 1, "name": "readable"},
+                       "entity_parent": {"id": 7, "instance": 1, "name": "System Board"}}),
+            ("VNEG12", {"m": -6, "b": -100, "b_exponent": 1, "result_exponent": -2}),
+            ("CPU Status", {"event_type": {"code": 0x6f, "name": "sensor-discrete"}, "asserted": ["presence detected"],
+                            "readable_states": ["IERR", "thermal trip", "FRB1/BIST failure", "presence detected",
+                                                "disabled"]}),
+            ("Lin cube", {"linearization": {"code": 9, "name": "cube"}}),
+            ("OEM State", {"asserted": ["offset 0", "offset 14"]}),
+            ("OS Critical", {"owner": 0x41, "direction": "Unspecified", "record_type": {"code": 3,
+                                                                              "name": "event-only sensor"}}),
+        ]
+        for name, facts in rows:
+            for key, value in facts.items():
+                with self.subTest(name=name, key=key):
+                    self.assertEqual(by_name[name][key], value)
+        for line in (r"  entity parent  +System Board 1 \(7\.1\)", r"  upper critical  +13\.230 Volts",
+                     r"  flags  +init scanning, init events, ", r"  age ms  +\d+"):
+            self.assertRegex(text, rf"(?m)^{line}")
+
+    def test_sdr_list(self):
+        run("--sim", "sdr", "dump", self.path)
+        records = json.loads(run("--sim", "--json", "sdr", "list").stdout)["records"]
+        content, offset = self.content(), 0
+        for record in records:
+            size = 5 + content[offset + 4]
+            self.assertEqual((record["record_id"], record["record_type"], record["length"]),
+                             (content[offset] | content[offset + 1] << 8, content[offset + 3], size))
+            if record["record_type"] in (1, 2, 3):
+                self.assertEqual((record["owner"], record["number"]), (content[offset + 5], content[offset + 7]))
+            offset += size
+        self.assertEqual(offset, len(content))
+        text = run("--sim", "sdr", "list").stdout
+        self.assertEqual(len(text.splitlines()), len(records) + 1)
+        for line in (r"full sensor +\d+  0x20/0 0x04  7\.1 +12V",
+                     r"FRU device locator +\d+  0x20 FRU 1   10\.1 +PSU FRU",
+                     r"controller locator +\d+  0x82 +55\.2 +Node MC", r"device locator +\d+  0x6e +7\.1 +FPGA",
+                     r"entity association +16  - +8\.1 +contains 32\.1 to 32\.3",
+                     r"device entity association +32  0x20 +23\.1 +contains 29\.97",
+                     r"OEM +\d+  - +- +d9 7e 00 01 02", r"compact sensor +\d+  0x20/0 0x0e  32\.\d+ +DIMM"):
+            self.assertRegex(text, rf"(?m)^0x[0-9a-f]{{4}}  {line}")
+
+    def test_cut_records(self):
+        """Records of every kind that end at any byte: shown as far as they go."""
+        run("--sim", "sdr", "dump", self.path)
+        content, kinds, cut = self.content(), {}, b""
+        while content:
+            size = 5 + content[4]
+            kinds.setdefault(content[3], content[:size])
+            content = content[size:]
+        for record in kinds.values():
+            for size in range(5, len(record)):
+                number = len(cut) % 0xfff0 + 1
+                cut += struct.pack("<H", number) + record[2:4] + bytes([size - 5]) + record[5:size]
+        pathlib.Path(self.path).write_bytes(cut)
+        for args in (["sdr", "list"], ["sensors", "--verbose"], ["entities"]):
+            for form in ([], ["--json"]):
+                result = run(*form, *args, sim=["--machine", "sample", "--sdr", self.path])
+                self.assertEqual((result.returncode, result.stderr), (0, ""), args)
+
+    def test_watch(self):
+        rule = {"netfn": 4, "cmd": 0x2d, "from": 150, "every": 1, "completion_code": 0xce}
+        passes = [json.loads(line) for line in
+                  run("--json", "sensors", "--watch=0.4", "--count=4", sim=self.faults(rule)).stdout.splitlines()]
+        self.assertEqual([p["pass"] for p in passes], [1, 2, 3, 4])
+        first, last = ({s["name"]: s for s in p["sensors"]} for p in (passes[0], passes[3]))
+        self.assertEqual((first["Fan 1"]["unit"], last["Fan 1"]["value"]), ("RPM", None))
+        self.assertGreater(last["Fan 1"]["age_ms"], 400)
+        text = run("sensors", "--watch=0.4", "--count=4", sim=self.faults(rule)).stdout.split("\n\n")[:4]
+        self.assertNotIn("AGE", text[0])
+        self.assertRegex(text[3], r"(?m)^0x20/0  0x02  Fan 1  .* [0-9]+ s$")
+        result = run("--sim", "sensors", "--watch=0.1", "--count=3", "--type=fan", env={**os.environ, "LC_ALL": "C"})
+        self.assertRegex(result.stdout, r"pass 3\nNUM  .*HISTORY\n0x02  Fan 1  .*  ok  .*  [_.:=+*#-]{3}\n")
+
+    def test_watch_on_terminal(self):
+        text, status = self.on_terminal({"LC_ALL": "C.UTF-8", "TERM": "xterm", "NO_COLOR": "1"}, "--sim", "sensors",
+                                        "--watch=0.2", rows=8, when=[
+                                            (b"pass 3", lambda fd: self.resize(fd, 6)), (b"pass 5", self.interrupt)])
+        self.assertEqual(status, 0)
+        text = text.replace("^C", "")  # as the terminal echoes it, somewhere
+        self.assertRegex(text, r"\A(\r\n){8}\033\[\?25l\033\[H[^\0]*\033\[J\033\[\?25h\r\n\Z")
+        frames = [frame.split("\r\n") for frame in text.split("\033[H")[1:]]
+        for frame in (frames[0], frames[-1]):
+            lines = 8 if frame is frames[0] else 6
+            self.assertEqual(len(frame[:lines]), lines)
+            self.assertRegex(frame[lines - 2], r"\A\d+ more below: ")
+            self.assertEqual(frame[lines - 1][:3], "\033[J")
+            self.assertTrue(all(line.endswith("\033[K") for line in frame[:lines - 1]))
+        self.assertRegex(frames[-1][2], r"CPU Temp .* ok +[\u2581-\u2588]{5,}")
+
     def test_colour_and_hostile_texts(self):
         machine = self.written("machine.json", {
             "name": "hostile", "system_info": {"os_name": "\033]0;owned\007\u009b31m"},
             "sdr": [{"name": "A\033[31m\r\nB\u009b", "number": 1, "entity": 7, "type": "temperature",
                      "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40}]})
-        for args in (["sensors"], ["info"], ["--json", "sensors"], ["--json", "info"]):
+        verbs = (["sensors"], ["info"], ["entities"], ["sensors", "--verbose"], ["sensors", "--watch=1", "--count=1"],
+                 ["sdr", "list"])
+        for args in (*verbs, *(["--json", *verb] for verb in verbs)):
             with self.subTest(args=args):
                 result = run("--sim=" + machine, *args, text=False)
                 self.assertEqual(result.returncode, 0, result.stderr)
                 self.assertNotRegex(result.stdout.replace(b"\n", b""), rb"[\x00-\x1f\x7f]|\xc2[\x80-\x9f]")
         for no_colour, pattern in (("", "\033\\[31mupper critical\033\\[0m"), ("1", r"\A[^\033]*\Z")):
-            self.assertRegex(self.on_terminal({"NO_COLOR": no_colour, "TERM": "xterm"}, "--sim=" + machine, "sensors"),
-                             pattern)
+            self.assertRegex(self.on_terminal({"NO_COLOR": no_colour, "TERM": "xterm"}, "--sim=" + machine,
+                                              "sensors")[0], pattern)
 
     @staticmethod
-    def on_terminal(environment, *args):
-        ours, its = pty.openpty()
-        with subprocess.Popen([TOOL, *args], stdout=its, env={**os.environ, **environment}) as process:
-            os.close(its)
-            output = b""
-            try:
-                while chunk := os.read(ours, 4096):
-                    output += chunk
-            except OSError:  # the other end is closed
-                pass
-            process.wait(60)
-        os.close(ours)
-        return output.decode()
+    def resize(terminal, rows):
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("4H", rows, 80, 0, 0))
+
+    @staticmethod
+    def interrupt(terminal):
+        os.write(terminal, b"\x03")
+
+    def on_terminal(self, environment, *args, rows=24, when=()):
+        """Output and exit status; `when`: what is done to the terminal once, when a text has come, in turn."""
+        child, terminal = pty.fork()
+        if child == 0:
+            self.resize(1, rows)
+            os.execve(TOOL, [TOOL, *args], {**os.environ, **environment})
+        output, when = b"", list(when)
+        try:
+            while chunk := os.read(terminal, 4096):
+                output += chunk
+                if when and when[0][0] in output:
+                    when.pop(0)[1](terminal)
+        except OSError:  # the other end is closed
+            pass
+        os.close(terminal)
+        return output.decode(), os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
 
     def test_dump(self):
         subprocess.run([SIM, "sdr", "--machine", "sample", self.path], check=True)

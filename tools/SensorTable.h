@@ -1,0 +1,20 @@
+// Sensors as columns for people.
+#pragma once
+
+#include "SensorView.h"
+#include "Table.h"
+
+#include <string>
+#include <vector>
+
+namespace Tool
+{
+
+/// Value, unit and state, as every list of sensors shows them.
+std::vector<Table::Cell> readingCells(const SensorView& sensor);
+/// "0x20/0"; empty for all when every sensor is the BMC's own, on LUN 0.
+std::vector<std::string> ownerTexts(const std::vector<SensorView>& sensors);
+/// All sensors with their thresholds.
+std::string sensorTable(const std::vector<SensorView>& sensors);
+
+} // namespace Tool
