@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 namespace Ipmi
@@ -32,6 +33,8 @@ struct EntityTree {
 
     ipmiifc_entity_list* head = nullptr;
     std::size_t entries = 0; ///< at both levels
+    /// Every entry by its container and itself: a repository may name the same thousands again and again.
+    std::unordered_map<std::uint64_t, ipmiifc_entity_list*> index;
     std::vector<IpmiEntity> flat;
 };
 

@@ -4,6 +4,7 @@
 #include "node/IpmiNode.h"
 #include "sdr/SdrLayout.h"
 
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -15,11 +16,18 @@ namespace
 
 constexpr unsigned int kInstanceBits = 0x7f;
 
-ipmiifc_entity_list* findAmong(ipmiifc_entity_list* first, const entity_id& entity)
+/// Key of an entity under a container, or at the top where that is null.
+std::uint64_t keyOf(const entity_id* container, const entity_id& entity)
 {
-    while (first && !(first->entity == entity))
-        first = first->next;
-    return first;
+    const auto half = [](const entity_id& id) { return std::uint64_t{id.id} << 8 | (id.instance & kInstanceBits); };
+    constexpr std::uint64_t kTop = 0x10000;
+    return (container ? half(*container) : kTop) << 32 | half(entity);
+}
+
+ipmiifc_entity_list* find(const EntityTree& tree, std::uint64_t key)
+{
+    const auto found = tree.index.find(key);
+    return found == tree.index.end() ? nullptr : found->second;
 }
 
 /// The entry at or below a list of siblings; a loop at each of the two levels.
@@ -34,12 +42,27 @@ ipmiifc_entity_list* findBelow(ipmiifc_entity_list* first, const entity_id& enti
     return nullptr;
 }
 
-/// Appends an entry to a list; the one before it, or null, comes back in `last`. Null when there is no room.
-ipmiifc_entity_list* append(EntityTree& tree, ipmiifc_entity_list*& first, const entity_id& entity,
-                            ipmiifc_entity_list*& last)
+/// An entry that is in the index and not yet in a list. Null when there is one already, or no room.
+ipmiifc_entity_list* newEntry(EntityTree& tree, std::uint64_t key)
 {
-    ipmiifc_entity_list* made =
-        tree.entries < EntityTree::kMostEntries ? new (std::nothrow) ipmiifc_entity_list : nullptr;
+    if (tree.entries >= EntityTree::kMostEntries || find(tree, key))
+        return nullptr;
+    std::unique_ptr<ipmiifc_entity_list> made(new (std::nothrow) ipmiifc_entity_list);
+    try {
+        if (made)
+            tree.index.emplace(key, made.get());
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    return made.release();
+}
+
+/// Appends an entry to a list; the one before it, or null, comes back in `last`. Null when the list has the entity
+/// already, or there is no room.
+ipmiifc_entity_list* append(EntityTree& tree, const entity_id* container, ipmiifc_entity_list*& first,
+                            const entity_id& entity, ipmiifc_entity_list*& last)
+{
+    ipmiifc_entity_list* made = newEntry(tree, keyOf(container, entity));
     if (!made)
         return nullptr;
     made->entity = entity;
@@ -142,10 +165,8 @@ int IpmiIfcEntityAddParent(int node, entity_id* entity, unsigned char flag)
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.entityLock);
     EntityTree& tree = self.entities;
-    if (findAmong(tree.head, *entity))
-        return -1;
     ipmiifc_entity_list* last = nullptr;
-    ipmiifc_entity_list* made = append(tree, tree.head, *entity, last);
+    ipmiifc_entity_list* made = append(tree, nullptr, tree.head, *entity, last);
     if (!made)
         return -1;
     made->parent = last;
@@ -160,12 +181,11 @@ int IpmiIfcEntityAddChild(int node, entity_id* container, unsigned char childId,
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.entityLock);
     EntityTree& tree = self.entities;
-    ipmiifc_entity_list* owner = findAmong(tree.head, *container);
-    const entity_id child{childId, childInstance};
-    if (!owner || findAmong(owner->children, child))
+    ipmiifc_entity_list* owner = find(tree, keyOf(nullptr, *container));
+    if (!owner)
         return -1;
     ipmiifc_entity_list* last = nullptr;
-    ipmiifc_entity_list* made = append(tree, owner->children, child, last);
+    ipmiifc_entity_list* made = append(tree, container, owner->children, {childId, childInstance}, last);
     if (!made)
         return -1;
     made->parent = owner;
@@ -232,6 +252,7 @@ void IpmiIfcEntityCleanUpAll(int node)
     IpmiIfcEntityCleanupChild(self.entities.head);
     self.entities.head = nullptr;
     self.entities.entries = 0;
+    self.entities.index.clear();
 }
 
 void IpmiIfcEntityCleanupChild(ipmiifc_entity_list* first)

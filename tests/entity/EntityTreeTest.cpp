@@ -114,4 +114,18 @@ TEST(EntityTree, RefusesWhatDoesNotFit)
     EXPECT_EQ(IpmiIfc::getEntities().size(), entries);
 }
 
+TEST(EntityTree, TakesThousandsOfAssociationsInTime)
+{
+    std::vector<Bytes> records;
+    for (unsigned i = 1; i < 4000; ++i) { // all of one container, which has its children from the first 127 on
+        const auto id = static_cast<std::uint8_t>(1 + i % 127);
+        records.push_back(association(kRange, {id, 0, id, 0xff, id, 0, id, 0xff}));
+        records.back()[0] = static_cast<std::uint8_t>(i);
+        records.back()[1] = static_cast<std::uint8_t>(i >> 8);
+    }
+    SdrBmc node(records);
+    ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0); // else minutes: the test's own time-out fails it
+    EXPECT_GT(IpmiIfc::getEntities().size(), 16000U);
+}
+
 } // namespace
