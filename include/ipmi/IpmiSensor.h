@@ -117,7 +117,8 @@ public:
     /// Name of the modifier unit; empty for event-only records and unknown units.
     std::string getModifierUnitString() const;
     /// Unit of converted readings, composed from percentage, base unit, modifier unit and rate (IPMI 2.0, 43.17):
-    /// "degrees C", "percent", "Joules/second", "megabit per second" ... Empty for a sensor that is not convertible.
+    /// "degrees C", "percent", "Joules/second", "megabit per second" ... Empty for a sensor that is not convertible,
+    /// and for an unknown base unit.
     std::string getUnitsString() const;
 
     /// Value of a raw reading or threshold in the sensor's units (IPMI 2.0, 36.3).

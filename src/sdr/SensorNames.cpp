@@ -176,7 +176,9 @@ std::string IpmiSensor::getUnitsString() const
     const std::string modifier = getModifierUnitString();
     std::string units = unitName(getBaseUnit());
     if (percentage)
-        units = getBaseUnit() == 0 ? "percent" : "% " + units;
+        units = getBaseUnit() == 0 || units.empty() ? "percent" : "% " + units;
+    if (units.empty())
+        return {}; // modifier and rate alone are no unit
     const unsigned int use = modifier.empty() ? 0 : getModifierUnitUse();
     if (use == kModifierDivides)
         units += "/" + modifier;

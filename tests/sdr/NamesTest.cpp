@@ -93,7 +93,8 @@ TEST(Names, UnitsOfReadings)
          Unit{0x01, 0, 0, "percent"}, Unit{0x01, 1, 0, "% degrees C"}, Unit{0x02, 7, 22, "Joules/second"},
          Unit{0x04, 46, 1, "ft-lb*degrees C"}, Unit{0x06, 7, 22, "Joules"}, Unit{0x02, 7, 200, "Joules"},
          Unit{0x18, 68, 0, "megabit per second"}, Unit{0x0a, 7, 40, "Joules/steradians per microsecond"},
-         Unit{0x38, 68, 0, "megabit"}, Unit{0x00, 91, 0, ""}, Unit{0xc0, 1, 0, ""}});
+         Unit{0x38, 68, 0, "megabit"}, Unit{0x00, 91, 0, ""}, Unit{0x01, 91, 0, "percent"}, Unit{0x1a, 91, 7, ""},
+         Unit{0xc0, 1, 0, ""}});
     for (const auto& [units, base, modifier, text] : rows)
         EXPECT_EQ(of<&S::getUnitsString>(kFull, {{20, units}, {21, base}, {22, modifier}}), text);
     EXPECT_EQ(of<&S::getUnitsString>(kCompact, {{21, 1}}), "");
