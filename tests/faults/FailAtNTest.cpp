@@ -1,0 +1,159 @@
+// Every command of a load and of a refresh goes wrong, one a run, in every way of a table. The library must come back,
+// in bounded time, with an error or with less; and the next load or refresh must find everything as if nothing had
+// been.
+//
+// A case is one command and one fault. Commands in a row are mostly alike, so lasting faults take turns from command to
+// command, and so do the lengths that answers are cut to, except that the first answer of each kind is cut to every
+// one. Where sanitizers slow the tests down only every kStride-th case runs. The cases of an operation are dealt out to
+// kShards tests, which ctest runs beside each other.
+#include "faults/Model.h"
+#include "ipmi/IpmiNodeControl.h"
+#include "sim/RawFiles.h"
+
+#include <cstdlib>
+#include <set>
+#include <tuple>
+
+using namespace FaultTest;
+using namespace SdrTest;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+#if defined(__SANITIZE_THREAD__)
+constexpr std::size_t kStride = 6;
+#elif defined(__SANITIZE_ADDRESS__)
+constexpr std::size_t kStride = 3;
+#else
+constexpr std::size_t kStride = 1;
+#endif
+constexpr std::size_t kShards = 4;
+
+struct Fault {
+    std::string name;
+    Sim::FaultAction action;
+    std::uint64_t count = 1; ///< 0: all commands from there on
+};
+
+const std::vector<Fault> kOnce = {
+    {"silence", kSilence}, {"late", {.delay = 31s}}, // the library has given up then
+    {"C0h", code(0xc0)},   {"C3h", code(0xc3)},      {"C5h", code(0xc5)},
+    {"CAh", code(0xca)},   {"FFh", code(0xff)},      {"40 bytes", lengthened(40)},
+};
+const std::vector<Fault> kLasting = {
+    {"silence from there on", kSilence, 0}, {"C5h from there on", code(0xc5), 0},  {"CAh from there on", code(0xca), 0},
+    {"FFh from there on", code(0xff), 0},   {"one byte from there on", cut(1), 0},
+};
+
+struct Operation {
+    const char* name;
+    int (*run)(int node);
+};
+constexpr Operation kOperations[] = {
+    {"load", Ipmi::IpmiIfcSdrGetInfo},
+    {"refresh", Ipmi::IpmiIfcSensorUpdateReading},
+    {"refreshAll", Ipmi::IpmiIfcSensorRefreshAll},
+};
+
+struct Parameters {
+    const char* machine;
+    Operation operation;
+    std::size_t shard;
+};
+
+void PrintTo(const Parameters& parameters, std::ostream* out)
+{
+    *out << parameters.machine << '_' << parameters.operation.name << '_' << parameters.shard;
+}
+
+std::vector<Parameters> allParameters()
+{
+    std::vector<Parameters> all;
+    for (const char* machine : {"sample", "ztsystems"})
+        for (const Operation& operation : kOperations)
+            for (std::size_t shard = 0; shard < kShards; ++shard)
+                all.push_back({machine, operation, shard});
+    return all;
+}
+
+/// A built-in machine, or the capture of one.
+Sim::Machine machineNamed(const std::string& name)
+{
+    if (name == "sample")
+        return Sim::loadMachine(name);
+    return Sim::machineFromRaw({.sdr = std::getenv("TRX_CAPTURES") + ("/" + name) + "/sdr.bin"});
+}
+
+/// A healthy operation's commands, and how long their answers were.
+struct Command {
+    Sim::Request request;
+    std::size_t length;
+};
+
+std::vector<Fault> faultsOf(const Command& command, std::size_t n, bool firstOfKind)
+{
+    std::vector<Fault> faults = kOnce;
+    faults.push_back(kLasting[n % kLasting.size()]);
+    for (std::size_t length = 0; length < command.length; ++length)
+        if (firstOfKind || length == n % command.length)
+            faults.push_back({"cut to " + std::to_string(length), cut(length)});
+    const Sim::Request& request = command.request;
+    if (request.netfn == netfnOf(kGetSdr) && request.cmd == kGetSdr && request.data.at(4) == 0)
+        faults.push_back({"another record's id", {.changed = {{3, 0x55}, {4, 0x55}}}});
+    return faults;
+}
+
+class FailAtN : public testing::TestWithParam<Parameters>
+{
+};
+
+TEST_P(FailAtN, ComesBackAndRecovers)
+{
+    const auto& [name, operation, shard] = GetParam();
+    if (std::string(name) != "sample" && !std::getenv("TRX_CAPTURES"))
+        GTEST_SKIP() << "TRX_CAPTURES names no folder with captures";
+    const Sim::Machine machine = steady(machineNamed(name));
+    SdrBmc node(machine);
+    Sim::Bmc twin(machine);
+    ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0);
+    const Model healthy = currentModel();
+    ASSERT_GT(healthy.size(), 30u);
+    if (operation.run != Ipmi::IpmiIfcSdrGetInfo)
+        node.restart();
+    const int result = operation.run != Ipmi::IpmiIfcSdrGetInfo ? operation.run(0) : 0;
+    std::vector<Command> commands;
+    for (const Sim::Request& request : node.bmc.log())
+        commands.push_back({request, twin.handle(request).bytes.size()});
+
+    std::set<std::tuple<std::uint8_t, std::uint8_t, std::size_t>> kinds;
+    std::size_t index = 0;
+    for (std::size_t n = 0; n < commands.size(); ++n) {
+        const auto& [request, length] = commands[n];
+        for (const Fault& fault : faultsOf(commands[n], n, kinds.insert({request.netfn, request.cmd, length}).second)) {
+            if (++index % (kStride * kShards) != shard)
+                continue;
+            SCOPED_TRACE("command " + std::to_string(n + 1) + ": " + fault.name);
+            Ipmi::IpmiIfcOpenIpmiOpen(0); // the driver refuses a command while a user's last 100 are not answered
+            node.restart({{.from = n + 1, .count = fault.count, .action = fault.action}});
+            const auto start = node.sim.clock().steadyTime();
+            operation.run(0);
+            // For good: four tries each, and a hundred lost reservations, renewed, in each of two walks.
+            EXPECT_LE(node.bmc.count(), fault.count == 0 ? 4 * commands.size() + 400 : commands.size() + 20);
+            EXPECT_LE((node.sim.clock().steadyTime() - start) / 31s, fault.count == 0 ? node.bmc.count() : 2);
+            EXPECT_LE(currentModel().size(), healthy.size());
+
+            node.restart();
+            if (fault.count == 0) // but the answer to a single command may come late, here
+                Ipmi::IpmiIfcOpenIpmiOpen(0);
+            EXPECT_EQ(operation.run(0), result);
+            ASSERT_EQ(currentModel(), healthy);
+            EXPECT_LE(node.bmc.count(), commands.size() + 5); // controllers may be asked whether they are back
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, FailAtN, testing::ValuesIn(allParameters()),
+                         [](const auto& info) { return testing::PrintToString(info.param); });
+
+} // namespace
