@@ -8,7 +8,7 @@ build_packages=(
     nlohmann-json3-dev libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev
 )
 test_packages=(
-    clang-14 clang-format-14 clang-tidy-14
+    clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev
     ipmitool freeipmi-tools                                    # independent IPMI clients
     qemu-system-x86 busybox-static cpio gzip                   # the machine that runs the real driver
 )

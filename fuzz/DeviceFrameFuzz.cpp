@@ -1,0 +1,63 @@
+// Datagrams from the users of a simulated device, read by the driver's side and answered by the sample machine.
+#include "sim/Bmc.h"
+#include "sim/device/Device.h"
+#include "support/Check.h"
+#include "support/Input.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace
+{
+
+using Milliseconds = std::chrono::milliseconds;
+
+/// What the driver's side says is a hello or a message, and no longer than its frame.
+void drain(int fd)
+{
+    Sim::Frame::Datagram frame;
+    ssize_t length = 0;
+    while ((length = ::recv(fd, &frame, sizeof frame, MSG_DONTWAIT | MSG_TRUNC)) > 0) {
+        Fuzz::demand(static_cast<std::size_t>(length) >= sizeof frame.header &&
+                         static_cast<std::size_t>(length) <= sizeof frame,
+                     "a whole frame");
+        Fuzz::demand(frame.header.kind == Sim::Frame::kHello || frame.header.kind == Sim::Frame::kMessage, "a message");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const Sim::Machine machine = Sim::loadMachine("sample");
+    constexpr std::size_t kUsers = 2;
+    Sim::Bmc bmc(machine);
+    Milliseconds now{1};
+    Sim::Device device(bmc, [&now] { return now; });
+    int users[kUsers];
+    for (int& user : users) {
+        int ends[2];
+        Fuzz::demand(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0, "a socket pair");
+        device.adopt(ends[0]);
+        user = ends[1];
+    }
+    TRX::WireReader input({data, size});
+    while (input.remaining() != 0) {
+        const unsigned step = input.u8(); // whose datagram it is, and how long after the one before
+        const auto piece = Fuzz::nextPiece(input);
+        ::send(users[step % kUsers], piece.data(), piece.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        now += Milliseconds(step * 10);
+        device.pump();
+    }
+    for (unsigned left = 1000; left != 0 && device.nextDue(); --left) {
+        now = std::max(now, *device.nextDue());
+        device.pump();
+    }
+    for (const int user : users) {
+        drain(user);
+        ::close(user);
+    }
+    return 0;
+}
