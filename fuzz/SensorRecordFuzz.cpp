@@ -5,7 +5,7 @@
 #include "sdr/IpmiIfcSensor.h"
 #include "support/Check.h"
 #include "support/Input.h"
-#include "support/SensorUse.h"
+#include "support/CallerUse.h"
 
 #include <algorithm>
 

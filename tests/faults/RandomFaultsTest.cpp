@@ -2,7 +2,7 @@
 // commands have gone wrong. Every run is the same; TRX_SEED=<seed> starts with that seed, as a failure names it.
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "support/SensorUse.h"
+#include "support/CallerUse.h"
 
 #include <cstdlib>
 #include <random>
@@ -49,21 +49,10 @@ void useSensors(Random& random)
             Support::useSensor(*sensor);
 }
 
-constexpr std::string (*kIdentityTexts[])(int) = {Ipmi::IpmiIfc::getManufacturerName, Ipmi::IpmiIfc::getFirmwareVersion,
-                                                  Ipmi::IpmiIfc::getIpmiVersion,      Ipmi::IpmiIfc::getHostOsName,
-                                                  Ipmi::IpmiIfc::getHostOsVersion,    Ipmi::IpmiIfc::getSelfTestText};
-
 void askIdentity(Random&)
 {
-    unsigned char byte;
-    unsigned short word;
     Ipmi::IpmiIfcInitForCLI(0); // forgets what it knew
-    Ipmi::IpmiIfc::getProductId(0, word);
-    Ipmi::IpmiIfc::getDeviceId(0, byte);
-    Ipmi::IpmiIfc::getDeviceRevision(0, byte);
-    Ipmi::IpmiIfc::getSelfTest(0, word);
-    for (const auto text : kIdentityTexts)
-        text(0);
+    Support::useIdentity(0);
 }
 
 void sendRaw(Random& random)

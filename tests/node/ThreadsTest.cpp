@@ -1,6 +1,10 @@
 // Many threads on one node.
+#include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "sim/Bmc.h"
+#include "sim/MachineFile.h"
+#include "support/CallerUse.h"
 #include "support/SimNode.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +17,8 @@ using namespace Ipmi;
 
 namespace
 {
+
+constexpr std::uint8_t kControllers[] = {0x20, 0x82, 0x90};
 
 /// Answers with the address asked and the request's data, from command 03h on not at all.
 struct Echo final : Sim::Responder {
@@ -64,6 +70,62 @@ TEST(Threads, everyoneGetsTheAnswerToHisOwnQuestionAndShutdownWakesTheExchange)
     EXPECT_EQ(write(node.signalCmdPipeFds[FD_WRITE], "\xff", 1), 1);
     asker.join();
     node.shutdown = false;
+    IpmiIfcCloseForCLI(0);
+}
+
+/// Get Device ID of one controller after the other, while others ask theirs: the answer tells who was asked.
+void askEveryController()
+{
+    constexpr std::size_t kProduct = 10;
+    for (const std::uint8_t address : kControllers) {
+        const TargetScope controller(0, address, 0, 0);
+        EXPECT_EQ(sendCommand(0, 0x06, 0x01).at(kProduct), address);
+    }
+}
+
+TEST(Threads, callersMeetARefresherAndAReloader)
+{
+    constexpr int kCallers = 16, kLoads = 3;
+    Sim::Machine machine = Sim::loadMachine("sample");
+    for (const std::uint8_t address : kControllers)
+        (address == Sim::kBmcAddress ? machine.identity : machine.controllers[address].identity).product = address;
+    for (auto& [address, controller] : machine.controllers)
+        controller.latency = {};
+    Sim::Bmc bmc(std::move(machine));
+    Support::SimNode sim(bmc, 0, Support::SimNode::Serve::inThread);
+    ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
+    ASSERT_EQ(IpmiIfcInitForCLI(0), 0);
+    ASSERT_EQ(IpmiIfcSdrGetInfo(0), 0);
+    const std::size_t sensors = IpmiIfc::getSensors().size(), entities = IpmiIfc::getEntities().size();
+
+    std::atomic<bool> end{false};
+    std::vector<std::thread> threads;
+    const auto again = [&](auto what) {
+        threads.emplace_back([&end, what] {
+            for (int round = 0; !end || round == 0; ++round)
+                what(round);
+        });
+    };
+    again([](int) { IpmiIfcSensorRefreshAll(0); });
+    again([](int) { IpmiIfcSensorUpdateReading(0); });
+    for (int caller = 0; caller < kCallers; ++caller) {
+        again([=](int round) {
+            askEveryController();
+            Support::useIdentity(0);
+            EXPECT_EQ(IpmiIfc::getEntities().size(), entities);
+            for (const IpmiEntity& entity : IpmiIfc::getEntities())
+                EXPECT_FALSE((entity.getName() + entity.getParent().getName() + entity.getAlertClassName()).empty());
+            const auto all = IpmiIfc::getSensors();
+            if (!all.empty())
+                Support::useSensor(*all[static_cast<std::size_t>(caller + kCallers * round) % all.size()]);
+        });
+    }
+    for (int load = 0; load < kLoads; ++load)
+        EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0);
+    end = true;
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(IpmiIfc::getSensors().size(), sensors);
     IpmiIfcCloseForCLI(0);
 }
 

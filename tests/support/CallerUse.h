@@ -1,4 +1,4 @@
-// Everything that a caller can do with one sensor.
+// Everything that a caller can ask of one sensor, or about a node's BMC.
 #pragma once
 
 #include "ipmi/IpmiDiscreteSensor.h"
@@ -12,5 +12,8 @@ namespace Support
 
 /// Calls every public member but those that set readings; those that ask the BMC too. @return the texts
 std::vector<std::string> useSensor(Ipmi::IpmiSensor& sensor);
+
+/// Everything that tells who the node's BMC is. @return the texts
+std::vector<std::string> useIdentity(int node);
 
 } // namespace Support

@@ -1,6 +1,7 @@
-#include "support/SensorUse.h"
+#include "support/CallerUse.h"
 
 #include "ipmi/CmpiStatus.h"
+#include "ipmi/IpmiIfc.h"
 
 namespace Support
 {
@@ -106,6 +107,24 @@ std::vector<std::string> useSensor(IpmiSensor& sensor)
         useThresholds(*threshold);
     else if (const auto* discrete = dynamic_cast<const IpmiDiscreteSensor*>(&sensor))
         static_cast<void>(discrete->getReadingMask());
+    return texts;
+}
+
+std::vector<std::string> useIdentity(int node)
+{
+    constexpr std::string (*kGetters[])(int) = {IpmiIfc::getManufacturerName, IpmiIfc::getFirmwareVersion,
+                                                IpmiIfc::getIpmiVersion,      IpmiIfc::getHostOsName,
+                                                IpmiIfc::getHostOsVersion,    IpmiIfc::getSelfTestText};
+    unsigned char byte, maker[3];
+    unsigned short word;
+    IpmiIfc::getManufacturerId(node, maker, byte);
+    IpmiIfc::getProductId(node, word);
+    IpmiIfc::getDeviceId(node, byte);
+    IpmiIfc::getDeviceRevision(node, byte);
+    IpmiIfc::getSelfTest(node, word);
+    std::vector<std::string> texts;
+    for (const auto getter : kGetters)
+        texts.push_back(getter(node));
     return texts;
 }
 
