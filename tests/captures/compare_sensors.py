@@ -1,16 +1,20 @@
 #!/usr/bin/env python3
 """Compares `trx-ipmi --json sensors` with `ipmitool sensor list` on the same BMC, sensor by sensor.
 
-usage: compare_sensors.py SDR IPMITOOL JSON
+usage: compare_sensors.py SDR IPMITOOL JSON [FREEIPMI]
 SDR is the repository as `ipmitool sdr dump` wrote it: it tells which record each of ipmitool's lines stands for (it prints one line
 per full and compact record, in repository order, a shared record's only once) and which sensors the library leaves out on purpose.
+FREEIPMI is what `ipmi-sensors --comma-separated-output` printed: names and readings of the BMC's own sensors are compared with it too.
 """
+import csv
 import json
 import math
 import re
 import sys
 
 FULL, COMPACT, EVENT_ONLY = 1, 2, 3
+BMC = 0x20
+CUBE_ROOT = 11
 THRESHOLDS = ("lower_non_recoverable", "lower_critical", "lower_non_critical",
               "upper_non_critical", "upper_critical", "upper_non_recoverable")
 
@@ -24,6 +28,7 @@ class Record:
         if self.type in (FULL, COMPACT, EVENT_ONLY):
             self.owner, self.lun, self.number, self.entity = data[5], data[6] & 3, data[7], data[8]
             self.event_type = data[11 if self.type == EVENT_ONLY else 13]
+        self.has_rate = self.type == FULL and data[20] & 0x38 != 0
 
     def sensors(self):
         """One record per sensor that shares this one; the first is the record itself."""
@@ -40,6 +45,10 @@ class Record:
         """Whether ipmitool prints the id string as a text: it shows the bytes of other encodings as they are."""
         start = {FULL: 47, COMPACT: 31, EVENT_ONLY: 16}[self.type]
         return self.data[start] >> 6 == 3 and self.data[start + 1:].isascii()
+
+    def at_lun_of_bmc(self):
+        """The library has such a sensor but asks the BMC at LUN 0 only, which is meant."""
+        return self.number is not None and self.owner == BMC and self.lun != 0
 
     def left_out(self):
         """Why the library has no sensor for this record; None when it has one."""
@@ -75,18 +84,26 @@ def read_rows(path):
         return [[cell.strip() for cell in line.rstrip("\n").rsplit("|", 9)] for line in f if line.count("|") >= 9]
 
 
-def same_number(printed, value):
-    """Whether ipmitool's three decimals are those of `value` (it prints 'na' where there is none)."""
+def read_freeipmi(path):
+    """ipmi-sensors' lines by record id: name and reading."""
+    with open(path, encoding="latin-1", newline="") as f:
+        return {int(row["ID"]): (row["Name"], row["Reading"]) for row in csv.DictReader(f) if row["ID"]}
+
+
+def same_number(printed, value, last_digit=0.001):
+    """Whether the decimals that were printed are those of `value` (ipmitool prints 'na' where there is none)."""
     if printed == "na":
         return value is None
     try:
-        return value is not None and math.isclose(float(printed), value, rel_tol=1e-7, abs_tol=0.00051)
+        return value is not None and math.isclose(float(printed), value, rel_tol=1e-7, abs_tol=0.51 * last_digit)
     except ValueError:
         return False
 
 
-def same_unit(printed, unit):
+def same_unit(printed, unit, has_rate):
+    """ipmitool knows no rates."""
     plain = {"unspecified": "", "%": "percent"}
+    unit = unit.rsplit(" per ", 1)[0] if has_rate else unit
     return plain.get(printed, printed) == plain.get(unit.strip(), unit.strip())
 
 
@@ -111,7 +128,7 @@ class Comparison:
         self.sensors = {}
         self.faults = []
         self.exceptions = {}
-        self.values = self.thresholds = 0
+        self.values = self.thresholds = self.readings = 0
         for sensor in sensors:
             key = (sensor["record_id"], sensor["number"])
             self.check(self.sensors.setdefault(key, sensor) is sensor, "two sensors of one record and number", key)
@@ -130,6 +147,8 @@ class Comparison:
             key = (record.id, record.number)
             reason = record.left_out()
             sensor = self.sensors.pop(key, None)
+            if record.at_lun_of_bmc():
+                reason, sensor = reason or "sensor at another LUN of the BMC", None
             if reason:
                 self.exceptions[reason] = self.exceptions.get(reason, 0) + 1
                 self.check(sensor is None, "record", key, "should be left out:", reason)
@@ -149,9 +168,11 @@ class Comparison:
         if unit == "discrete":
             self.check(sensor["value"] is None, where, "a discrete sensor with the value", sensor["value"])
             return self.check(same_states(status, sensor["state"]), where, "state", sensor["state"], "ipmitool", status)
+        if value.startswith("0x"):  # a threshold sensor of a compact record
+            return self.check(sensor["raw"] == int(value, 16), where, "raw", sensor["raw"], "ipmitool", value)
         self.values += value != "na"
         self.check(same_number(value, sensor["value"]), where, "value", sensor["value"], "ipmitool", value)
-        self.check(not unit or value == "na" or same_unit(unit, sensor["unit"]), where, "unit", sensor["unit"], "ipmitool", unit)
+        self.check(not unit or value == "na" or same_unit(unit, sensor["unit"], record.has_rate), where, "unit", sensor["unit"], "ipmitool", unit)
         self.check(same_level(status, sensor["state"]), where, "state", sensor["state"], "ipmitool", status)
         for label, printed in zip(THRESHOLDS, thresholds):
             self.thresholds += printed != "na"
@@ -160,17 +181,38 @@ class Comparison:
         return None
 
 
-def main(sdr, ipmitool, sensors):
+    def compare_freeipmi(self, rows, sensors):
+        """Names and readings of the BMC's own sensors; a reading that it does not have counts for nothing."""
+        by_record = {(s["record_id"], s["number"]): s for s in sensors}
+        for record in (r for r in self.records if r.type in (FULL, COMPACT) and r.owner == BMC):
+            sensor = by_record.get((record.id, record.number))
+            if sensor is None or not self.check(record.id in rows, "record", record.id, "is unknown to FreeIPMI"):
+                continue
+            name, reading = rows[record.id]
+            where = f"record {record.id} '{name}':"
+            if record.has_ascii_name():
+                self.check(sensor["name"].startswith(name), where, "name", repr(sensor["name"]), "FreeIPMI", name)
+            # FreeIPMI makes every cube root 0.
+            if reading != "N/A" and not (record.type == FULL and record.data[23] & 0x7F == CUBE_ROOT):
+                self.readings += 1
+                self.check(same_number(reading, sensor["value"], 0.01), where, "value", sensor["value"], "FreeIPMI", reading)
+
+
+def main(sdr, ipmitool, sensors, freeipmi=None):
     with open(sensors, encoding="utf-8") as f:
         listed = json.load(f)["sensors"]
     comparison = Comparison(read_records(sdr), read_rows(ipmitool), listed)
     comparison.run()
+    if freeipmi:
+        comparison.compare_freeipmi(read_freeipmi(freeipmi), listed)
+        comparison.check(comparison.readings, "FreeIPMI has no reading")
     for fault in comparison.faults:
         print(fault)
     for reason, count in sorted(comparison.exceptions.items()):
         print(f"left out on purpose: {count} x {reason}")
     print(f"{len(listed)} sensors, {len(comparison.rows)} lines of ipmitool: {comparison.values} values and "
-          f"{comparison.thresholds} thresholds compared, {len(comparison.faults)} differences")
+          f"{comparison.thresholds} thresholds compared"
+          f"{f', {comparison.readings} values of FreeIPMI' if freeipmi else ''}, {len(comparison.faults)} differences")
     return 1 if comparison.faults or not comparison.values else 0
 
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# make-initramfs.sh KERNEL_DIR OUT TEST PROGRAM...: an initramfs with busybox, the driver's modules, TEST as /test and each PROGRAM with
-# its shared libraries at the paths they have here.
+# make-initramfs.sh KERNEL_DIR OUT PROGRAM...: an initramfs with busybox, the driver's modules, the tests beside this script and each
+# PROGRAM with its shared libraries at the paths they have here.
 set -euo pipefail
-kernel=$1 out=$2 test=$3
-shift 3
+kernel=$1 out=$2
+shift 2
 here=$(dirname "$(readlink -f "$0")")
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
@@ -13,12 +13,12 @@ copy() { # keeps the path, follows links
     cp -L "$1" "$root$1"
 }
 
-mkdir -p "$root"/{bin,dev,etc,modules,out,proc,root,sys,tmp}
+mkdir -p "$root"/{bin,dev,etc,modules,out,proc,root,sys,tests,tmp}
 echo 'root:x:0:0:root:/root:/bin/sh' >"$root/etc/passwd"
 cp "$(command -v busybox)" "$root/bin/busybox"
 cp "$kernel"/*.ko "$root/modules/"
 install -m 755 "$here/init" "$root/init"
-install -m 755 "$test" "$root/test"
+install -m 755 "$here"/*-test "$root/tests/"
 for program in "$@"; do
     path=$(readlink -f "$(command -v "$program")")
     copy "$path"

@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# run-simulator.sh BUILD_DIR: clients of the real Linux IPMI driver must agree on the sensors of the sample machine and its satellite,
+# simulated here and reached over the VM protocol; and trx-ipmi must come to an end whatever goes wrong with the BMC.
+set -euo pipefail
+here=$(dirname "$(readlink -f "$0")")
+# shellcheck source=tests/driver/machine.sh
+. "$here/machine.sh"
+
+ctl() { "$bin/trx-bmcsim" ctl --socket "$work/sockets" "$@"; }
+
+# serve MACHINE: ends what is served and serves MACHINE, at the same port as before.
+serve() {
+    stop
+    coproc "$bin/trx-bmcsim" serve --machine "$1" --socket "$work/sockets" --vm "${port:-0}" 2>&1
+    server=$COPROC_PID
+    read -r ready <&"${COPROC[0]}"
+    [[ $ready = ready:* ]] || { echo "$ready"; exit 1; }
+    port=${ready##*:}
+}
+stop() { [ -z "${server:-}" ] || { kill "$server" && wait "$server" || true; }; }
+trap 'stop; [ -z "${machine:-}" ] || kill "$machine" 2>/dev/null || true' EXIT
+
+# Readings that stay, for several clients to agree on.
+hold_still() {
+    local sensor raw
+    while read -r sensor raw; do ctl set "$sensor" --raw "$raw" >/dev/null; done < <(ctl sensors --json | python3 -c '
+import json, sys
+for s in json.load(sys.stdin)["sensors"]:
+    if s["available"] and s["states"] is None:
+        print("{number}@{owner}/{lun} {raw}".format(**s))')
+}
+
+# What the test in the machine asks for on its console, as "simulator: WORD...".
+carry_out() {
+    case $1 in
+    serve) serve "$2" ;;
+    *) (cd "$here" && ctl "$@") ;;
+    esac
+}
+attend() {
+    local line
+    while read -r line; do
+        line=${line%$'\r'}
+        echo "$line" >>"$work/console.txt"
+        if [[ $line = "simulator: "* ]]; then
+            # shellcheck disable=SC2086
+            carry_out ${line#simulator: }
+            echo done >&"$answers"
+        fi
+    done
+}
+
+prepare "$1" simulator
+serve sample
+hold_still
+mkfifo "$work/console.in" "$work/console.out"
+exec {answers}<>"$work/console.in"
+emulate simulator-test "pipe:$work/console" -chardev "socket,id=c0,host=127.0.0.1,port=$port,reconnect=1" \
+    -device ipmi-bmc-extern,id=bmc0,chardev=c0 &
+machine=$!
+attend <"$work/console.out"
+wait $machine || { echo "the emulated machine failed:"; cat "$work/console.txt"; exit 1; }
+machine=
+results
+
+# step NAME STATUS SECONDS PATTERN: how a client ended, how long it took at most, and what it said.
+failed=0
+step() {
+    local status seconds
+    read -r _ status seconds < <(grep "^$1 " "$work/out/steps")
+    echo "$1: status $status after $seconds s"
+    if [ "$status" != "$2" ] || [ "${seconds%.*}" -ge "$3" ] || ! grep -q -e "$4" "$work/out/$1.txt"; then
+        echo "expected: status $2 in $3 s, and $4; got:"
+        head -20 "$work/out/$1.txt"
+        failed=1
+    fi
+}
+step elist 0 30 "^Node Temp .* 36 degrees C"
+step satellite 0 10 "Device ID  *: 33"
+step long 0 10 '"maybe_cut": *true'
+step silent 2 60 "does not answer"
+step absent 0 90 "Node Temp .* - "
+python3 "$here/../captures/compare_sensors.py" "$work"/out/{sdr.bin,ipmitool.txt,sensors.json,freeipmi.txt} || failed=1
+exit $failed
