@@ -1,5 +1,6 @@
 #include "sim/RawFiles.h"
 
+#include "sim/Descriptor.h"
 #include "sim/JsonReader.h"
 #include "sim/SdrLayout.h"
 #include "sim/SdrSensors.h"
@@ -20,23 +21,6 @@ namespace
 {
 
 constexpr std::size_t kMostRecords = 0xfffe;
-
-class Descriptor
-{
-public:
-    explicit Descriptor(const std::string& path) : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    ~Descriptor()
-    {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 [[noreturn]] void failWithErrno(const std::string& path)
 {
@@ -189,7 +173,7 @@ void applySel(Machine& machine, const std::string& path)
 
 Bytes readFile(const std::string& path, std::size_t limit)
 {
-    const Descriptor file(path);
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0)
         failWithErrno(path);
     struct stat status {

@@ -2,13 +2,11 @@
 
 #include "sim/cli/Failure.h"
 
-#include <cerrno>
 #include <climits>
-#include <cstdlib>
+#include <csignal>
 #include <cstring>
 #include <spawn.h>
 #include <string_view>
-#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,7 +17,6 @@ namespace
 {
 
 constexpr const char* kShimName = "libtrx-bmcsim-shim.so";
-constexpr int kForwarded[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 constexpr std::string_view kPreload = "LD_PRELOAD=", kFolder = "TRX_BMCSIM_DIR=";
 
 std::string ownFolder()
@@ -34,15 +31,15 @@ std::string ownFolder()
 std::vector<std::string> environmentWith(const std::string& folder)
 {
     std::vector<std::string> all;
-    std::string preload(kPreload);
+    std::string preload;
     for (char** entry = environ; *entry; ++entry) {
         const std::string_view text(*entry);
         if (text.starts_with(kPreload))
-            preload = text;
+            preload = text.substr(kPreload.size());
         else if (!text.starts_with(kFolder))
             all.emplace_back(text);
     }
-    all.push_back(preload + (preload.size() > kPreload.size() ? ":" : "") + shimLibrary());
+    all.push_back(std::string(kPreload) + withShim(preload));
     all.push_back(std::string(kFolder) + folder);
     return all;
 }
@@ -54,16 +51,6 @@ std::vector<char*> pointers(std::vector<std::string>& words)
         all.push_back(word.data());
     all.push_back(nullptr);
     return all;
-}
-
-sigset_t handledSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGCHLD);
-    for (const int signal : kForwarded)
-        sigaddset(&set, signal);
-    return set;
 }
 
 } // namespace
@@ -83,43 +70,44 @@ std::string shimLibrary()
     throw Failure(std::string(kShimName) + " is not in " + own + "/../lib: build or install it beside this program");
 }
 
+std::string withShim(const std::string& already)
+{
+    const std::string shim = shimLibrary();
+    if ((':' + already + ':').find(':' + shim + ':') != already.npos)
+        return already;
+    return already.empty() ? shim : already + ':' + shim;
+}
+
 Command::Command(const std::vector<std::string>& words, const std::string& folder)
+    : signals_({SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT})
 {
     std::vector<std::string> arguments = words;
     std::vector<std::string> environment = environmentWith(folder);
-    const sigset_t handled = handledSignals();
-    ::sigprocmask(SIG_BLOCK, &handled, &maskBefore_);
-    signals_ = ::signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
     posix_spawnattr_t attributes;
     ::posix_spawnattr_init(&attributes);
-    ::posix_spawnattr_setsigmask(&attributes, &maskBefore_);
+    ::posix_spawnattr_setsigmask(&attributes, &signals_.maskBefore());
     ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
     const int error = ::posix_spawnp(&pid_, words.at(0).c_str(), nullptr, &attributes, pointers(arguments).data(),
                                      pointers(environment).data());
     ::posix_spawnattr_destroy(&attributes);
-    if (error == 0)
-        return;
-    ::close(signals_);
-    ::sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
-    throw Failure("cannot run " + words[0] + ": " + std::strerror(error));
+    if (error != 0)
+        throw Failure("cannot run " + words[0] + ": " + std::strerror(error));
 }
 
-Command::~Command()
+bool Command::serve()
 {
-    ::close(signals_);
-    ::sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
-}
-
-bool Command::handleSignals()
-{
-    signalfd_siginfo info;
-    while (::read(signals_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+    for (bool running = true; running;) {
+        const auto signal = signals_.next();
+        if (!signal)
+            return true;
         // What the terminal sends reaches the program by itself.
-        const bool fromTerminal = info.ssi_code == SI_KERNEL;
-        if (info.ssi_signo != SIGCHLD && !fromTerminal)
-            ::kill(pid_, static_cast<int>(info.ssi_signo));
+        const bool fromTerminal = signal->ssi_code == SI_KERNEL;
+        if (signal->ssi_signo == SIGCHLD)
+            running = ::waitpid(pid_, &waitStatus_, WNOHANG) == 0;
+        else if (!fromTerminal)
+            ::kill(pid_, static_cast<int>(signal->ssi_signo));
     }
-    return ::waitpid(pid_, &waitStatus_, WNOHANG) == 0;
+    return false;
 }
 
 int Command::status() const

@@ -1,13 +1,17 @@
 #include "sim/cli/SocketFolder.h"
 
 #include "sim/cli/Failure.h"
+#include "sim/device/RawCall.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 namespace Sim
 {
@@ -15,55 +19,90 @@ namespace Sim
 namespace
 {
 
-constexpr const char* kSocketName = "/ipmi0";
+constexpr const char* kName = "/trx-bmcsim";
 constexpr const char* kPattern = "/trx-bmcsim-XXXXXX";
 
-/// $TMPDIR where a socket's path fits into it, else /tmp.
-std::string temporaryFolder()
+/// An environment's folder in which the path of a folder `name` and its sockets fits; null: none.
+const char* folderFrom(const char* variable, const char* name)
 {
-    const char* given = std::getenv("TMPDIR");
+    const char* given = std::getenv(variable);
     const bool fits =
         given && *given == '/' &&
-        std::strlen(given) + std::strlen(kPattern) + std::strlen(kSocketName) < sizeof(sockaddr_un::sun_path);
-    return fits ? given : "/tmp";
+        std::strlen(given) + std::strlen(name) + std::strlen(kControlSocket) < sizeof(sockaddr_un::sun_path);
+    return fits ? given : nullptr;
+}
+
+/// Also right in a program that the shim has told it is root.
+uid_t realUser()
+{
+    return static_cast<uid_t>(rawCall(SYS_geteuid));
 }
 
 } // namespace
 
-SocketFolder::SocketFolder() : path_(temporaryFolder() + kPattern)
+TemporaryFolder::TemporaryFolder()
 {
+    const char* folder = folderFrom("TMPDIR", kPattern);
+    path_ = std::string(folder ? folder : "/tmp") + kPattern;
     if (!::mkdtemp(path_.data()))
         throw Failure("cannot make a folder " + path_ + ": " + std::strerror(errno));
-    try {
-        listenAt(path_ + kSocketName);
-    } catch (...) {
-        remove();
-        throw;
-    }
 }
 
-SocketFolder::~SocketFolder()
+TemporaryFolder::~TemporaryFolder()
 {
-    remove();
-}
-
-void SocketFolder::listenAt(const std::string& socketPath)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
-    listener_ = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (listener_ < 0 || ::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener_, SOMAXCONN) != 0)
-        throw Failure("cannot listen at " + socketPath + ": " + std::strerror(errno));
-}
-
-void SocketFolder::remove()
-{
-    if (listener_ >= 0)
-        ::close(listener_);
-    ::unlink((path_ + kSocketName).c_str());
     ::rmdir(path_.c_str());
+}
+
+std::string usualFolder()
+{
+    const char* own = folderFrom("XDG_RUNTIME_DIR", kName);
+    std::string path = own ? std::string(own) + kName : std::string("/tmp") + kName + '-' + std::to_string(realUser());
+    struct stat status {
+    };
+    if (::lstat(path.c_str(), &status) == 0 && status.st_uid != realUser())
+        throw Failure(path + " is somebody else's; give another --socket");
+    return path;
+}
+
+ServingFolder::ServingFolder(std::string path) : path_(std::move(path))
+{
+    if (path_.size() + std::strlen(kControlSocket) >= sizeof(sockaddr_un::sun_path))
+        throw Failure(path_ + ": too long a path for sockets; give a shorter --socket");
+    hold();
+    removeSocket(kDeviceSocket);
+    removeSocket(kControlSocket);
+}
+
+ServingFolder::~ServingFolder()
+{
+    ::rmdir(path_.c_str());
+}
+
+void ServingFolder::hold()
+{
+    constexpr mode_t kOwner = 0700, kOthersWrite = 0022;
+    if (::mkdir(path_.c_str(), kOwner) != 0 && errno != EEXIST)
+        throw Failure("cannot make a folder " + path_ + ": " + std::strerror(errno));
+    held_ = Descriptor(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {
+    };
+    if (!held_ || ::fstat(held_.get(), &status) != 0)
+        throw Failure(path_ + ": " + std::strerror(errno));
+    if (status.st_uid != realUser() || (status.st_mode & kOthersWrite) != 0)
+        throw Failure(path_ + ": others can write there; give --socket a folder of your own, with mode 0700");
+    if (::flock(held_.get(), LOCK_EX | LOCK_NB) != 0)
+        throw Failure("a simulator serves in " + path_ + " already; end it, or give another --socket");
+}
+
+void ServingFolder::removeSocket(const char* name) const
+{
+    const std::string socket = path_ + name;
+    struct stat status {
+    };
+    if (::lstat(socket.c_str(), &status) != 0)
+        return;
+    if (!S_ISSOCK(status.st_mode) || ::unlink(socket.c_str()) != 0)
+        throw Failure(socket + " is in the way: it is no socket of a simulator that has ended");
 }
 
 } // namespace Sim

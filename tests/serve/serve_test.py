@@ -1,0 +1,160 @@
+#!/usr/bin/env python3
+"""serve_test.py TRX-BMCSIM: a served simulator, its control, and how programs find it."""
+import json
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SIM = sys.argv[1]
+HOSTILE = [b"", b"{", b"7", b"[]", b"{}", b'{"do": 3}', b'{"do": "fly"}', b"\xff\xfe\0", b"[" * 60000, b'{"do": "set"}',
+           b'{"do": "set", "sensor": "CPU Temp"}', b'{"do": "set", "sensor": "CPU Temp", "value": 1e999}',
+           b'{"do": "set", "sensor": "CPU Temp", "raw": 256}', b'{"do": "set", "sensor": "CPU Temp", "raw": 1, "value": 1}',
+           b'{"do": "set", "sensor": "\xff", "raw": 1}', b'{"do": "latency", "ms": -1}', b'{"do": "faults", "plan": "{}"}',
+           b'{"do": "faults", "plan": 1}', b'{"do": "counters", "clear": "yes"}', b"x" * 70000]
+
+
+class ServeTest(unittest.TestCase):
+    def setUp(self):
+        self.root = tempfile.mkdtemp(prefix="it's ")
+        self.addCleanup(shutil.rmtree, self.root, ignore_errors=True)
+        self.folder = os.path.join(self.root, "sim")
+        self.environment = {k: v for k, v in os.environ.items() if k != "TRX_BMCSIM_DIR"}
+        self.server = self.serve()
+
+    def serve(self, *options):
+        server = subprocess.Popen([SIM, "serve", "--socket", self.folder, "--vm", "0", *options], stdout=subprocess.PIPE, text=True,
+                                  env=self.environment)
+        self.addCleanup(server.stdout.close)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        self.ready = server.stdout.readline()
+        return server
+
+    def run_sim(self, *arguments):
+        return subprocess.run([SIM, *arguments], capture_output=True, text=True, timeout=60, check=False, env=self.environment)
+
+    def ctl(self, *arguments):
+        return self.run_sim("ctl", "--socket", self.folder, *arguments)
+
+    def control(self):
+        client = socket.socket(socket.AF_UNIX)
+        client.settimeout(30)
+        client.connect(self.folder + "/control")
+        self.addCleanup(client.close)
+        return client
+
+    def sensor(self, name):
+        sensors = json.loads(self.ctl("sensors", "--json").stdout)["sensors"]
+        return next(s for s in sensors if s["name"] == name)
+
+    def test_ctl(self):
+        plan = os.path.join(self.root, "plan.json")
+        with open(plan, "w", encoding="utf-8") as f:
+            f.write('{"faults": [{"netfn": 6, "cmd": 1, "completion_code": 0xC1}]}'.replace("0xC1", "193"))
+        rows = [  # arguments, what it prints, or None and the mistake
+            (["set", "CPU Temp", "96.4"], r"CPU Temp +0x60 +- +96$"), (["set", "Inlet Temp", "-3"], r"0xfd +- +-3$"),
+            (["set", "CPU Temp", "--states", "0x10"], r"0x60 +0x0010"), (["set", "0", "50"], r"CPU Temp +0x32 +- +50$"),
+            (["set", "0x01@0x82", "--raw", "40"], "Node Temp +0x28"), (["set", "2@130/1", "--raw", "40"], "Node Power +0x28"),
+            (["set", "DIMM 2", "--states", "2"], "0x0f  DIMM 2 .*0x0002"), (["set", "Fan 1", "--unavailable"], r"Fan 1 +- "),
+            (["latency", "0"], "^$"), (["faults", plan], "^$"), (["faults", "none"], "^$"), (["counters", "--clear"], "total +"),
+            (["set", "Temp", "3"], None, "several sensors"), (["set", "999", "3"], None, "no sensor"),
+            (["set", "0@0x84", "3"], None, "no sensor"), (["set", "CPU Temp"], None, "set takes one of"),
+            (["set", "CPU Temp", "3", "--raw", "3"], None, "set takes one of"), (["set", "CPU Temp", "nan"], None, "no number"),
+            (["set", "CPU Status", "3"], None, "no factors"), (["set", "CPU Temp", "--raw", "300"], None, "raw"),
+            (["faults", "/dev/null"], None, "/dev/null"), (["faults", self.root + "/none"], None, "No such file"),
+            (["latency", "-1"], None, "MS"), ([], None, "subcommand"), (["fly"], None, "."),
+        ]
+        for arguments, printed, *mistake in rows:
+            with self.subTest(arguments=arguments):
+                result = self.ctl(*arguments)
+                self.assertEqual(result.returncode, 2 if mistake else 0, result.stderr)
+                self.assertRegex(result.stderr, r"\Atrx-bmcsim: [^\n]*" + mistake[0] + r"[^\n]*\n\Z" if mistake else r"\A\Z")
+                self.assertRegex(result.stdout.rstrip("\n"), re.compile(printed or r"\A\Z", re.M))
+
+    def test_programs_reach_it(self):
+        if not shutil.which("ipmitool"):
+            self.skipTest("no ipmitool")
+        script = ('eval "$("$1" env --socket "$2")" && eval "$("$1" env --socket "$2")" && ipmitool -I open raw 6 1 && '
+                  '"$1" ctl set "CPU Temp" 60 && ipmitool -I open sensor get "CPU Temp" && "$1" ctl counters')
+        result = subprocess.run(["sh", "-c", script, "sh", SIM, self.folder], capture_output=True, text=True, timeout=60, check=False,
+                                env=self.environment)
+        self.assertRegex(result.stdout, r"(?s)\A 20 01 .* 60 .*Get Device ID", result.stderr)
+        self.assertEqual(result.stdout.count("ERROR"), 0)
+
+    def test_hostile_control(self):
+        idle = [self.control() for _ in range(40)]
+        for line in HOSTILE:
+            with self.subTest(line=line[:60]):
+                client = self.control()
+                client.sendall(line + b"\n")
+                answer = json.loads(client.makefile("rb").readline())
+                self.assertEqual(list(answer), ["error"])
+        self.assertEqual(self.sensor("CPU Temp")["raw"], 40)
+        client = self.control()
+        client.sendall(b'{"do": "sensors"}\n' * 500 + b'{"do": "lat')  # without reading; then in pieces
+        client.sendall(b'ency", "ms": 0}\n')
+        client.shutdown(socket.SHUT_WR)
+        self.assertEqual([json.loads(line)["ok"] for line in client.makefile("rb")], [True] * 501)
+        self.assertEqual(idle[0].recv(1), b"")
+
+    def test_vm_port(self):
+        port = int(re.search(r"127\.0\.0\.1:(\d+)$", self.ready).group(1))
+        with socket.create_connection(("127.0.0.1", port), 30) as machine:
+            machine.sendall(bytes.fromhex("031801e4a0"))
+            heard = machine.makefile("rb")
+            self.assertEqual(heard.read(2).hex(), "05a1")
+            self.assertEqual(heard.read(6).hex(), "031c01002001")
+        for given, mistake in ((port, "Address already in use"), (70000, "--vm"), ("x", "--vm"), (-1, "--vm")):
+            result = self.run_sim("serve", "--socket", self.root + "/other", "--vm", str(given))
+            self.assertEqual((result.returncode, result.stdout), (2, ""))
+            self.assertRegex(result.stderr, rf"\Atrx-bmcsim: [^\n]*{mistake}[^\n]*\n\Z")
+        self.assertEqual(os.listdir(self.root), ["sim"])
+
+    def test_one_lives_at_a_place(self):
+        second = self.run_sim("serve", "--socket", self.folder)
+        self.assertEqual((second.returncode, second.stdout), (2, ""))
+        self.assertRegex(second.stderr, r"\Atrx-bmcsim: [^\n]*already[^\n]*\n\Z")
+        self.server.kill()
+        self.server.wait()
+        self.assertIn("ipmi0", os.listdir(self.folder))
+        self.assertRegex(self.ctl("sensors").stderr, "no simulator serves")
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            server = self.serve()  # also where a dead one was
+            self.assertEqual(self.ctl("latency", "0").returncode, 0)
+            self.assertEqual(os.stat(self.folder).st_mode & 0o777, 0o700)
+            server.send_signal(number)
+            self.assertEqual(server.wait(30), 0)
+            self.assertEqual(os.listdir(self.root), [])
+
+    def test_places(self):
+        os.makedirs(self.root + "/open", mode=0o700)
+        os.chmod(self.root + "/open", 0o777)
+        os.symlink(self.root, self.root + "/link")
+        os.makedirs(self.root + "/taken/ipmi0", mode=0o700)
+        rows = [(self.root + "/open", "others can write"), (self.root + "/link", "."), (self.root + "/no/folder", "No such file"),
+                (self.root + "/taken", "in the way"), (self.root + "/" + 100 * "x", "too long"), ("/dev/null", "Not a directory")]
+        for folder, mistake in rows:
+            with self.subTest(folder=folder):
+                result = self.run_sim("serve", "--socket", folder)
+                self.assertEqual((result.returncode, result.stdout), (2, ""))
+                self.assertRegex(result.stderr, rf"\Atrx-bmcsim: [^\n]*{mistake}[^\n]*\n\Z")
+        for variable, usual in ((self.root, self.root + "/trx-bmcsim"), ("relative", f"/tmp/trx-bmcsim-{os.geteuid()}"),
+                                ("/" + 100 * "x", f"/tmp/trx-bmcsim-{os.geteuid()}")):
+            self.environment["XDG_RUNTIME_DIR"] = variable
+            self.assertIn(usual.replace("'", "'\\''"), self.run_sim("env").stdout)
+        if os.geteuid() == 0:
+            self.environment["XDG_RUNTIME_DIR"] = self.root
+            os.makedirs(self.root + "/trx-bmcsim")
+            os.chown(self.root + "/trx-bmcsim", 65534, 65534)
+            for arguments in (["serve"], ["env"], ["ctl", "sensors"]):
+                self.assertRegex(self.run_sim(*arguments).stderr, r"\Atrx-bmcsim: [^\n]*somebody else[^\n]*\n\Z")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
