@@ -22,9 +22,9 @@ namespace
 {
 
 #if defined(__SANITIZE_THREAD__)
-constexpr std::size_t kStride = 6;
+constexpr std::size_t kStride = 10;
 #elif defined(__SANITIZE_ADDRESS__)
-constexpr std::size_t kStride = 3;
+constexpr std::size_t kStride = 5;
 #else
 constexpr std::size_t kStride = 1;
 #endif
@@ -104,6 +104,16 @@ std::vector<Fault> faultsOf(const Command& command, std::size_t n, bool firstOfK
     return faults;
 }
 
+/// Commands so far without those that carry messages: how often the driver looks for one, and sends one again, depends
+/// on time.
+std::uint64_t workOf(const Sim::Bmc& bmc)
+{
+    std::uint64_t work = 0;
+    for (const auto& [command, count] : bmc.counts())
+        work += command.first == 0x06 && command.second >= 0x31 && command.second <= 0x34 ? 0 : count;
+    return work;
+}
+
 class FailAtN : public testing::TestWithParam<Parameters>
 {
 };
@@ -139,7 +149,7 @@ TEST_P(FailAtN, ComesBackAndRecovers)
             const auto start = node.sim.clock().steadyTime();
             operation.run(0);
             // For good: four tries each, and a hundred lost reservations, renewed, in each of two walks.
-            EXPECT_LE(node.bmc.count(), fault.count == 0 ? 4 * commands.size() + 400 : commands.size() + 20);
+            EXPECT_LE(workOf(node.bmc), fault.count == 0 ? 4 * commands.size() + 400 : commands.size() + 20);
             EXPECT_LE((node.sim.clock().steadyTime() - start) / 31s, fault.count == 0 ? node.bmc.count() : 2);
             EXPECT_LE(currentModel().size(), healthy.size());
 
@@ -148,7 +158,7 @@ TEST_P(FailAtN, ComesBackAndRecovers)
                 Ipmi::IpmiIfcOpenIpmiOpen(0);
             EXPECT_EQ(operation.run(0), result);
             ASSERT_EQ(currentModel(), healthy);
-            EXPECT_LE(node.bmc.count(), commands.size() + 5); // controllers may be asked whether they are back
+            EXPECT_LE(workOf(node.bmc), commands.size() + 5); // controllers may be asked whether they are back
         }
     }
 }

@@ -39,8 +39,15 @@ struct SixSensors : SdrBmc {
         const int without = IpmiIfcSensorRefreshAll(0);
         std::string text;
         for (const Sim::Request& request : bmc.log())
-            text += request.cmd == 0x01 ? (request.address == kBmc ? "?b" : "?s") : std::to_string(request.data.at(0));
+            text += isOfMessages(request) ? ""
+                    : request.cmd == 0x01 ? (request.address == kBmc ? "?b" : "?s")
+                                          : std::to_string(request.data.at(0));
         return text + " " + std::to_string(without);
+    }
+    /// What the driver does for a request to a satellite.
+    static bool isOfMessages(const Sim::Request& request)
+    {
+        return request.netfn == 0x06 && request.cmd >= 0x31 && request.cmd <= 0x34;
     }
     /// Which of the next `count` passes are like this.
     std::string passesLike(const std::string& like, int count)

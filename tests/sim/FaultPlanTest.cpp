@@ -124,7 +124,7 @@ TEST_F(SimFaultPlan, RepositoryChangesBeforeTheCommand)
                                                                                                   << 16);
         EXPECT_EQ(word(after, kErased) != word(before, kErased), row.erasures != 0);
     }
-    EXPECT_EQ(ask(bmc, "0a 23 0 0 ff ff 0 ff"), hex("00 ff ff 45 00 51 c0 03 00 00 00")) << "the record added";
+    EXPECT_EQ(word(ask(bmc, "0a 23 0 0 ff ff 0 ff"), 6), 0x03c0) << "the OEM record added";
 }
 
 TEST_F(SimFaultPlan, SilentWhileItResets)
@@ -140,12 +140,13 @@ TEST_F(SimFaultPlan, SilentWhileItResets)
     bmc.change([](Machine& machine) { machine.controllers[0x82] = {}; });
     for (const auto& row : rows) {
         plan(R"("cmd": 2, "silent_ms": 300)");
-        ask(bmc, "06 2e 00");
+        const Bytes reserved = ask(bmc, "0a 22");
         EXPECT_FALSE(exchange(bmc, 0x06, 0x02, {}, 0, row.reset).answered) << "nor is the request itself";
         now += std::chrono::milliseconds(row.after);
         EXPECT_EQ(exchange(bmc, 0x06, 0x01, {}, 0, row.asked).answered, row.answered) << row.after;
         now += std::chrono::seconds(1);
-        EXPECT_EQ(ask(bmc, "06 2f").at(1), row.reset == 0x20 ? 0x09 : 0x00) << "lost with the BMC's memory";
+        const Bytes piece = ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 2, 1});
+        EXPECT_EQ(piece.at(0), row.reset == 0x20 ? 0xc5 : 0x00) << "lost with the BMC's memory";
     }
     EXPECT_EQ(bmc.counts().at({0x06, 0x02}), std::size(rows)) << "silent or not";
 }
