@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# run.sh BIN_DIR MACHINE: trx-ipmi and ipmitool must agree on a real server's sensors, both asking the same simulated BMC that has the
+# run.sh BIN_DIR MACHINE: trx-ipmi and ipmitool must agree on a real server's sensors and entities, both asking the same simulated BMC that has the
 # server's records and raw readings.
 set -euo pipefail
 bin=$1 machine=$2
@@ -17,5 +17,8 @@ bmc=("$bin/trx-bmcsim" exec --sdr "$folder/sdr.bin" --ipmb-timeout 1)
 
 "${bmc[@]}" -- ipmitool -I open sdr dump "$work/sdr.bin" >/dev/null
 "${bmc[@]}" -- ipmitool -I open sensor list >"$work/ipmitool.txt"
+"${bmc[@]}" -- ipmitool -I open -v sdr list all >"$work/verbose.txt" 2>/dev/null
 "${bmc[@]}" -- "$bin/trx-ipmi" --json sensors >"$work/sensors.json"
+"${bmc[@]}" -- "$bin/trx-ipmi" --json entities >"$work/entities.json"
+python3 "$here/compare_entities.py" "$work/verbose.txt" "$work/entities.json"
 python3 "$here/compare_sensors.py" "$work/sdr.bin" "$work/ipmitool.txt" "$work/sensors.json"
