@@ -38,7 +38,7 @@ private:
     int node_ = 0;
 
     struct Mapping;
-    [[gnu::visibility("hidden")]] static const Mapping _mapping[];
+    static const Mapping _mapping[];
 };
 
 } // namespace Ipmi

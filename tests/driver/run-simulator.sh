@@ -79,6 +79,13 @@ step elist 0 30 "^Node Temp .* 36 degrees C"
 step satellite 0 10 "Device ID  *: 33"
 step long 0 10 '"maybe_cut": *true'
 step silent 2 60 "does not answer"
-step absent 0 90 "Node Temp .* - "
+step absent 0 140 "pass 4"
+grep -e "pass [0-9]" "$work/out/absent.txt" # when each pass was over
+# What waits for the absent satellite: reading and thresholds of its two sensors in the load; in the passes after it one reading,
+# whether the satellite is there at all, that again, and in the last pass nothing. The driver sends each five times.
+sent=$(ctl counters --json | python3 -c '
+import json, sys
+print(sum(c["count"] for c in json.load(sys.stdin)["commands"] if (c["netfn"], c["cmd"]) == (6, 0x34)))')
+[ "$sent" = $(((4 + 2 + 1) * 5)) ] || { echo "$sent Send Messages"; failed=1; }
 python3 "$here/../captures/compare_sensors.py" "$work"/out/{sdr.bin,ipmitool.txt,sensors.json,freeipmi.txt} || failed=1
 exit $failed
