@@ -3,9 +3,9 @@
 #include "ipmi/IpmiNodeControl.h"
 #include "sim/Bmc.h"
 #include "sim/SdrSensors.h"
+#include "support/CallerUse.h"
 #include "support/Check.h"
 #include "support/Input.h"
-#include "support/CallerUse.h"
 #include "support/SimNode.h"
 
 #include <algorithm>

@@ -3,9 +3,9 @@
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sdr/IpmiIfcSensor.h"
+#include "support/CallerUse.h"
 #include "support/Check.h"
 #include "support/Input.h"
-#include "support/CallerUse.h"
 
 #include <algorithm>
 

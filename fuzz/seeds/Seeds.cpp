@@ -77,7 +77,8 @@ void texts()
     write("FaultPlanFuzz", "plan", R"({"faults": [
         {"netfn": "0x0a", "cmd": 35, "address": 32, "data": "00 00", "every": 2, "count": 3, "lost_reservation": true},
         {"nth": 1, "no_answer": true}, {"completion_code": "0xc5", "delay_ms": 20},
-        {"change": [{"offset": 1, "value": 255}], "lengthen_to": 40, "cut_to": 7}]})");
+        {"change": [{"offset": 1, "value": 255}], "lengthen_to": 40, "cut_to": 7}],
+        "random": {"seed": 42, "per_mille": 500, "faults": ["next_id", {"repository": "touched", "busy_ms": 5}]}})");
 }
 
 } // namespace
@@ -92,6 +93,7 @@ int main(int argc, char** argv)
     records();
     frames();
     texts();
+    write("VmFrameFuzz", "requests", "\xff\x01\xa1\x03\x18\x2e\x01\xb6\xa0\x01\x18\x01\xe6\xa0");
     write("AnswerFuzz", "healthy", std::string(64, '\0'));
     return 0;
 }

@@ -63,6 +63,8 @@ void printCounters(const json& answer)
                                  command.at("cmd").get<int>(), command.at("count").get<std::uint64_t>(),
                                  command.at("name").get<std::string>());
     std::cout << fmt::format("total        {:10}\n", answer.at("total").get<std::uint64_t>());
+    if (const std::string random = answer.at("random"); !random.empty())
+        std::cout << "random faults: " << random << '\n';
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "sim/cli/Simulation.h"
 #include "sim/cli/SocketFolder.h"
 
+#include <iostream>
+
 namespace Sim
 {
 
@@ -17,6 +19,8 @@ int execVerb(const MachineOptions& options, const std::vector<std::string>& word
     DeviceSocket socket(simulation.device, folder.path());
     Command command(words, folder.path());
     runEventLoop({&socket, &command});
+    if (const std::string random = simulation.bmc.faultPosition(); !random.empty())
+        std::cerr << "trx-bmcsim: random faults: " << random << '\n';
     return command.status();
 }
 

@@ -82,7 +82,7 @@ json counters(Bmc& bmc, JsonObject& request)
         const auto [netfn, cmd] = command;
         commands.push_back({{"netfn", netfn}, {"cmd", cmd}, {"name", commandName(netfn, cmd)}, {"count", count}});
     }
-    json answer{{"commands", std::move(commands)}, {"total", bmc.count()}};
+    json answer{{"commands", std::move(commands)}, {"total", bmc.count()}, {"random", bmc.faultPosition()}};
     if (request.flag("clear", false))
         bmc.clearCounts();
     return answer;

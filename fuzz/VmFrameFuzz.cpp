@@ -1,0 +1,41 @@
+// Bytes from a virtual machine: its frames, and the BMC's answers to the requests in them, which read back as they
+// were.
+#include "sim/Bmc.h"
+#include "sim/SystemInterface.h"
+#include "sim/vm/VmFrame.h"
+#include "support/Check.h"
+#include "support/Input.h"
+
+using namespace Sim;
+
+namespace
+{
+
+std::optional<VmFrame> decoded(const Bytes& bytes)
+{
+    VmDecoder decoder;
+    std::optional<VmFrame> frame;
+    for (const std::uint8_t byte : bytes)
+        frame = decoder.take(byte);
+    return frame;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static Bmc bmc(loadMachine("absent"));
+    SystemInterface interface(bmc, [] { return std::chrono::milliseconds(0); });
+    VmDecoder decoder;
+    for (const std::uint8_t byte : Fuzz::Span(data, size)) {
+        const auto frame = decoder.take(byte);
+        const auto request = frame ? vmRequest(*frame) : std::nullopt;
+        if (!request)
+            continue;
+        const Bytes answer = interface.handle(request->request).bytes;
+        const auto back = decoded(encodeAnswer(*request, answer));
+        Fuzz::demand(back && back->bytes.size() == 3 + answer.size(), "an answer that reads back");
+        Fuzz::demand(back->bytes[0] == request->sequence, "the request's sequence number");
+    }
+    return 0;
+}
