@@ -35,7 +35,7 @@ struct EntityTree {
     std::size_t entries = 0; ///< at both levels
     /// Every entry by its container and itself: a repository may name the same thousands again and again.
     std::unordered_map<std::uint64_t, ipmiifc_entity_list*> index;
-    std::vector<IpmiEntity> flat;
+    std::vector<IpmiEntity> flat; ///< what callers get
 };
 
 } // namespace Ipmi

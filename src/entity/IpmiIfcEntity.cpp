@@ -79,7 +79,7 @@ IpmiEntity valueOf(int node, const entity_id& entity)
     return IpmiEntity(entity.id, entity.instance & kInstanceBits, node);
 }
 
-/// One record of an association, or of what it contains.
+/// An entity association record, and how it is added to the tree.
 class Association
 {
 public:
