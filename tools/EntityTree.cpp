@@ -28,8 +28,8 @@ EntityTree::EntityTree(int node, const std::vector<SensorView>& sensors)
     readEntities(node);
     for (std::size_t i = 0; i < sensors.size(); ++i)
         items_[add(sensors[i].entity)].sensors.push_back(i);
-    for (std::size_t i = 0; i < items_.size(); ++i)
-        connect(i);
+    for (const auto& [key, item] : byKey_)
+        connect(item);
 }
 
 /// The library lists each container before what it contains, and knows no parent of an entity that it lists as a
@@ -79,9 +79,9 @@ bool EntityTree::isTooDeep(std::size_t item) const
 std::vector<std::size_t> EntityTree::tops() const
 {
     std::vector<std::size_t> result;
-    for (std::size_t i = 0; i < items_.size(); ++i) {
-        if (!items_[i].parent)
-            result.push_back(i);
+    for (const auto& [key, item] : byKey_) {
+        if (!items_[item].parent)
+            result.push_back(item);
     }
     std::stable_partition(result.begin(), result.end(), [this](std::size_t i) { return !items_[i].children.empty(); });
     return result;

@@ -28,7 +28,7 @@ public:
     EntityTree(int node, const std::vector<SensorView>& sensors);
 
     const std::vector<Item>& items() const { return items_; }
-    /// Items inside none: those that contain others first.
+    /// Items inside none: those that contain others first; by id and instance, as children are.
     std::vector<std::size_t> tops() const;
     /// True when the item is one of those chosen, or inside one at any level.
     bool isInside(std::size_t item, const std::vector<bool>& chosen) const;

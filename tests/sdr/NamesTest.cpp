@@ -120,7 +120,7 @@ TEST(Names, DescriptionsAndKeys)
         {fan(kCompact, ""), "Unhandled Compact SDR description", "compact"},
         {fan(kEventOnly, "Fan"), "Fan: Fan of Processor 2 (node 1)", "event-only"},
         {fan(kEventOnly, ""), "Unhandled eventonly SDR description", "event-only"},
-        {sensorRecord(0xc0, place, 9), "OEM Record (0000): SDR Type C0h - OEM Data (82 71 0a 03)", "typec0"},
+        {sensorRecord(0xc0, place, 10), "OEM Record (0000): SDR Type C0h - OEM Data (82 71 0a 03 82)", "typec0"},
         {sensorRecord(0x14, place), "Unhandled unknown SDR description", "type14"},
     };
     for (const Row& row : rows) {
