@@ -87,8 +87,7 @@ void useNode()
     IpmiIfcSensorRefreshAll(0);
     for (const auto& sensor : IpmiIfc::getSensors(0))
         Fuzz::demandClean(Support::useSensor(*sensor));
-    Fuzz::demandClean({IpmiIfc::getManufacturerName(0), IpmiIfc::getFirmwareVersion(0), IpmiIfc::getIpmiVersion(0),
-                       IpmiIfc::getHostOsName(0), IpmiIfc::getHostOsVersion(0), IpmiIfc::getSelfTestText(0)});
+    Fuzz::demandClean(Support::useIdentity(0));
     IpmiIfcCloseForCLI(0);
 }
 

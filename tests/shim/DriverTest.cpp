@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <linux/ipmi.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -333,50 +332,6 @@ TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
     EXPECT_GE(Descriptor().fd(), 0);
 }
 
-TEST_F(Driver, asksASilentSatelliteAgainAndThenAnswersItself)
-{
-    const struct {
-        const char* name;
-        ipmi_timing_parms timing;
-        std::chrono::milliseconds answer, delivered; ///< answer 0: none
-        int asked;
-        std::uint8_t code;
-    } rows[] = {
-        {"as opened", {-1, 0}, 0ms, 10250ms, 5, 0xc3},
-        {"no more tries", {0, 1000}, 0ms, 1000ms, 1, 0xc3},
-        {"late", {0, 1000}, 1500ms, 1000ms, 1, 0xc3},
-        {"in the second try", {1, 1000}, 1500ms, 1500ms, 2, 0x00},
-    };
-    struct Satellite final : Sim::Responder {
-        explicit Satellite(std::chrono::milliseconds late) : delay(late) {}
-        std::chrono::milliseconds delay;
-        int asked = 0;
-        Sim::Answer handle(const Sim::Request&) override
-        {
-            ++asked;
-            return {.answered = delay != 0ms && asked == 1, .delay = delay, .bytes = {0x00}};
-        }
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        Satellite satellite(row.answer);
-        SimNode node(satellite, 1);
-        const Descriptor device("/dev/ipmi1");
-        ipmi_timing_parms timing = row.timing;
-        EXPECT_EQ(device.control(IPMICTL_SET_TIMING_PARMS_CMD, &timing), 0);
-        EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), 0);
-        sim.clock().advance(row.delivered - 1ms);
-        EXPECT_EQ(device.ready(), 0);
-        sim.clock().advance(1ms);
-        EXPECT_EQ(satellite.asked, row.asked);
-        Receive receive;
-        EXPECT_EQ(receive.by(device), 0);
-        EXPECT_EQ(receive.data(), Bytes{row.code});
-        sim.clock().advance(1min);
-        EXPECT_EQ(device.ready(), 0);
-    }
-}
-
 TEST_F(Driver, refusesCommandsForAWhile)
 {
     bmc.expect({0x06, 0x02}, {0x00}).busy(30s);
@@ -394,45 +349,55 @@ TEST_F(Driver, refusesCommandsForAWhile)
     EXPECT_EQ(Send().by(later), 0);
 }
 
-TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAnswers)
+TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
 {
-    using Sim::FaultRule;
-    const auto sendFails = [](std::uint8_t code, std::uint64_t count) {
-        return FaultRule{.cmd = 0x34, .count = count, .action = {.completionCode = code}};
-    };
-    const auto responseBent = [](std::size_t offset) {
-        return FaultRule{.cmd = 0x33, .count = 1, .action = {.changed = {{offset, 0x55}}}};
-    };
+    using Sim::FaultAction;
     struct Row {
         const char* name;
-        FaultRule rule;
+        std::vector<Sim::FaultRule> rules;
         std::chrono::milliseconds delivered;
         std::uint8_t code = 0;
+        std::uint64_t sent = 1; ///< Send Messages
+        ipmi_timing_parms timing{-1, 0};
     };
+    using Rules = std::vector<Sim::FaultRule>;
+    const auto satellite = [](const FaultAction& first, const FaultAction& later = {}) {
+        return Rules{{.address = 0x82, .count = 1, .action = first}, {.address = 0x82, .from = 2, .action = later}};
+    };
+    const auto bmcs = [](std::uint8_t cmd, const FaultAction& action, std::uint64_t count = 1) {
+        return Rules{{.cmd = cmd, .count = count, .action = action}};
+    };
+    constexpr std::uint8_t kFlags = 0x31, kGet = 0x33, kSend = 0x34;
     std::vector<Row> rows{
-        {"all is well", {.cmd = 0xee}, 0ms},
-        {"never sent", sendFails(0x83, 0), 10250ms, 0xc3},
-        {"satellite busy", {.address = 0x82, .action = {.completionCode = 0xc0}}, 0ms, 0xc0},
-        {"checksums are not looked at", responseBent(3), 0ms},
-        {"flags refused", {.cmd = 0x31, .count = 3, .action = {.completionCode = 0xff}}, 300ms},
-        {"flags empty", {.cmd = 0x31, .count = 1, .action = {.changed = {{1, 0}}}}, 100ms},
-        {"Get Message refused", {.cmd = 0x33, .count = 1, .action = {.completionCode = 0xff}}, 100ms},
-        {"Get Message cut", {.cmd = 0x33, .count = 1, .action = {.cutTo = 5}}, 2050ms},
-        {"Get Message silent", {.cmd = 0x33, .count = 1, .action = {.noAnswer = true}}, 100ms},
-        {"Send Message silent", {.cmd = 0x34, .count = 1, .action = {.noAnswer = true}}, 2050ms},
+        {"all is well", bmcs(0xee, {}), 0ms},
+        {"satellite busy", satellite({.completionCode = 0xc0}), 0ms, 0xc0},
+        {"satellite silent", satellite({.noAnswer = true}, {.noAnswer = true}), 10250ms, 0xc3, 5},
+        {"no more tries", satellite({.noAnswer = true}), 1000ms, 0xc3, 1, {0, 1000}},
+        {"late", satellite({.delay = 1500ms}), 1000ms, 0xc3, 1, {0, 1000}},
+        {"in the second try", satellite({.delay = 1500ms}, {.noAnswer = true}), 1500ms, 0x00, 2, {1, 1000}},
+        {"never sent", bmcs(kSend, {.completionCode = 0x83}, 0), 10250ms, 0xc3, 5},
+        {"checksums are not looked at", bmcs(kGet, {.changed = {{3, 0x55}}}), 0ms},
+        {"flags refused", bmcs(kFlags, {.completionCode = 0xff}, 3), 300ms},
+        {"flags empty", bmcs(kFlags, {.changed = {{1, 0}}}), 100ms},
+        {"Get Message refused", bmcs(kGet, {.completionCode = 0xff}), 100ms},
+        {"Get Message cut", bmcs(kGet, {.cutTo = 5}), 2050ms, 0, 2},
+        {"Get Message silent", bmcs(kGet, {.noAnswer = true}), 100ms},
+        {"Send Message silent", bmcs(kSend, {.noAnswer = true}), 2050ms, 0, 2},
     };
     for (const std::uint8_t again : Bytes{0x81, 0x82, 0x83, 0xc0})
-        rows.push_back({"sent in the third try", sendFails(again, 2), 4100ms});
+        rows.push_back({"sent in the third try", bmcs(kSend, {.completionCode = again}, 2), 4100ms, 0, 3});
     for (const std::uint8_t final : Bytes{0x80, 0xc1, 0xc3, 0xcb, 0xd3, 0xff})
-        rows.push_back({"refused", sendFails(final, 0), 0ms, final});
+        rows.push_back({"refused", bmcs(kSend, {.completionCode = final}, 0), 0ms, final});
     for (const std::uint8_t offset : Bytes{1, 2, 4, 5, 6})
-        rows.push_back({"another's response", responseBent(offset), 2050ms});
+        rows.push_back({"another's response", bmcs(kGet, {.changed = {{offset, 0x55}}}), 2050ms, 0, 2});
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130}]})", "file"));
-        machine.setFaults(Sim::FaultPlan({row.rule}));
+        machine.setFaults(Sim::FaultPlan(row.rules));
         SimNode node(machine, 1);
         const Descriptor device("/dev/ipmi1");
+        ipmi_timing_parms timing = row.timing;
+        EXPECT_EQ(device.control(IPMICTL_SET_TIMING_PARMS_CMD, &timing), 0);
         EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), 0);
         if (row.delivered != 0ms)
             sim.clock().advance(row.delivered - 1ms);
@@ -441,7 +406,7 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAnswers)
         Receive receive;
         ASSERT_EQ(receive.by(device), 0);
         EXPECT_EQ(receive.data().at(0), row.code);
-        EXPECT_GE(machine.count(0x06, 0x34), 1U);
+        EXPECT_EQ(machine.count(0x06, 0x34), row.sent);
         sim.clock().advance(1min);
         EXPECT_EQ(device.ready(), 0) << "answered twice";
     }
@@ -483,45 +448,4 @@ TEST_F(Driver, eventsGoToThoseThatTakeThem)
         EXPECT_EQ(receive.message.recv_type, IPMI_ASYNC_EVENT_RECV_TYPE);
         EXPECT_EQ(receive.data(), Bytes(16, byte));
     }
-}
-
-TEST_F(Driver, failsAsTold)
-{
-    bmc.expect({0x06, 0x01}, {0x00}).times(2);
-    sim.fail(SimNode::kOpen, EMFILE, 2);
-    EXPECT_GE(Descriptor().fd(), 0);
-    EXPECT_TRUE(Descriptor().fd() < 0 && errno == EMFILE);
-    sim.fail(IPMICTL_SEND_COMMAND, EIO, 2, 2);
-    for (const int error : {0, EIO, EIO, 0})
-        EXPECT_EQ(Send().by(device), error);
-    EXPECT_EQ(sim.calls(IPMICTL_SEND_COMMAND), 4);
-    sim.device([](Sim::Device& driver) { driver.hangUp(); });
-    EXPECT_EQ(device.ready() & POLLHUP, POLLHUP);
-    sim.remove();
-    EXPECT_TRUE(Descriptor().fd() < 0 && errno == ENOENT);
-    SimNode::setRoot(false);
-    EXPECT_EQ(::geteuid(), static_cast<uid_t>(::syscall(SYS_geteuid)));
-    SimNode::setRoot(true);
-    EXPECT_EQ(::geteuid(), 0U);
-}
-
-TEST_F(Driver, servesManyThreads)
-{
-    struct Echo final : Sim::Responder {
-        Sim::Answer handle(const Sim::Request& request) override { return {.bytes = {0x00, request.data.at(0)}}; }
-    } echo;
-    SimNode served(echo, 3, SimNode::Serve::inThread);
-    std::vector<std::jthread> threads;
-    for (std::uint8_t id = 0; id < 4; ++id)
-        threads.emplace_back([id] {
-            for (int i = 0; i < 50; ++i) {
-                const Descriptor mine("/dev/ipmi3");
-                ASSERT_EQ(Send({0x06, 0x01, id}).by(mine), 0);
-                pollfd waiting{mine.fd(), POLLIN, 0};
-                ASSERT_EQ(::poll(&waiting, 1, 10000), 1);
-                Receive receive;
-                ASSERT_EQ(receive.by(mine), 0);
-                ASSERT_EQ(receive.data(), (Bytes{0x00, id}));
-            }
-        });
 }

@@ -14,6 +14,11 @@ class SimFaultPlan : public ::testing::Test
 protected:
     /// A plan of one rule.
     void plan(const std::string& rule) { bmc.setFaults(parseFaultPlan(R"({"faults": [{)" + rule + "}]}", "plan")); }
+    /// Get SDR of the first record under a reservation.
+    Bytes part(const Bytes& reserved, std::uint8_t offset = 4, std::uint8_t count = 4)
+    {
+        return ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, offset, count});
+    }
 
     std::chrono::milliseconds now{1000};
     Bmc bmc{loadMachine("sample"), [this] { return now; }};
@@ -78,7 +83,7 @@ TEST_F(SimFaultPlan, LostReservation)
     for (const std::uint8_t code : Bytes{0, 0xc5, 0xc5, 0}) { // until it is reserved again
         if (code == 0)
             reserved = ask(bmc, "0a 22");
-        EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 4, 4}).at(0), code);
+        EXPECT_EQ(part(reserved).at(0), code);
     }
 }
 
@@ -88,7 +93,6 @@ TEST_F(SimFaultPlan, OtherIdsInAnswersThatCarryARecord)
         const char *action, *request, *bytes;
     } rows[] = {
         {R"("other_record_id": 4660)", "0a 23 0 0 1 0 0 3", "00 02 00 34 12 51"},
-        {R"("other_record_id": 4660)", "0a 23 0 0 1 0 0 1", "00 02 00 34"},
         {R"("other_record_id": 4660)", "0a 43 0 0 1 0 0 3", "00 02 00 34 12 02"},
         {R"("other_record_id": 4660)", "0a 23 0 0 ee ee 0 3", "cb"},
         {R"("other_record_id": 4660, "next_id": 1)", "0a 23 0 0 1 0 0 0", "00 01 00"},
@@ -102,8 +106,8 @@ TEST_F(SimFaultPlan, OtherIdsInAnswersThatCarryARecord)
     }
     plan(R"("netfn": 10, "cmd": 35, "other_record_id": 4660)");
     const Bytes reserved = ask(bmc, "0a 22");
-    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 1, 2}), hex("00 02 00 12 51"));
-    EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 2, 1}), hex("00 02 00 51"));
+    EXPECT_EQ(part(reserved, 1, 2), hex("00 02 00 12 51"));
+    EXPECT_EQ(part(reserved, 2, 1), hex("00 02 00 51"));
 }
 
 TEST_F(SimFaultPlan, RepositoryChangesBeforeTheCommand)
@@ -112,17 +116,15 @@ TEST_F(SimFaultPlan, RepositoryChangesBeforeTheCommand)
         const char* change;
         int records, erasures;
     } rows[] = {{"touched", 0, 0}, {"record_removed", -1, 1}, {"record_added", 1, 0}};
-    constexpr std::size_t kCount = 2, kAdded = 6, kErased = 10;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.change);
         plan(R"("cmd": 35, "nth": 1, "repository": ")" + std::string(row.change) + '"');
         const Bytes before = ask(bmc, "0a 20"), reserved = ask(bmc, "0a 22");
-        EXPECT_EQ(ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 4, 4}), Bytes{0xc5});
-        const Bytes after = ask(bmc, "0a 20");
-        EXPECT_EQ(word(after, kCount) - word(before, kCount), row.records);
-        EXPECT_GT(word(after, kAdded) | word(after, kAdded + 2) << 16, word(before, kAdded) | word(before, kAdded + 2)
-                                                                                                  << 16);
-        EXPECT_EQ(word(after, kErased) != word(before, kErased), row.erasures != 0);
+        EXPECT_EQ(part(reserved), Bytes{0xc5});
+        const Bytes after = ask(bmc, "0a 20"); // from byte 2 on the records, from 6 and 10 on two times
+        EXPECT_EQ(word(after, 2) - word(before, 2), row.records);
+        EXPECT_NE(word(after, 6), word(before, 6));
+        EXPECT_EQ(word(after, 10) != word(before, 10), row.erasures != 0);
     }
     EXPECT_EQ(word(ask(bmc, "0a 23 0 0 ff ff 0 ff"), 6), 0x03c0) << "the OEM record added";
 }
@@ -145,35 +147,14 @@ TEST_F(SimFaultPlan, SilentWhileItResets)
         now += std::chrono::milliseconds(row.after);
         EXPECT_EQ(exchange(bmc, 0x06, 0x01, {}, 0, row.asked).answered, row.answered) << row.after;
         now += std::chrono::seconds(1);
-        const Bytes piece = ask(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 2, 1});
-        EXPECT_EQ(piece.at(0), row.reset == 0x20 ? 0xc5 : 0x00) << "lost with the BMC's memory";
+        EXPECT_EQ(part(reserved).at(0), row.reset == 0x20 ? 0xc5 : 0x00) << "lost with the BMC's memory";
     }
     EXPECT_EQ(bmc.counts().at({0x06, 0x02}), std::size(rows)) << "silent or not";
 }
 
-TEST_F(SimFaultPlan, RandomFaultsAreTheSameForTheSameSeed)
-{
-    EXPECT_EQ(Dice(0).next(), 0xe220a8397b1dcdaf) << "as published";
-    const auto run = [](FaultPlan faults) {
-        Bmc other(loadMachine("sample"));
-        other.setFaults(std::move(faults));
-        std::string bytes;
-        for (int i = 0; i < 2000; ++i) {
-            const Answer answer = exchange(other, 0x0a, 0x23, {0, 0, static_cast<std::uint8_t>(i % 9), 0, 0, 30});
-            bytes.append(answer.bytes.begin(), answer.bytes.end());
-            bytes += std::to_string(answer.delay.count());
-        }
-        return bytes + other.faultPosition();
-    };
-    const std::string first = run(FaultPlan::random(42, 50));
-    EXPECT_EQ(run(FaultPlan::random(42, 50)), first);
-    EXPECT_EQ(run(parseFaultPlan(R"({"random": {"seed": 42, "per_mille": 50}})", "plan")), first);
-    EXPECT_TRUE(first.ends_with("seed 42, request 2000"));
-    EXPECT_NE(run(FaultPlan::random(43, 50)), first);
-}
-
 TEST_F(SimFaultPlan, RandomFaultsOfTheKindsNamed)
 {
+    EXPECT_EQ(Dice(0).next(), 0xe220a8397b1dcdaf) << "as published: a seed means the same everywhere";
     const Bytes good = ask(bmc, "0a 23 0 0 1 0 0 1e");
     for (const std::string_view name : faultNames()) {
         const std::string random = R"({"random": {"seed": 7, "per_mille": 500, "cmd": 35, "from": 11, "faults": [")" +
@@ -199,30 +180,22 @@ TEST_F(SimFaultPlan, BadPlans)
     const std::pair<const char*, const char*> rows[] = {
         {"", ": parse error at line 1, column 1: syntax error while parsing value - unexpected end of input; "
              "expected '[', '{', or a literal"},
-        {"[]", ": must be an object {...}"},
         {"{}", ": \"faults\" is missing"},
         {R"({"faults": 3})", ": \"faults\" must be a list [...] of at most 1000"},
         {R"({"faults": [], "more": 1})", ": unknown field \"more\""},
         {R"({"faults": [{}, {"netfn": 256}]})", ".faults[1]: \"netfn\" must be a whole number from 0 to 255"},
         {R"({"faults": [{"cmd": "0xzz"}]})", ".faults[0]: \"cmd\" must be a whole number from 0 to 255"},
         {R"({"faults": [{"data": "0"}]})", ".faults[0]: \"data\" must be a text of hexadecimal bytes, like \"01 a0\""},
-        {R"({"faults": [{"every": 0}]})", ".faults[0]: \"every\" must be a whole number from 1 to 9223372036854775807"},
         {R"({"faults": [{"nth": 2, "every": 2}]})",
          ".faults[0]: \"nth\" stands alone, without \"from\", \"every\" and \"count\""},
         {R"({"faults": [{"no_answer": 1}]})", ".faults[0]: \"no_answer\" must be true or false"},
         {R"({"faults": [{"repository": "gone"}]})",
          ".faults[0]: \"repository\" must be a number or one of: touched, record_removed, record_added"},
-        {R"({"faults": [{"next_id": 65536}]})", ".faults[0]: \"next_id\" must be a whole number from 0 to 65535"},
-        {R"({"faults": [{"busy_ms": -1}]})", ".faults[0]: \"busy_ms\" must be a whole number from 0 to 3600000"},
-        {R"({"random": {"per_mille": 1}})", ".random: \"seed\" is missing"},
-        {R"({"random": {"seed": 1, "per_mille": 0}})", ".random: \"per_mille\" must be a whole number from 1 to 1000"},
-        {R"({"random": {"seed": 1, "per_mille": 1, "no_answer": true}})", ".random: unknown field \"no_answer\""},
         {R"({"random": {"seed": 1, "per_mille": 1, "faults": []}})",
          ".random: \"faults\" must have one or more; leave it out for all there are"},
         {R"({"random": {"seed": 1, "per_mille": 1, "faults": [{"cut_to": 1}, "cut"]}})",
          ".random.faults[1]: must be an action {...} or one of: lost_reservation, repository, no_answer, "
          "completion_code, other_record_id, next_id, change, lengthen_to, cut_to, delay_ms"},
-        {R"({"faults": [{"change": [{"offset": 1}]}]})", ".faults[0].change[0]: \"value\" is missing"},
     };
     for (const auto& [text, message] : rows)
         EXPECT_EQ(complaint([text = text] { parseFaultPlan(text, "plan"); }), std::string("plan") + message) << text;

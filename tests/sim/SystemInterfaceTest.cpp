@@ -55,18 +55,6 @@ protected:
 
 } // namespace
 
-TEST_F(SimSystemInterface, CarriesBytesAsTheStandardSays)
-{
-    EXPECT_EQ(give("06 34 00 82 18 66 20 02 01 dd"), Bytes{0});
-    EXPECT_TRUE(driver.attention());
-    EXPECT_EQ(give("06 31"), hex("00 01"));
-    const Bytes message = give("06 33");
-    EXPECT_EQ(Bytes(message.begin(), message.begin() + 11), hex("00 00 1e c2 82 00 01 00 20 01 01"));
-    EXPECT_FALSE(driver.attention());
-    EXPECT_EQ(give("06 31"), hex("00 00"));
-    EXPECT_EQ(give("06 33"), Bytes{0x80});
-}
-
 TEST_F(SimSystemInterface, RefusesOrLosesWhatIsWrong)
 {
     const struct {

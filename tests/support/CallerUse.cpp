@@ -11,55 +11,45 @@ using namespace Ipmi;
 namespace
 {
 
-constexpr unsigned char (IpmiSensor::*kBytes[])() const = {&IpmiSensor::getSensorNumber,
-                                                           &IpmiSensor::getOwnerId,
-                                                           &IpmiSensor::getLun,
-                                                           &IpmiSensor::getChannel,
-                                                           &IpmiSensor::getSensorType,
-                                                           &IpmiSensor::getEventReadingType,
-                                                           &IpmiSensor::getRateUnit,
-                                                           &IpmiSensor::getModifierUnitUse,
-                                                           &IpmiSensor::getBaseUnit,
-                                                           &IpmiSensor::getModifierUnit,
-                                                           &IpmiSensor::getSensorDirection,
-                                                           &IpmiSensor::getHysteresisSupport,
-                                                           &IpmiSensor::getThresholdAccessSupport,
-                                                           &IpmiSensor::getEventMessageSupport};
-constexpr unsigned short (IpmiSensor::*kWords[])() const = {&IpmiSensor::getSensorRecordNumber, &IpmiSensor::getFlags,
-                                                            &IpmiSensor::getAssertionEventMask,
-                                                            &IpmiSensor::getDeassertionEventMask};
-constexpr bool (IpmiSensor::*kFlags[])() const = {&IpmiSensor::isDiscrete,      &IpmiSensor::isLinear,
-                                                  &IpmiSensor::isAnalog,        &IpmiSensor::isConvertible,
-                                                  &IpmiSensor::hasReadingTime,  &IpmiSensor::readingStateUnavailable,
-                                                  &IpmiSensor::scanningDisabled};
-constexpr std::string (IpmiSensor::*kTexts[])() const = {&IpmiSensor::getDeviceId,
-                                                         &IpmiSensor::getDescription,
-                                                         &IpmiSensor::getEventReadingTypeString,
-                                                         &IpmiSensor::getSensorIdString,
-                                                         &IpmiSensor::getName,
-                                                         &IpmiSensor::getSensorTypeString,
-                                                         &IpmiSensor::getSensorDirectionString,
-                                                         &IpmiSensor::getBaseUnitString,
-                                                         &IpmiSensor::getModifierUnitString,
-                                                         &IpmiSensor::getUnitsString};
-constexpr double (IpmiThresholdSensor::*kThresholds[])() const = {
-    &IpmiThresholdSensor::getLowerThresholdNonCritical,    &IpmiThresholdSensor::getLowerThresholdCritical,
-    &IpmiThresholdSensor::getLowerThresholdNonRecoverable, &IpmiThresholdSensor::getUpperThresholdNonCritical,
-    &IpmiThresholdSensor::getUpperThresholdCritical,       &IpmiThresholdSensor::getUpperThresholdNonRecoverable};
-constexpr unsigned char (IpmiThresholdSensor::*kThresholdMasks[])() const = {
-    &IpmiThresholdSensor::getLowerThresholdReadingMask, &IpmiThresholdSensor::getUpperThresholdReadingMask,
-    &IpmiThresholdSensor::getReadableMask, &IpmiThresholdSensor::getSettableMask};
+using S = IpmiSensor;
+using T = IpmiThresholdSensor;
 
-template <typename Sensor, typename Members> void callAll(const Sensor& sensor, const Members& members)
+template <typename Sensor, typename... Members> void callAll(const Sensor& sensor, Members... members)
 {
-    for (const auto member : members)
-        static_cast<void>((sensor.*member)());
+    (static_cast<void>((sensor.*members)()), ...);
 }
 
-void useThresholds(const IpmiThresholdSensor& sensor)
+void useNumbers(const S& sensor)
 {
-    callAll(sensor, kThresholdMasks);
-    for (const auto threshold : kThresholds) {
+    callAll(sensor, &S::getSensorNumber, &S::getOwnerId, &S::getLun, &S::getChannel, &S::getSensorType,
+            &S::getEventReadingType, &S::getRateUnit, &S::getModifierUnitUse, &S::getBaseUnit, &S::getModifierUnit,
+            &S::getSensorDirection, &S::getHysteresisSupport, &S::getThresholdAccessSupport, &S::getEventMessageSupport,
+            &S::getSensorRecordNumber, &S::getFlags, &S::getAssertionEventMask, &S::getDeassertionEventMask,
+            &S::isDiscrete, &S::isLinear, &S::isAnalog, &S::isConvertible, &S::hasReadingTime,
+            &S::readingStateUnavailable, &S::scanningDisabled, &S::getReadingAge);
+}
+
+std::vector<std::string> textsOf(const S& sensor)
+{
+    return {sensor.getDeviceId(),
+            sensor.getDescription(),
+            sensor.getEventReadingTypeString(),
+            sensor.getSensorIdString(),
+            sensor.getName(),
+            sensor.getSensorTypeString(),
+            sensor.getSensorDirectionString(),
+            sensor.getBaseUnitString(),
+            sensor.getModifierUnitString(),
+            sensor.getUnitsString()};
+}
+
+void useThresholds(const T& sensor)
+{
+    callAll(sensor, &T::getLowerThresholdReadingMask, &T::getUpperThresholdReadingMask, &T::getReadableMask,
+            &T::getSettableMask);
+    for (const auto threshold :
+         {&T::getLowerThresholdNonCritical, &T::getLowerThresholdCritical, &T::getLowerThresholdNonRecoverable,
+          &T::getUpperThresholdNonCritical, &T::getUpperThresholdCritical, &T::getUpperThresholdNonRecoverable}) {
         try {
             static_cast<void>((sensor.*threshold)());
         } catch (const CmpiStatus&) { // not readable
@@ -91,18 +81,14 @@ void ask(IpmiSensor& sensor)
 
 std::vector<std::string> useSensor(IpmiSensor& sensor)
 {
-    callAll(sensor, kBytes);
-    callAll(sensor, kWords);
-    callAll(sensor, kFlags);
+    useNumbers(sensor);
     convert(sensor);
     ask(sensor);
+    std::vector<std::string> texts = textsOf(sensor);
     const IpmiEntity entity = sensor.getEntity();
-    std::vector<std::string> texts{sensor.getState(true), entity.getName(), entity.getAlertClassName(),
-                                   entity.getParent().getName()};
-    static_cast<void>(sensor.getReadingAge());
+    texts.insert(texts.end(),
+                 {sensor.getState(true), entity.getName(), entity.getAlertClassName(), entity.getParent().getName()});
     sensor.getReadingTime(texts.emplace_back());
-    for (const auto text : kTexts)
-        texts.push_back((sensor.*text)());
     if (const auto* threshold = dynamic_cast<const IpmiThresholdSensor*>(&sensor))
         useThresholds(*threshold);
     else if (const auto* discrete = dynamic_cast<const IpmiDiscreteSensor*>(&sensor))
