@@ -98,8 +98,8 @@ void serveVerb(const ServeOptions& options)
 void envVerb(const std::string& folder)
 {
     const char* already = std::getenv("LD_PRELOAD");
-    std::cout << "export LD_PRELOAD=" << quoted(withShim(already ? already : ""))
-              << " TRX_BMCSIM_DIR=" << quoted(folderOf(folder)) << '\n';
+    const std::string preload = withShim(already ? already : ""), place = folderOf(folder); // or nothing is printed
+    std::cout << "export LD_PRELOAD=" << quoted(preload) << " TRX_BMCSIM_DIR=" << quoted(place) << '\n';
 }
 
 } // namespace Sim
