@@ -69,13 +69,15 @@ bool isSilence(int result)
 class RefreshPass
 {
 public:
-    explicit RefreshPass(int node) : node_(node) {}
+    RefreshPass(int node, RefreshRoster& roster) : node_(node), roster_(roster) {}
 
     /// @return how many sensors are without a reading
-    int run(RefreshRoster& roster)
+    int run()
     {
+        roster_.bmc.address = static_cast<std::uint8_t>(g_IpmiNode[node_].myAddress);
+        bmcSilent_ = !isThere(roster_.bmc);
         int without = 0;
-        for (Controller& controller : roster.controllers)
+        for (Controller& controller : roster_.controllers)
             without += !bmcSilent_ && isThere(controller) ? refresh(controller) : loseReadings(controller);
         return without;
     }
@@ -94,7 +96,7 @@ private:
     {
         if (!controller.silent)
             return true;
-        if (answersOf(controller) == controller.answers && !(controller.backOff.due() && answers(controller)))
+        if (answersOf(controller) == controller.answers && !(controller.backOff.due() && isHeard(controller)))
             return false;
         controller.silent = false;
         controller.backOff.reset();
@@ -103,17 +105,27 @@ private:
         return true;
     }
 
-    /// Get Device ID: every controller has an answer to it. One without falls silent, or stays so.
-    bool answers(Controller& controller)
+    /// Get Device ID: every controller has an answer to it. Where not even the driver speaks for one, it is the BMC
+    /// that is silent.
+    bool answers(const Controller& controller)
     {
         constexpr std::uint8_t kApp = 0x06, kGetDeviceId = 0x01;
-        controller.answers = answersOf(controller);
+        const std::uint32_t before = answersOf(controller);
         const TargetScope target(node_, controller.address, 0, controller.channel);
         bmcSilent_ = !sendCommand(node_, kApp, kGetDeviceId);
-        controller.silent = answersOf(controller) == controller.answers;
-        if (controller.silent)
-            controller.backOff.failed();
-        return !controller.silent;
+        return answersOf(controller) != before;
+    }
+
+    /// Whether it answers; one that does not, or the BMC before it, falls silent or stays so.
+    bool isHeard(Controller& controller)
+    {
+        if (answers(controller))
+            return true;
+        Controller& silent = bmcSilent_ ? roster_.bmc : controller;
+        silent.silent = true;
+        silent.answers = answersOf(silent);
+        silent.backOff.failed();
+        return false;
     }
 
     /// @return how many of its sensors are without a reading
@@ -131,7 +143,7 @@ private:
                 member.backOff.reset();
                 continue;
             }
-            if (isSilence(result) && answersOf(controller) == before && !answers(controller))
+            if (isSilence(result) && answersOf(controller) == before && !isHeard(controller))
                 return loseReadings(controller);
             member.backOff.failed();
             ++without;
@@ -165,6 +177,7 @@ private:
     }
 
     int node_;
+    RefreshRoster& roster_;
     bool bmcSilent_ = false; ///< nothing behind it can be reached in this pass
 };
 
@@ -187,7 +200,7 @@ int IpmiIfcSensorRefreshAll(int node)
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.refreshLock);
     self.roster.follow(IpmiIfc::getSensors(node));
-    return RefreshPass(node).run(self.roster);
+    return RefreshPass(node, self.roster).run();
 }
 
 } // namespace Ipmi

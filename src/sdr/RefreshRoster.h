@@ -47,6 +47,7 @@ struct RefreshRoster {
 
     std::vector<TRX::Reference<IpmiSensor>> sensors; ///< all of the node's
     std::vector<Controller> controllers;             ///< of those that can be asked, in their order
+    Controller bmc; ///< the way to all of them, whose silence is theirs; without members
 
     /// Starts anew when these are not the sensors of the pass before: a new read of the repository forgets failures.
     void follow(std::vector<TRX::Reference<IpmiSensor>> current);
