@@ -11,7 +11,14 @@
 namespace Ipmi
 {
 
-inline constexpr std::uint8_t kNoAnswer = 0xff; ///< completion code of a reply that never came
+/// Network functions (IPMI 2.0, table 5-1).
+inline constexpr std::uint8_t kSensorEvent = 0x04, kApp = 0x06, kStorage = 0x0a;
+
+/// Completion codes that the library has an answer to (IPMI 2.0, table 5-2).
+inline constexpr std::uint8_t kCcNodeBusy = 0xc0, kCcInvalidCommand = 0xc1, kCcTimeout = 0xc3,
+                              kCcReservationLost = 0xc5, kCcInvalidLength = 0xc7, kCcTooManyBytes = 0xca,
+                              kCcNotPresent = 0xcb, kCcIllegalCommand = 0xcd;
+inline constexpr std::uint8_t kNoAnswer = 0xff; ///< of a reply that never came
 
 void IpmiIfcOpenIpmiClose(int node);
 void ReopenPort(int node);
@@ -55,6 +62,12 @@ public:
     std::span<const std::uint8_t> bytes() const;
     /// Answer byte `index`, or 0 when the BMC did not send it.
     std::uint8_t at(std::size_t index) const { return index < bytes().size() ? bytes()[index] : std::uint8_t{0}; }
+    /// Two and four of them, LS byte first.
+    std::uint16_t le16(std::size_t index) const { return static_cast<std::uint16_t>(at(index) | at(index + 1) << 8); }
+    std::uint32_t le32(std::size_t index) const
+    {
+        return le16(index) | static_cast<std::uint32_t>(le16(index + 2)) << 16;
+    }
 
 private:
     ipmiifc_resp* resp_ = nullptr;

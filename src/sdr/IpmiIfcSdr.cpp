@@ -6,7 +6,7 @@
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSensor.h"
-#include "sdr/SdrExchange.h"
+#include "sdr/SdrCommands.h"
 
 #include <algorithm>
 #include <atomic>

@@ -2,8 +2,9 @@
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiNode.h"
+#include "node/RecordExchange.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sdr/SdrExchange.h"
+#include "sdr/SdrCommands.h"
 
 #include <algorithm>
 #include <bitset>
@@ -18,7 +19,7 @@ constexpr std::uint16_t kFirstRecord = 0x0000, kLastRecord = 0xffff;
 
 /// Takes the header out of a good answer, under the id that was requested.
 /// @return false when the answer is none
-bool takeHeader(const SdrExchange& exchange, std::uint16_t id, ipmiifc_sdr_header& header)
+bool takeHeader(const RecordExchange& exchange, std::uint16_t id, ipmiifc_sdr_header& header)
 {
     const auto bytes = exchange.record();
     if (!exchange.answer() || exchange.answer()->cc != 0 || bytes.size() < sizeof header.bytes)
@@ -45,7 +46,7 @@ int IpmiIfcSdrGetHeaders(int node)
         return -1;
     }
 
-    SdrExchange exchange(node, self.repository.reservation());
+    RecordExchange exchange(node, kGetSdr, self.repository.reservation());
     std::bitset<0x10000> seen; // a next id seen before would lead round in circles: the walk is complete then
     seen.set(kLastRecord);
     std::uint16_t id = kFirstRecord;

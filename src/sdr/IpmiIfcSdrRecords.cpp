@@ -2,8 +2,9 @@
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiNode.h"
+#include "node/RecordExchange.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sdr/SdrExchange.h"
+#include "sdr/SdrCommands.h"
 
 #include <algorithm>
 #include <memory>
@@ -22,7 +23,8 @@ class RecordRead
 public:
     /// `lost` counts the reservations lost in the walk that this read belongs to.
     RecordRead(int node, std::uint16_t recordId, std::span<std::uint8_t> buffer, int& lost)
-        : node_(node), recordId_(recordId), buffer_(buffer), lost_(lost), exchange_(node, IpmiIfcSdrReservation(node))
+        : node_(node), recordId_(recordId), buffer_(buffer), lost_(lost),
+          exchange_(node, kGetSdr, IpmiIfcSdrReservation(node))
     {
     }
 
@@ -32,7 +34,7 @@ public:
 private:
     enum class Outcome { good, failed, hopeless };
     static constexpr std::size_t kLargestPiece = 16, kQuietlyShrunk = 8;
-    static_assert(kLargestPiece + SdrExchange::kRecord <= kAnswerRoom);
+    static_assert(kLargestPiece + RecordExchange::kRecord <= kAnswerRoom);
 
     Outcome readPiece();
     Outcome failed(unsigned code);
@@ -43,7 +45,7 @@ private:
     std::uint16_t recordId_;
     std::span<std::uint8_t> buffer_; ///< what is still to be read
     int& lost_;
-    SdrExchange exchange_;
+    RecordExchange exchange_;
     std::size_t piece_ = kLargestPiece; ///< only shrinks
 };
 
@@ -73,7 +75,7 @@ RecordRead::Outcome RecordRead::readPiece()
     if (answer->cc != 0)
         return failed(answer->cc);
     if (exchange_.record().size() != count)
-        return badLength(count + SdrExchange::kRecord);
+        return badLength(count + RecordExchange::kRecord);
     std::ranges::copy(exchange_.record(), buffer_.subspan(offset).begin());
     buffer_ = buffer_.first(offset);
     return Outcome::good;

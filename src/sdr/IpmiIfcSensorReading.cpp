@@ -13,8 +13,6 @@ namespace Ipmi
 namespace
 {
 
-constexpr std::uint8_t kCcNotPresent = 0xcb, kCcIllegalCommand = 0xcd;
-
 /// Fills `bytes` from a reply; what the BMC did not send is 0.
 void takeBytes(const Response& reply, std::span<std::uint8_t> bytes)
 {

@@ -16,7 +16,6 @@ namespace
 
 using SensorRef = TRX::Reference<IpmiSensor>;
 
-constexpr int kCcTimeout = 0xc3, kCcNotPresent = 0xcb, kCcIllegalCommand = 0xcd;
 constexpr int kNoReply = -1;
 
 bool canBeRead(const IpmiSensor& sensor)
@@ -109,7 +108,7 @@ private:
     /// that is silent.
     bool answers(const Controller& controller)
     {
-        constexpr std::uint8_t kApp = 0x06, kGetDeviceId = 0x01;
+        constexpr std::uint8_t kGetDeviceId = 0x01;
         const std::uint32_t before = answersOf(controller);
         const TargetScope target(node_, controller.address, 0, controller.channel);
         bmcSilent_ = !sendCommand(node_, kApp, kGetDeviceId);

@@ -24,11 +24,6 @@ std::uint8_t high(unsigned int word)
     return static_cast<std::uint8_t>(word >> 8);
 }
 
-unsigned short le16(const Response& reply, std::size_t index)
-{
-    return static_cast<unsigned short>(reply.at(index) | reply.at(index + 1) << 8);
-}
-
 } // namespace
 
 SensorAddress SensorAddress::of(int node, const ipmiifc_sdr_list& sdr)
@@ -50,7 +45,7 @@ Response askSensor(const SensorAddress& address, std::uint8_t command, std::span
     std::vector<std::uint8_t> request{address.number};
     request.insert(request.end(), data.begin(), data.end());
     const TargetScope owner(address.node, address.owner, address.lun, address.channel);
-    return sendCommand(address.node, sensor_command::kNetfn, command, request);
+    return sendCommand(address.node, kSensorEvent, command, request);
 }
 
 int resultOf(const Response& reply)
@@ -81,8 +76,8 @@ int sendGetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned c
     if (result != 0)
         return result;
     flags = reply.at(1);
-    assertions = static_cast<unsigned short>(le16(reply, 2) & events);
-    deassertions = static_cast<unsigned short>(le16(reply, 4) & events);
+    assertions = static_cast<unsigned short>(reply.le16(2) & events);
+    deassertions = static_cast<unsigned short>(reply.le16(4) & events);
     return 0;
 }
 

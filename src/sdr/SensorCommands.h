@@ -13,7 +13,6 @@ namespace Ipmi
 
 namespace sensor_command
 {
-inline constexpr std::uint8_t kNetfn = 0x04;
 inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kSetEventEnable = 0x28,
                               kGetEventEnable = 0x29, kRearmEvents = 0x2a, kGetReading = 0x2d;
 } // namespace sensor_command
