@@ -47,6 +47,14 @@ void records()
     write("SensorRecordFuzz", "repository", all);
 }
 
+void events()
+{
+    std::string all;
+    for (const SelRecord& record : loadMachine("sample").sel)
+        all.append(record.begin(), record.end());
+    write("SelRecordFuzz", "log", all);
+}
+
 void frames()
 {
     constexpr long kFirstMessage = 1445; // of a node
@@ -91,6 +99,7 @@ int main(int argc, char** argv)
     }
     root = argv[1];
     records();
+    events();
     frames();
     texts();
     write("VmFrameFuzz", "requests", "\xff\x01\xa1\x03\x18\x2e\x01\xb6\xa0\x01\x18\x01\xe6\xa0");

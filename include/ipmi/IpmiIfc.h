@@ -5,6 +5,8 @@
 #include "ipmi/Export.h"
 #include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiRecords.h"
+#include "ipmi/IpmiSel.h"
+#include "ipmi/IpmiSelData.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/Reference.h"
 
@@ -14,6 +16,11 @@
 
 namespace Ipmi
 {
+
+/// Called for a record of the system event log that is new, on the thread that checks for them; with a null record once
+/// in each cycle of the polling loop. The record stays the library's: copy what must outlive the call. A handler may
+/// call everything in IpmiIfc; its exceptions end the check (those of other threads' handlers do not).
+using SelEventHandler = void (*)(void* argument, IpmiSelData* record);
 
 /// Static members only; each overload without a node means node 0. Every member is safe for any node number: a node
 /// outside 0..3 gives the empty result or the error named. Unless a member says otherwise it may be called from any
@@ -118,6 +125,53 @@ public:
     /// none.
     static TRX::Reference<IpmiSensor> getSensor(int node, unsigned int sensorNumber, unsigned int ownerId);
     static TRX::Reference<IpmiSensor> getSensor(unsigned int sensorNumber, unsigned int ownerId);
+
+    // --- system event log. The cache is filled by the polling loop, or by IpmiIfcSelGetInfo.
+
+    /// Has `handler` called with `argument` for each new event from now on; those registered last are called first.
+    /// What is registered before IpmiIfc::start is dropped by it.
+    /// @return 0; 2 when the function is registered already (whatever its argument, which stays); 5 for null, and for a
+    /// node outside 0..3
+    static int registerSelEventHandler(int node, SelEventHandler handler, void* argument);
+    static int registerSelEventHandler(SelEventHandler handler, void* argument);
+    /// No call of `handler` begins after this; one that runs on another thread may still be running.
+    /// @return 0; 2 when it is not registered; 5 for null, and for a node outside 0..3
+    static int unRegisterSelEventHandler(int node, SelEventHandler handler);
+    static int unRegisterSelEventHandler(SelEventHandler handler);
+    /// The log's summary as last read; an empty handle before the first.
+    static TRX::Reference<IpmiSel> getSel(int node);
+    static TRX::Reference<IpmiSel> getSel();
+    /// The answer that the summary was made from.
+    static ipmiifc_sel_info getRawSelHeader(int node);
+    static ipmiifc_sel_info getRawSelHeader();
+    /// The records read so far, oldest first; the handles are shared and the records never change.
+    static std::vector<TRX::Reference<IpmiSelData>> getSelData(int node);
+    static std::vector<TRX::Reference<IpmiSelData>> getSelData();
+    /// Id of the record that software processed last (IPMI 2.0, 30.5); 0 for none, and without a good answer. Sends a
+    /// command and blocks.
+    static unsigned short getLastProcessedSELEntry(int node);
+    static unsigned short getLastProcessedSELEntry();
+    /// Tells the BMC which record that is (IPMI 2.0, 30.4); a failure is logged only. Sends a command and blocks.
+    static void setLastProcessedSELEntry(int node, unsigned short id);
+    static void setLastProcessedSELEntry(unsigned short id);
+    /// True when the repository last read has a memory sensor that can report events.
+    static bool generatesMemoryEvents(int node);
+    static bool generatesMemoryEvents();
+    /// The log's clock (IPMI 2.0, 31.10) in seconds; 0 without a good answer. Sends a command and blocks.
+    static unsigned int selGetClock(int node);
+    static unsigned int selGetClock();
+    /// Clears the log (IPMI 2.0, 31.9) and looks at it again, which empties the cache; inside a handler the cache
+    /// follows with the next check. An erasure in progress is a success and is not waited for. Sends commands and
+    /// blocks, at most about half a minute on a busy BMC that answers.
+    /// @return 0; -2 for a node outside 0..3; 2 when the BMC stayed busy or its erasure status makes no sense; 4 when it
+    /// did not answer; 5 when it refused
+    static int clearSel(int node);
+    static int clearSel();
+    /// Deletes one record under a reservation (IPMI 2.0, 31.4 and 31.8) and looks at the log again, as clearSel.
+    /// @return 0; -2 for a node outside 0..3; 2 when the BMC stayed busy or took its reservations back; 4 when it did
+    /// not answer; 5 when it refused, as for a record that is not there
+    static int deleteSelEntry(int node, unsigned short id);
+    static int deleteSelEntry(unsigned short id);
 
     // --- entities
 

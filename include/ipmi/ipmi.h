@@ -11,6 +11,8 @@
 #include "ipmi/IpmiNodeControl.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSdrRecord.h"
+#include "ipmi/IpmiSel.h"
+#include "ipmi/IpmiSelData.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/IpmiSensorNames.h"
 #include "ipmi/IpmiThresholdSensor.h"
