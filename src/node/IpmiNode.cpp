@@ -78,6 +78,10 @@ void InitIpmiNode(int node)
         TRX::MutexLock hold(self.bmcInfoLock);
         self.identity = BmcIdentity();
     }
+    {
+        TRX::MutexLock hold(self.selLock);
+        self.sel.beginLife();
+    }
     IpmiIfcEntityCleanUpAll(node);
     LoadScope load(self.loadGuard);
     TRX::WriteLock hold(self.sdrLock);

@@ -11,6 +11,7 @@
 #include "node/LoadGuard.h"
 #include "sdr/RefreshRoster.h"
 #include "sdr/SdrRepository.h"
+#include "sel/SelCache.h"
 
 #include <array>
 #include <atomic>
@@ -43,7 +44,8 @@ struct BmcIdentity {
 };
 
 /// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;
-/// `refreshLock` before `sdrLock`; `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
+/// `refreshLock` before `sdrLock`; `selGuard`, `selLock`, then `ioLock`; `bmcInfoLock` before `ioLock`; `stateLock`
+/// alone; `pollLock` outermost.
 struct IpmiNode {
     IpmiNode() = default;
     ~IpmiNode();
@@ -74,6 +76,12 @@ struct IpmiNode {
     SdrRepository repository TRX_GUARDED_BY(sdrLock);
     std::vector<TRX::Reference<IpmiSensor>> sensors TRX_GUARDED_BY(sdrLock);
     std::atomic<std::uint8_t> memorySensor{0}; ///< 1 when the repository has a memory sensor that can report
+
+    LoadGuard selGuard; ///< checks of the event log run one at a time, their handlers' calls included
+    /// Of the thread in selGuard: it calls handlers; it fetches an info because there was none.
+    bool selHandling = false, selFetching = false;
+    TRX::Mutex selLock;
+    SelCache sel TRX_GUARDED_BY(selLock);
 
     TRX::Mutex bmcInfoLock;
     BmcIdentity identity TRX_GUARDED_BY(bmcInfoLock);

@@ -8,6 +8,7 @@
 #include "node/IpmiNode.h"
 #include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
+#include "sel/IpmiIfcSel.h"
 
 namespace Ipmi
 {
@@ -61,6 +62,8 @@ int IpmiIfcCloseForCLI(int node)
     IpmiIfcSdrCleanUpHeaders(node);
     IpmiIfcSdrCleanUpAll(node);
     IpmiIfcEntityCleanUpAll(node);
+    IpmiIfcSelCleanUpEventHandlers(node);
+    dropSelRecords(node);
     {
         TRX::MutexLock hold(self.refreshLock);
         self.roster = RefreshRoster();

@@ -1,4 +1,4 @@
-// Lets one thread at a time load a node's repository, and lets that thread come back.
+// Lets one thread at a time load a node's repository or check its event log, and lets that thread come back.
 #pragma once
 
 #include "base/Mutex.h"

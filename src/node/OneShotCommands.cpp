@@ -3,14 +3,16 @@
 #include "node/IpmiIfcIdentity.h"
 #include "node/IpmiIfcTransport.h"
 #include "sdr/IpmiIfcSdr.h"
+#include "sdr/SdrCommands.h"
+#include "sel/IpmiIfcSel.h"
+#include "sel/SelCommands.h"
 
 namespace Ipmi
 {
 
 namespace
 {
-constexpr std::uint8_t kStorage = 0x0a;
-constexpr std::uint8_t kGetDeviceId = 0x01, kGetSelfTest = 0x04, kGetSdrInfo = 0x20;
+constexpr std::uint8_t kGetDeviceId = 0x01, kGetSelfTest = 0x04;
 constexpr std::uint8_t kOsName = 4, kOsVersion = 5; // parameters of Get System Info Parameters: set 0, block 0 of each
 } // namespace
 
@@ -20,6 +22,8 @@ constinit const std::array<OneShotCommand, kOneShotCount> kOneShotCommands{{
     {true, IpmiIfcRhGetOS_Version, kApp, kGetSystemInfo, 4, {0, kOsVersion, 0, 0}, 0},
     {true, IpmiIfcRhGetSelfTest, kApp, kGetSelfTest, 0, {}, 0},
     {true, IpmiIfcRhGetSdrInfo, kStorage, kGetSdrInfo, 0, {}, 0},
+    {false, IpmiIfcRhSelInfoNoCount, kStorage, kGetSelInfo, 0, {}, 0},
+    {true, IpmiIfcRhSelGetAllocInfo, kStorage, kGetSelAllocInfo, 0, {}, 0},
 }};
 
 int IpmiIfcDataGet(int count)

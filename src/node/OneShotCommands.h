@@ -11,7 +11,7 @@
 namespace Ipmi
 {
 
-inline constexpr std::uint8_t kApp = 0x06, kGetSystemInfo = 0x59; ///< network function, Get System Info Parameters
+inline constexpr std::uint8_t kGetSystemInfo = 0x59; ///< Get System Info Parameters
 
 struct OneShotCommand {
     bool enabled;
@@ -27,7 +27,7 @@ struct OneShotCommand {
 
 /// Their order in the list.
 inline constexpr std::size_t kAskDeviceId = 0, kAskOsName = 1, kAskOsVersion = 2, kAskSelfTest = 3, kAskSdrInfo = 4,
-                             kOneShotCount = 5;
+                             kOneShotCount = 7;
 
 extern const std::array<OneShotCommand, kOneShotCount> kOneShotCommands;
 

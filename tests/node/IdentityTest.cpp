@@ -160,6 +160,7 @@ TEST_F(Identity, oneShotListGoesToNode0InOrder)
     bmc.expect(kAskVersion, {}).silent();
     bmc.expect(kAskSelfTest, {0, 0x55, 0}).after(std::chrono::seconds(31)); // beyond its exchange
     bmc.expect({0x0a, 0x20}, {0xc1});
+    bmc.expect({0x0a, 0x41}, {0xc1});
     for (const int times : {7, 0, INT_MIN})
         EXPECT_EQ(IpmiIfcDataGet(times), 0);
     EXPECT_EQ(IpmiIfc::getHostOsName(), "n");

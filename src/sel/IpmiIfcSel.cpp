@@ -1,0 +1,283 @@
+// Seeing what changed in the log.
+#include "sel/IpmiIfcSel.h"
+
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "node/IpmiIfcTransport.h"
+#include "node/IpmiNode.h"
+#include "sel/SelCommands.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr std::uint8_t kVersionBits = 0x0f, kOldestVersion = 2;
+constexpr std::uint8_t kVersion51 = 0x51; ///< what IPMI 1.5 and 2.0 logs report
+
+bool isWholeInfo(const ipmiifc_resp* resp)
+{
+    return resp && resp->cc == 0 && resp->datalen >= static_cast<int>(sizeof(ipmiifc_sel_info::bytes)) &&
+           isNode(resp->node);
+}
+
+ipmiifc_sel_info infoOf(const ipmiifc_resp& resp)
+{
+    ipmiifc_sel_info info;
+    std::copy_n(resp.data, sizeof info.bytes, info.bytes);
+    return info;
+}
+
+void setInfo(int node, const ipmiifc_sel_info& info)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::Reference<IpmiSel> before; // goes when the lock has gone
+    TRX::MutexLock hold(self.selLock);
+    before = self.sel.setInfo(info, node);
+}
+
+void dropRecords(int node, bool all)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    SelCache::Records records; // go when the lock has gone
+    TRX::Reference<IpmiSel> summary;
+    TRX::MutexLock hold(self.selLock);
+    records.swap(self.sel.records);
+    if (all)
+        std::swap(summary, self.sel.summary);
+}
+
+/// Keeps what the log can hold, or what a first load may keep if that is more.
+void trimRecords(int node, const ipmiifc_sel_info& info)
+{
+    const int most = std::max(KEEP_SEL_NUMBER.load(), IpmiSel(info, {}, node).getMaxNumberOfRecords());
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    self.sel.trim(static_cast<std::size_t>(std::max(most, 0)));
+}
+
+void readAdditions(int node, const ipmiifc_sel_info& info)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    IpmiIfcSelReserve(node);
+    std::uint16_t last;
+    {
+        TRX::MutexLock hold(self.selLock);
+        last = self.sel.lastRecordId;
+    }
+    IpmiIfcSelReadNew(node, last);
+    setInfo(node, info);
+}
+
+void reload(int node, const ipmiifc_sel_info& info)
+{
+    setInfo(node, info);
+    {
+        IpmiNode& self = g_IpmiNode[node];
+        TRX::MutexLock hold(self.selLock);
+        self.sel.lastRecordId = 0;
+    }
+    IpmiIfcSelReserve(node);
+    dropRecords(node, false);
+    IpmiIfcSelGetAll(node);
+}
+
+bool isReadable(std::uint8_t version)
+{
+    if (version == kVersion51 || (version & kVersionBits) >= kOldestVersion)
+        return true;
+    static std::atomic<bool> _invalid_version_logged{false}; // once per process, not per node: this is meant
+    if (!_invalid_version_logged.exchange(true))
+        TRX::log(LOG_ERR, "IpmiIfcSelGetAll: invalid version. Version = 0x%x", version);
+    return false;
+}
+
+/// Sets a flag for a block.
+class FlagScope
+{
+public:
+    explicit FlagScope(bool& flag) : flag_(flag) { flag_ = true; }
+    ~FlagScope() { flag_ = false; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
+
+private:
+    bool& flag_;
+};
+
+/// Fetches an info for a log of which there is none, and leaves the cache empty. @return 0, or the failed fetch's
+/// result
+int fetchInfo(int node)
+{
+    const FlagScope fetching(g_IpmiNode[node].selFetching);
+    const int result = IpmiIfcSelGetInfo(node, nullptr);
+    if (result == 0)
+        dropRecords(node, false); // the fetch itself may have loaded them
+    return result;
+}
+
+} // namespace
+
+int IpmiIfcSelGetInfo(int node, unsigned short* count)
+{
+    if (!isNode(node))
+        return -2;
+    LoadScope check(g_IpmiNode[node].selGuard); // from the question on: an older answer must not follow a newer one
+    const Response answer = sendCommand(node, kStorage, kGetSelInfo);
+    if (!answer)
+        return -1;
+    const std::uint8_t cc = answer->cc;
+    if (cc != 0 && cc != kCcNodeBusy && cc != kCcNotPresent && cc != kCcSelErasing)
+        TRX::log(LOG_WARNING, "%s: IPMI_CMD_GET_SEL_INFO cc=0x%x", __func__, cc);
+    return isWholeInfo(answer.get()) ? IpmiIfcRhSelInfo(answer.get(), count) : -1;
+}
+
+int IpmiIfcRhSelInfo(ipmiifc_resp* resp, unsigned short* count)
+{
+    if (!isWholeInfo(resp))
+        return -1;
+    const int node = resp->node;
+    IpmiNode& self = g_IpmiNode[node];
+    const ipmiifc_sel_info info = infoOf(*resp);
+    if (count)
+        *count = info.entryCount() & 0xff; // the low byte alone: this is meant
+    LoadScope check(self.selGuard);
+    if (self.selHandling)
+        return 0; // a handler's own check: the next one takes it over
+    const ipmiifc_sel_info before = IpmiIfc::getRawSelHeader(node);
+    const bool isErased = info.eraseTime() != before.eraseTime();
+    if (self.state == IpmiIfc::IPMI_STATE_CLI || isErased)
+        reload(node, info);
+    else if (info.addTime() != before.addTime())
+        readAdditions(node, info);
+    else
+        return 0;
+    trimRecords(node, info);
+    const FlagScope handling(self.selHandling);
+    IpmiIfcSelGenerateEvents(node, before.addTime() != 0 ? before.addTime() : info.addTime());
+    return 0;
+}
+
+int IpmiIfcRhSelInfoNoCount(ipmiifc_resp* resp)
+{
+    return IpmiIfcRhSelInfo(resp, nullptr);
+}
+
+int IpmiIfcRhSelGetAllocInfo(ipmiifc_resp* resp)
+{
+    if (!resp || !isNode(resp->node))
+        return -1;
+    if (resp->cc != 0) {
+        TRX::log(LOG_INFO, "Unable to get alloc info - cc=0x%x", resp->cc);
+        return -1;
+    }
+    ipmiifc_sel_alloc_info allocation; // what was not sent stays 0
+    const int count = std::clamp<int>(resp->datalen, 0, sizeof allocation.bytes);
+    std::copy_n(resp->data, count, allocation.bytes);
+    IpmiNode& self = g_IpmiNode[resp->node];
+    TRX::MutexLock hold(self.selLock);
+    self.sel.allocation = allocation;
+    return 0;
+}
+
+int IpmiIfcSelReserve(int node)
+{
+    const Response answer = sendCommand(node, kStorage, kReserveSel);
+    if (!answer) {
+        TRX::log(LOG_WARNING, "Transmit issue for IPMI SEL Reserve node %d", node);
+        return -1;
+    }
+    if (answer->cc == kCcInvalidCommand)
+        TRX::log(LOG_DEBUG, "node: %d reserve sel command is not supported", node);
+    else if (answer->cc != 0 && answer->cc != kCcNodeBusy)
+        TRX::log(LOG_WARNING, "node: %d reserve sel failed cc 0x%x", node, answer->cc);
+    if (answer->cc == kCcInvalidCommand || answer->cc == kCcNodeBusy)
+        TRX::Clock::get().sleep(SelRetries::kBusySeconds);
+    if (answer->cc != 0 || answer.bytes().size() < std::tuple_size_v<decltype(SelCache::reservation)>)
+        return -1;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    self.sel.reservation = {answer.at(0), answer.at(1), answer.at(2)};
+    return 0;
+}
+
+std::uint16_t selReservation(int node)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.reservationId();
+}
+
+int IpmiIfcSelGetAll(int node)
+{
+    if (!isNode(node))
+        return -1;
+    IpmiNode& self = g_IpmiNode[node];
+    LoadScope check(self.selGuard);
+    if (IpmiIfc::getRawSelHeader(node).version() == 0 && !self.selFetching)
+        if (const int result = fetchInfo(node); result != 0)
+            return result;
+    if (selReservation(node) == 0)
+        IpmiIfcSelReserve(node);
+    const ipmiifc_sel_info info = IpmiIfc::getRawSelHeader(node);
+    if (!isReadable(info.version()))
+        return -1;
+    if (info.entryCount() != 0)
+        return IpmiIfcSelReadAll(node);
+    TRX::log(LOG_ERR, "IpmiIfcSelGetAll: node %d no record count", node);
+    return -1;
+}
+
+void dropSelRecords(int node)
+{
+    dropRecords(node, true);
+}
+
+TRX::Reference<IpmiSel> IpmiIfc::getSel(int node)
+{
+    if (!isNode(node))
+        return {};
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.summary;
+}
+
+ipmiifc_sel_info IpmiIfc::getRawSelHeader(int node)
+{
+    if (!isNode(node))
+        return {};
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.info;
+}
+
+std::vector<TRX::Reference<IpmiSelData>> IpmiIfc::getSelData(int node)
+{
+    if (!isNode(node))
+        return {};
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.records;
+}
+
+TRX::Reference<IpmiSel> IpmiIfc::getSel()
+{
+    return getSel(0);
+}
+
+ipmiifc_sel_info IpmiIfc::getRawSelHeader()
+{
+    return getRawSelHeader(0);
+}
+
+std::vector<TRX::Reference<IpmiSelData>> IpmiIfc::getSelData()
+{
+    return getSelData(0);
+}
+
+} // namespace Ipmi

@@ -1,0 +1,111 @@
+// Who hears of new events.
+#include "node/IpmiNode.h"
+#include "sel/IpmiIfcSel.h"
+#include "sel/SelTime.h"
+
+#include <algorithm>
+
+namespace Ipmi
+{
+
+namespace
+{
+
+constexpr int kNotFound = 2, kBadArgument = 5;
+
+bool isToBeReported(const IpmiSelData& record, std::uint32_t since)
+{
+    return record.isSelEventRecord() && (record.messageTimeStamp() > since || since == kNoSelTime);
+}
+
+/// The first record to be reported from `position` on, and `position` behind it; an empty handle where there is none.
+TRX::Reference<IpmiSelData> nextToReport(IpmiNode& self, std::uint32_t since, std::size_t& position)
+{
+    TRX::MutexLock hold(self.selLock);
+    const auto& records = self.sel.records;
+    while (position < records.size())
+        if (const auto& record = records[position++]; isToBeReported(*record, since))
+            return record;
+    return {};
+}
+
+std::vector<SelHandler> handlersOf(IpmiNode& self)
+{
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.handlers;
+}
+
+bool isRegistered(IpmiNode& self, const SelHandler& handler)
+{
+    TRX::MutexLock hold(self.selLock);
+    return std::ranges::find(self.sel.handlers, handler.serial, &SelHandler::serial) != self.sel.handlers.end();
+}
+
+} // namespace
+
+int IpmiIfcSelGenerateEvents(int node, unsigned int since)
+{
+    if (!isNode(node) || g_IpmiNode[node].state == IpmiIfc::IPMI_STATE_CLI)
+        return 0;
+    std::size_t position = 0;
+    while (const auto record = nextToReport(g_IpmiNode[node], since, position))
+        callSelHandlers(node, record.get());
+    return 0;
+}
+
+void callSelHandlers(int node, IpmiSelData* record)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    // A handler may register and unregister any: those that go before their turn are not called.
+    for (const SelHandler& handler : handlersOf(self))
+        if (isRegistered(self, handler))
+            handler.function(handler.argument, record);
+}
+
+void IpmiIfcSelCleanUpEventHandlers(int node)
+{
+    if (!isNode(node))
+        return;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    self.sel.handlers.clear();
+}
+
+int IpmiIfc::registerSelEventHandler(int node, SelEventHandler handler, void* argument)
+{
+    if (!handler || !isNode(node))
+        return kBadArgument;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    auto& handlers = self.sel.handlers;
+    if (std::ranges::find(handlers, handler, &SelHandler::function) != handlers.end())
+        return kNotFound; // also for one that is there already: this is meant
+    handlers.insert(handlers.begin(), {handler, argument, self.sel.registrations++});
+    return 0;
+}
+
+int IpmiIfc::unRegisterSelEventHandler(int node, SelEventHandler handler)
+{
+    if (!handler || !isNode(node))
+        return kBadArgument;
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    auto& handlers = self.sel.handlers;
+    const auto found = std::ranges::find(handlers, handler, &SelHandler::function);
+    if (found == handlers.end())
+        return kNotFound;
+    handlers.erase(found);
+    return 0;
+}
+
+int IpmiIfc::registerSelEventHandler(SelEventHandler handler, void* argument)
+{
+    return registerSelEventHandler(0, handler, argument);
+}
+
+int IpmiIfc::unRegisterSelEventHandler(SelEventHandler handler)
+{
+    return unRegisterSelEventHandler(0, handler);
+}
+
+} // namespace Ipmi

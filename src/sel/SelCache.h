@@ -1,0 +1,45 @@
+// What a node knows of its system event log, and who wants to hear of new events.
+#pragma once
+
+#include "ipmi/IpmiIfc.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Ipmi
+{
+
+struct SelHandler {
+    SelEventHandler function;
+    void* argument;
+    unsigned int serial; ///< tells a registration from a later one of the same function
+};
+
+struct SelCache {
+    using Records = std::vector<TRX::Reference<IpmiSelData>>;
+
+    ipmiifc_sel_info info;
+    ipmiifc_sel_alloc_info allocation;
+    std::array<std::uint8_t, 3> reservation{}; ///< completion code and id
+    std::uint16_t lastRecordId = 0;            ///< of the record appended last; 0 after a full reload starts
+    Records records;                           ///< oldest first
+    TRX::Reference<IpmiSel> summary;
+    std::vector<SelHandler> handlers; ///< called in this order: registered last, first
+    unsigned int registrations = 0;
+
+    std::uint16_t reservationId() const { return static_cast<std::uint16_t>(reservation[1] | reservation[2] << 8); }
+    /// True when the record appended last has the id 0, which otherwise stands for "nothing read yet".
+    bool endsWithRecordZero() const;
+    /// Appends a record. @return false when memory ran out
+    bool append(const sel_event_record& record, int node);
+    /// Drops the oldest records beyond `most`.
+    void trim(std::size_t most);
+    /// Takes over a new info and makes the summary from it. @return the summary before
+    TRX::Reference<IpmiSel> setInfo(const ipmiifc_sel_info& newInfo, int node);
+    /// Back to nothing known and nobody listening; records and summary stay.
+    void beginLife();
+};
+
+} // namespace Ipmi
