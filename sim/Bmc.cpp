@@ -12,8 +12,8 @@ namespace
 
 const Command* findCommand(std::uint8_t netfn, std::uint8_t cmd)
 {
-    for (const auto table :
-         {appCommands(), chassisCommands(), sensorCommands(), sdrCommands(), selCommands(), fruCommands()}) {
+    for (const auto table : {appCommands(), chassisCommands(), sensorCommands(), eventCommands(), sdrCommands(),
+                             selCommands(), fruCommands()}) {
         for (const Command& command : table) {
             if (command.netfn == netfn && command.cmd == cmd)
                 return &command;
@@ -42,10 +42,7 @@ std::chrono::milliseconds realTime()
 
 } // namespace
 
-Bmc::Bmc(Machine machine, Now now) : now_(now ? std::move(now) : realTime)
-{
-    state_.machine = std::move(machine);
-}
+Bmc::Bmc(Machine machine, Now now) : now_(now ? std::move(now) : realTime), state_(std::move(machine), now_) {}
 
 /// Counts the request; what goes wrong with it, or nothing at all where nobody answers.
 std::optional<Bmc::Faults> Bmc::begin(const Request& request)
@@ -55,7 +52,7 @@ std::optional<Bmc::Faults> Bmc::begin(const Request& request)
         return std::nullopt; // nor is it any fault's turn
     Faults faults = faults_.due(request);
     for (const FaultAction& fault : faults) {
-        applyBefore(fault, state_);
+        applyBefore(fault, request, state_);
         if (fault.silent.count() > 0)
             beginReset(request.address, fault.silent);
     }
@@ -226,6 +223,8 @@ void Bmc::change(const std::function<void(Machine&)>& how)
 {
     const std::lock_guard lock(mutex_);
     how(state_.machine);
+    state_.log.recordsChanged();
+    state_.followAll();
 }
 
 Machine Bmc::machine() const
@@ -234,36 +233,36 @@ Machine Bmc::machine() const
     return state_.machine;
 }
 
-bool Bmc::setRawReading(const SensorKey& key, std::uint8_t raw)
+bool Bmc::changeSensor(const SensorKey& key, const std::function<void(Sensor&)>& how)
 {
     const std::lock_guard lock(mutex_);
     Sensor* sensor = state_.machine.find(key);
     if (sensor == nullptr)
         return false;
-    sensor->raw = RawSource::constant(raw);
-    sensor->flags = static_cast<std::uint8_t>(sensor->flags & ~kReadingUnavailable);
+    how(*sensor);
+    state_.follow(*sensor);
     return true;
+}
+
+bool Bmc::setRawReading(const SensorKey& key, std::uint8_t raw)
+{
+    return changeSensor(key, [raw](Sensor& sensor) {
+        sensor.raw = RawSource::constant(raw);
+        sensor.flags = static_cast<std::uint8_t>(sensor.flags & ~kReadingUnavailable);
+    });
 }
 
 bool Bmc::setStates(const SensorKey& key, std::uint16_t states)
 {
-    const std::lock_guard lock(mutex_);
-    Sensor* sensor = state_.machine.find(key);
-    if (sensor == nullptr)
-        return false;
-    sensor->states = states;
-    return true;
+    return changeSensor(key, [states](Sensor& sensor) { sensor.states = states; });
 }
 
 bool Bmc::setUnavailable(const SensorKey& key, bool unavailable)
 {
-    const std::lock_guard lock(mutex_);
-    Sensor* sensor = state_.machine.find(key);
-    if (sensor == nullptr)
-        return false;
-    sensor->flags =
-        static_cast<std::uint8_t>((sensor->flags & ~kReadingUnavailable) | (unavailable ? kReadingUnavailable : 0));
-    return true;
+    return changeSensor(key, [unavailable](Sensor& sensor) {
+        sensor.flags =
+            static_cast<std::uint8_t>((sensor.flags & ~kReadingUnavailable) | (unavailable ? kReadingUnavailable : 0));
+    });
 }
 
 void Bmc::touchRepository()
@@ -297,10 +296,72 @@ void Bmc::loseReservations()
     state_.loseReservations();
 }
 
-void Bmc::addSelRecord(SelRecord record)
+std::optional<Bytes> Bmc::eventAfter(std::uint64_t& seen) const
 {
     const std::lock_guard lock(mutex_);
-    state_.addSelRecord(record);
+    const auto event = state_.events.after(seen);
+    seen = state_.events.count();
+    return event ? std::optional(Bytes(event->begin(), event->end())) : std::nullopt;
+}
+
+bool Bmc::logsEvents() const
+{
+    const std::lock_guard lock(mutex_);
+    return state_.eventLogging;
+}
+
+void Bmc::setEventLogging(bool on)
+{
+    const std::lock_guard lock(mutex_);
+    state_.eventLogging = on;
+}
+
+std::uint16_t Bmc::addEvent(const SelRecord& record)
+{
+    const std::lock_guard lock(mutex_);
+    return state_.raiseEvent(record);
+}
+
+std::uint16_t Bmc::addSelRecord(const SelRecord& record)
+{
+    const std::lock_guard lock(mutex_);
+    return state_.log.add(record);
+}
+
+bool Bmc::deleteSelRecord(std::uint16_t id)
+{
+    const std::lock_guard lock(mutex_);
+    return state_.log.remove(id).has_value();
+}
+
+void Bmc::clearSel()
+{
+    const std::lock_guard lock(mutex_);
+    state_.log.clear();
+}
+
+std::uint32_t Bmc::selTime() const
+{
+    const std::lock_guard lock(mutex_);
+    return state_.now();
+}
+
+void Bmc::setSelTime(std::uint32_t seconds)
+{
+    const std::lock_guard lock(mutex_);
+    state_.clock.set(seconds);
+}
+
+void Bmc::keepSelJournal(bool on)
+{
+    const std::lock_guard lock(mutex_);
+    state_.log.keepJournal(on);
+}
+
+SelJournal Bmc::selJournal() const
+{
+    const std::lock_guard lock(mutex_);
+    return state_.log.journal();
 }
 
 } // namespace Sim

@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +26,8 @@ public:
     using Now = std::function<std::chrono::milliseconds()>;
     using Counts = std::map<std::pair<std::uint8_t, std::uint8_t>, std::uint64_t>; ///< by netfn and cmd
 
-    /// `now` never goes back; without one, real time. It says when a reset controller answers again.
+    /// `now` never goes back; without one, real time. It says when a reset controller answers again, and it drives the
+    /// clock that events are stamped with.
     explicit Bmc(Machine machine, Now now = {});
 
     /// Answers one request; a controller that the machine does not have stays silent.
@@ -33,6 +35,9 @@ public:
     /// Counts, logs and spoils messaging commands like all others.
     Answer handleMessaging(const Request& request, const std::function<Bytes()>& carryOut) override;
     bool isIpmb(std::uint8_t channel) const override;
+    std::optional<Bytes> eventAfter(std::uint64_t& seen) const override;
+    bool logsEvents() const override;
+    void setEventLogging(bool on) override;
 
     /// Replaces all faults and their counters; an empty plan ends them.
     void setFaults(FaultPlan plan);
@@ -55,7 +60,7 @@ public:
     void keepLog(bool on);
     std::vector<Request> log() const;
 
-    /// Any change to the machine, made between two requests.
+    /// Any change to the machine, made between two requests. Sensors that read otherwise then send their events.
     void change(const std::function<void(Machine&)>& how);
     /// A copy of the machine as it is now.
     Machine machine() const;
@@ -74,8 +79,22 @@ public:
     void putSdr(const Bytes& record);
     /// Cancels the SDR and SEL reservations.
     void loseReservations();
-    /// Appends an event with the next free record id.
-    void addSelRecord(SelRecord record);
+
+    /// An event of the BMC's own: logged under the next record id with the time now, where records of its type have
+    /// one, and put where Read Event Message Buffer finds it. Its id; 0: the log is full, or event logging is off.
+    std::uint16_t addEvent(const SelRecord& record);
+    /// Appends a record under the next id and otherwise as it is; its id, or 0 when the log is full.
+    std::uint16_t addSelRecord(const SelRecord& record);
+    /// Somebody else deletes a record, or clears the log. False: no such record.
+    bool deleteSelRecord(std::uint16_t id);
+    void clearSel();
+    /// The clock that events are stamped with, in seconds since 1970.
+    std::uint32_t selTime() const;
+    void setSelTime(std::uint32_t seconds);
+    /// Keeps every change to the event log from now on, or stops and forgets them; those of change() are not among
+    /// them.
+    void keepSelJournal(bool on);
+    SelJournal selJournal() const;
 
     static constexpr std::size_t kLogSize = 100'000;
 
@@ -88,12 +107,13 @@ private:
     void note(const Request& request);
     void beginReset(std::uint8_t address, std::chrono::milliseconds silence);
     bool isSilent(std::uint8_t address) const;
+    bool changeSensor(const SensorKey& key, const std::function<void(Sensor&)>& how);
 
     mutable std::mutex mutex_;
+    Now now_;
     BmcState state_;
     FaultPlan faults_;
     std::chrono::milliseconds latency_{0};
-    Now now_;
     std::map<std::uint8_t, std::chrono::milliseconds> silentUntil_; ///< by address
     Counts counts_;
     std::uint64_t total_ = 0;

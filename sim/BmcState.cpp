@@ -2,9 +2,9 @@
 
 #include "sim/Command.h"
 #include "sim/SdrLayout.h"
+#include "sim/SensorEvents.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace Sim
 {
@@ -23,16 +23,17 @@ template <typename Records> std::uint16_t freeId(const Records& records)
 
 } // namespace
 
+BmcState::BmcState(Machine machineOf, SelClock::Steady steady)
+    : machine(std::move(machineOf)), clock(std::move(steady)), log(machine, clock)
+{
+    followAll(); // as the machine is at first, nothing has happened
+}
+
 std::uint16_t BmcState::newReservation()
 {
     if (++lastReservation == 0)
         ++lastReservation;
     return lastReservation;
-}
-
-std::uint32_t BmcState::now() const
-{
-    return static_cast<std::uint32_t>(static_cast<std::int64_t>(std::time(nullptr)) + selClockOffset);
 }
 
 void BmcState::touchRepository()
@@ -77,16 +78,36 @@ void BmcState::addOemSdr()
     touchRepository();
 }
 
-std::uint16_t BmcState::addSelRecord(SelRecord record)
+std::uint16_t BmcState::raiseEvent(SelRecord record, bool always)
 {
-    const std::uint16_t id = freeId(machine.sel);
-    if (id == 0)
-        return 0;
-    record[0] = static_cast<std::uint8_t>(id & 0xff);
-    record[1] = static_cast<std::uint8_t>(id >> 8);
-    machine.sel.push_back(record);
-    machine.selAddTime = std::max(machine.selAddTime + 1, now());
+    constexpr std::uint16_t kNotLogged = 0xffff;
+    record = log.stamped(record);
+    const std::uint16_t id = always || eventLogging ? log.add(record) : std::uint16_t{0};
+    setId(record, id == 0 ? kNotLogged : id);
+    events.push(record);
     return id;
+}
+
+void BmcState::follow(Sensor& sensor)
+{
+    const std::vector<SensorEvent> events = takeEvents(sensor);
+    const std::uint8_t channel = machine.channelOf(sensor.key.owner);
+    if (events.empty() || machine.presenceOf(channel, sensor.key.owner) != Presence::answers)
+        return;
+    for (const SensorEvent& event : events)
+        raiseEvent(recordOf(sensor, event, channel));
+}
+
+void BmcState::followAll()
+{
+    for (auto& [key, sensor] : machine.sensors)
+        follow(sensor);
+}
+
+void BmcState::loseReservations()
+{
+    sdrReservation = 0;
+    log.cancelReservation();
 }
 
 void BmcState::reset()
@@ -94,6 +115,7 @@ void BmcState::reset()
     loseReservations();
     systemInfo.clear();
     systemInfoProgress = 0;
+    eventLogging = true;
 }
 
 } // namespace Sim

@@ -1,7 +1,9 @@
 // What a simulated BMC remembers between requests.
 #pragma once
 
-#include "sim/Machine.h"
+#include "sim/EventQueue.h"
+#include "sim/SelClock.h"
+#include "sim/SelLog.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,21 +19,44 @@ struct Limits {
     std::size_t fru = 255; ///< Read FRU Data, image bytes
 };
 
+/// What Partial Add SEL Entry has been given of a record.
+struct PartialSelEntry {
+    std::uint16_t id = 0; ///< of the record that it becomes; 0: there is none
+    SelRecord record{};
+    std::size_t size = 0;
+};
+
+/// IPMI 2.0, Set and Get Last Processed Event ID.
+struct LastProcessedEvents {
+    std::uint16_t bySoftware = 0;
+    std::uint16_t byBmc = 0;
+};
+
+inline constexpr std::uint16_t kNoUtcOffset = 0x07ff; ///< Get SEL Time UTC Offset: unspecified
+
 struct BmcState {
+    explicit BmcState(Machine machineOf, SelClock::Steady steady);
+    BmcState(const BmcState&) = delete;
+    BmcState& operator=(const BmcState&) = delete;
 
     Machine machine;
+    SelClock clock;
+    SelLog log;
+    EventQueue events{};      ///< for the event message buffers
+    bool eventLogging = true; ///< Set BMC Global Enables, System Event Logging
     Limits limits{};
     std::uint16_t sdrReservation = 0; ///< 0: none given, or cancelled
-    std::uint16_t selReservation = 0;
     std::uint16_t lastReservation = 0;
-    std::int64_t selClockOffset = 0;            ///< seconds from the host's clock, set by Set SEL Time
+    PartialSelEntry partialSel{};
+    std::uint16_t selUtcOffset = kNoUtcOffset;
+    LastProcessedEvents lastProcessed{};
     std::map<std::uint8_t, Bytes> systemInfo{}; ///< parameter: bytes of set 0, set 1, ... one after another
     std::uint8_t systemInfoProgress = 0;
     std::map<std::uint8_t, std::uint64_t> asked{}; ///< requests to each satellite, by its address
 
     std::uint16_t newReservation();
     /// Seconds since 1970 on the BMC's clock.
-    std::uint32_t now() const;
+    std::uint32_t now() const { return clock.now(); }
     /// The repository was changed: a newer addition time, and its reservation is cancelled.
     void touchRepository();
     /// Removes the record with that id; false: no such record.
@@ -39,9 +64,14 @@ struct BmcState {
     void removeLastSdr();
     /// Appends a record that says nothing, under the next free record id.
     void addOemSdr();
-    /// Appends an event under the next free record id, which is returned; 0 when there is none left.
-    std::uint16_t addSelRecord(SelRecord record);
-    void loseReservations() { sdrReservation = selReservation = 0; }
+    /// An event has happened: it is logged with the time now and comes into the event message buffers. Its record id; 0
+    /// when it is not logged.
+    /// @param always  logged even while system event logging is off, as what comes over the system interface is
+    std::uint16_t raiseEvent(SelRecord record, bool always = false);
+    /// Raises the events that the sensor's last reading and states make.
+    void follow(Sensor& sensor);
+    void followAll();
+    void loseReservations();
     /// The BMC starts anew: what it has in memory alone is lost.
     void reset();
 

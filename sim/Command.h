@@ -29,6 +29,7 @@ enum Completion : std::uint8_t {
     kIllegalForSensor = 0xcd,
     kReservationCancelled = 0xc5,
     kOutOfSpace = 0xc4,
+    kErasing = 0x81, ///< command specific: a clear of the event log goes on
 };
 
 inline constexpr std::uint8_t kChassisNetfn = 0x00, kSensorNetfn = 0x04, kAppNetfn = 0x06, kStorageNetfn = 0x0a;
@@ -50,6 +51,7 @@ std::span<const Command> chassisCommands();
 std::span<const Command> sensorCommands();
 std::span<const Command> sdrCommands();
 std::span<const Command> selCommands();
+std::span<const Command> eventCommands();
 std::span<const Command> fruCommands();
 
 // Answers and requests as bytes.

@@ -22,11 +22,22 @@ enum class RepositoryChange : std::uint8_t {
     recordAdded,   ///< an OEM record, at the end
 };
 
+/// What somebody else does to the event log.
+enum class SelChange : std::uint8_t {
+    none,
+    recordAdded,   ///< an event that says nothing
+    recordDeleted, ///< the oldest one
+    askedDeleted,  ///< the one that Get SEL Entry asks for; of other requests, the oldest one
+    cleared,
+    timeBack, ///< its clock is set an hour back
+};
+
 /// What happens to a request and its answer. Several at once apply in the order of the members.
 struct FaultAction {
     // Before the command is handled:
     bool lostReservation = false; ///< SDR and SEL reservations are cancelled
     RepositoryChange repository = RepositoryChange::none;
+    SelChange sel = SelChange::none;
     /// The controller asked resets: for this long, this request included, it does not answer, and what it has in memory
     /// alone is lost. The others are reached through the BMC and are silent with it.
     std::chrono::milliseconds silent{0};
@@ -49,7 +60,7 @@ struct FaultAction {
 };
 
 /// The first part of an action, on the BMC (not `silent`, which needs a clock).
-void applyBefore(const FaultAction& action, BmcState& state);
+void applyBefore(const FaultAction& action, const Request& request, BmcState& state);
 /// The rest of it, on the answer to `request`.
 void applyAfter(const FaultAction& action, const Request& request, Answer& answer);
 

@@ -21,6 +21,14 @@ constexpr Name kRepositoryChanges[] = {
     {"record_added", static_cast<std::uint8_t>(RepositoryChange::recordAdded)},
 };
 
+constexpr Name kSelChanges[] = {
+    {"record_added", static_cast<std::uint8_t>(SelChange::recordAdded)},
+    {"record_deleted", static_cast<std::uint8_t>(SelChange::recordDeleted)},
+    {"asked_deleted", static_cast<std::uint8_t>(SelChange::askedDeleted)},
+    {"cleared", static_cast<std::uint8_t>(SelChange::cleared)},
+    {"time_back", static_cast<std::uint8_t>(SelChange::timeBack)},
+};
+
 std::optional<std::uint8_t> optionalByte(JsonObject& json, const char* name)
 {
     return json.has(name) ? std::optional{json.byte(name)} : std::nullopt;
@@ -50,6 +58,8 @@ FaultAction parseAction(JsonObject& json)
     action.repository = static_cast<RepositoryChange>(
         json.named("repository", kRepositoryChanges, static_cast<std::uint8_t>(RepositoryChange::none),
                    static_cast<std::uint8_t>(RepositoryChange::recordAdded)));
+    action.sel = static_cast<SelChange>(json.named("sel", kSelChanges, static_cast<std::uint8_t>(SelChange::none),
+                                                   static_cast<std::uint8_t>(SelChange::timeBack)));
     action.silent = duration(json, "silent_ms");
     action.noAnswer = json.flag("no_answer", false);
     action.completionCode = optionalByte(json, "completion_code");

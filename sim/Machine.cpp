@@ -120,6 +120,12 @@ Presence Machine::presenceOf(std::uint8_t channel, std::uint8_t address) const
     return owner ? Presence::answers : Presence::silent;
 }
 
+std::uint8_t Machine::channelOf(std::uint8_t address) const
+{
+    const auto found = controllers.find(address);
+    return found == controllers.end() ? std::uint8_t{0} : found->second.channel;
+}
+
 bool Machine::isIpmb(std::uint8_t channel) const
 {
     constexpr std::uint8_t kHighestIpmb = 0x0b;

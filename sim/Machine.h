@@ -102,15 +102,21 @@ struct Sensor {
     std::uint16_t deassertionEvents = 0;
     Bytes factors; ///< M, B, accuracy and exponents: 6 bytes of a full record, for Get Sensor Reading Factors
     std::uint64_t readings = 0;
+    bool autoRearm = true;                      ///< false: an event happens once until it is armed again
+    std::optional<std::uint16_t> eventStates{}; ///< event offsets that are asserted; absent: not looked at yet
+    std::uint16_t assertedEvents = 0;           ///< event status: what was asserted and not armed again
+    std::uint16_t deassertedEvents = 0;
 
     bool hasThresholds() const { return eventType == 0x01; }
     /// Raw reading as a number that can be compared, by format.
     int ordered(std::uint8_t rawReading) const;
+    /// The raw byte that was read last, or the one that will be read first.
+    std::uint8_t lastRaw() const { return raw.at(readings == 0 ? 0 : readings - 1); }
     /// Threshold comparison bits for a raw reading, readable thresholds only.
     std::uint8_t crossedThresholds(std::uint8_t rawReading) const;
 };
 
-inline constexpr std::size_t kSelRecordSize = 16;
+inline constexpr std::size_t kSelRecordSize = 16, kMostSelRecords = 0xfffe;
 using SelRecord = std::array<std::uint8_t, kSelRecordSize>;
 
 /// The simulated server. Plain data: a copy is another server.
@@ -132,15 +138,20 @@ struct Machine {
     std::map<std::uint8_t, Controller> controllers; ///< satellites by slave address
     std::map<std::uint8_t, Bytes> fru;              ///< images by FRU device id
 
-    std::vector<SelRecord> sel;
+    std::vector<SelRecord> sel;     ///< in the order of their addition, with their own record ids
+    std::size_t selCapacity = 3639; ///< records that the log has room for, up to kMostSelRecords
     std::uint32_t selAddTime = 0;
     std::uint32_t selEraseTime = 0xffffffff; ///< unspecified
     bool selOverflow = false;
+    std::uint64_t selClearAsks = 0;            ///< so many answers say that a clear goes on
+    std::chrono::milliseconds selClearTime{0}; ///< for so long it goes on
 
     Sensor* find(const SensorKey& key);
     const Sensor* find(const SensorKey& key) const;
     /// How an address answers: the BMC and even sensor owners do on any channel, satellites on theirs, others never.
     Presence presenceOf(std::uint8_t channel, std::uint8_t address) const;
+    /// Where an address is: 0 but for satellites on other channels.
+    std::uint8_t channelOf(std::uint8_t address) const;
     /// True when this channel is an IPMB: channel 0, and those where satellites and other sensor owners are.
     bool isIpmb(std::uint8_t channel) const;
 };

@@ -14,7 +14,7 @@ namespace Sim
 namespace
 {
 
-constexpr std::size_t kMostControllers = 127, kMostFru = 256, kMostSel = 3639, kMostFields = 32;
+constexpr std::size_t kMostControllers = 127, kMostFru = 256, kMostFields = 32;
 
 /// Exactly N bytes of a field, or what was there before when it is missing.
 template <std::size_t N> void parseArray(JsonObject& json, const char* name, std::array<std::uint8_t, N>& into)
@@ -130,10 +130,25 @@ void parseFrus(JsonObject& json, Machine& machine)
     }
 }
 
+/// The log's room, its times, and how long a clear takes.
+void parseSelBehaviour(JsonObject& json, Machine& machine)
+{
+    constexpr std::int64_t kMostAsks = 1'000'000, kLongestClear = 3'600'000;
+    const auto present = static_cast<std::int64_t>(machine.sel.size()), most = std::int64_t{kMostSelRecords};
+    const auto usual = static_cast<std::int64_t>(machine.selCapacity);
+    machine.selCapacity = static_cast<std::size_t>(
+        json.integer("sel_capacity", std::max<std::int64_t>(present, 1), most, std::max(present, usual)));
+    machine.selOverflow = json.flag("sel_overflow", false);
+    machine.selClearAsks = static_cast<std::uint64_t>(json.integer("sel_clear_asks", 0, kMostAsks, 0));
+    machine.selClearTime = std::chrono::milliseconds(json.integer("sel_clear_ms", 0, kLongestClear, 0));
+    machine.selAddTime = static_cast<std::uint32_t>(json.integer("sel_add_time", 0, 0xffffffff, 0));
+    machine.selEraseTime = static_cast<std::uint32_t>(json.integer("sel_erase_time", 0, 0xffffffff, 0xffffffff));
+}
+
 /// An event log of 16-byte records in hexadecimal, each with its own id.
 void parseSel(JsonObject& json, Machine& machine)
 {
-    for (const auto& [element, place] : json.elements("sel", kMostSel)) {
+    for (const auto& [element, place] : json.elements("sel", kMostSelRecords)) {
         const auto bytes = element->is_string() ? parseHex(element->get_ref<const std::string&>()) : std::nullopt;
         if (!bytes || bytes->size() != kSelRecordSize)
             throw BadFile(place + ": must be a text of 16 hexadecimal bytes");
@@ -141,8 +156,7 @@ void parseSel(JsonObject& json, Machine& machine)
         std::copy_n(bytes->begin(), record.size(), record.begin());
         machine.sel.push_back(record);
     }
-    machine.selAddTime = static_cast<std::uint32_t>(json.integer("sel_add_time", 0, 0xffffffff, 0));
-    machine.selEraseTime = static_cast<std::uint32_t>(json.integer("sel_erase_time", 0, 0xffffffff, 0xffffffff));
+    parseSelBehaviour(json, machine);
 }
 
 } // namespace

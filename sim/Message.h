@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace Sim
@@ -17,6 +18,8 @@ struct Request {
     std::uint8_t netfn = 0;
     std::uint8_t cmd = 0;
     std::vector<std::uint8_t> data;
+    std::uint8_t requester = 0x20; ///< on an IPMB: slave address and LUN of whoever asks
+    std::uint8_t requesterLun = 0;
 };
 
 /// One answer: completion code first, or none at all.
@@ -42,6 +45,12 @@ public:
     {
         return {.bytes = carryOut()};
     }
+    /// The oldest event (a record of 16 bytes) that came after the first `seen` that ever happened; `seen` is then the
+    /// number of them all, for an event message buffer takes one and misses the others.
+    virtual std::optional<std::vector<std::uint8_t>> eventAfter(std::uint64_t& /*seen*/) const { return std::nullopt; }
+    /// System event logging, of the BMC global enables.
+    virtual bool logsEvents() const { return true; }
+    virtual void setEventLogging(bool /*on*/) {}
     /// Whether Send Message finds an IPMB at this channel.
     virtual bool isIpmb(std::uint8_t channel) const
     {

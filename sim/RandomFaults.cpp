@@ -58,9 +58,17 @@ FaultAction changedRepository(Dice& dice)
     return {.repository = oneOf(kChanges, dice)};
 }
 
+FaultAction changedSel(Dice& dice)
+{
+    static constexpr std::array kChanges{SelChange::recordAdded, SelChange::recordDeleted, SelChange::askedDeleted,
+                                         SelChange::cleared, SelChange::timeBack};
+    return {.sel = oneOf(kChanges, dice)};
+}
+
 struct Kind {
     std::string_view name;
     FaultAction (*source)(Dice&);
+    bool onlyByName = false; ///< not among those that happen when none are named
 };
 
 constexpr Kind kKinds[] = {
@@ -74,13 +82,16 @@ constexpr Kind kKinds[] = {
     {"lengthen_to", [](Dice&) { return FaultAction{.lengthenTo = kLongerThanAnyRecordPart}; }},
     {"cut_to", [](Dice& dice) { return FaultAction{.cutTo = place(dice)}; }},
     {"delay_ms", [](Dice& dice) { return FaultAction{.delay = lateness(dice)}; }},
+    {"sel", changedSel, true},
 };
 
 std::vector<FaultSource> allSources()
 {
     std::vector<FaultSource> all;
-    for (const Kind& kind : kKinds)
-        all.emplace_back(kind.source);
+    for (const Kind& kind : kKinds) {
+        if (!kind.onlyByName)
+            all.emplace_back(kind.source);
+    }
     return all;
 }
 

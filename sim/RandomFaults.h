@@ -38,7 +38,7 @@ std::vector<std::string_view> faultNames();
 class RandomFaults
 {
 public:
-    /// Every kind there is.
+    /// Every kind there is, but for those that change the event log.
     RandomFaults(std::uint64_t seed, unsigned perMille);
     /// `sources` are equally likely; there must be one.
     RandomFaults(std::uint64_t seed, unsigned perMille, std::vector<FaultSource> sources);

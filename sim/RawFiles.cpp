@@ -163,10 +163,13 @@ void applySel(Machine& machine, const std::string& path)
     const Bytes bytes = readFile(path);
     if (bytes.size() % kSelRecordSize != 0)
         throw BadFile(path + ": not a whole number of " + std::to_string(kSelRecordSize) + "-byte records");
+    if (bytes.size() > kMostSelRecords * kSelRecordSize)
+        throw BadFile(path + ": too many records");
     machine.sel.assign(bytes.size() / kSelRecordSize, {});
     for (std::size_t i = 0; i < machine.sel.size(); ++i)
         std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(i * kSelRecordSize), kSelRecordSize,
                     machine.sel[i].begin());
+    machine.selCapacity = std::max(machine.selCapacity, machine.sel.size());
 }
 
 } // namespace

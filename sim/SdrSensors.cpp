@@ -13,6 +13,8 @@ using namespace SdrLayout;
 namespace
 {
 
+constexpr std::uint8_t kRearmsItself = 0x40; ///< sensor capabilities
+
 /// A record byte; 0 past its end, as records may be cut.
 std::uint8_t at(const Bytes& record, std::size_t offset)
 {
@@ -102,6 +104,7 @@ Sensor sensorOf(const Bytes& record)
     sensor.eventType = at(record, kEventType);
     sensor.assertionEvents = wordAt(record, kAssertions) & 0x7fff;
     sensor.deassertionEvents = wordAt(record, kDeassertions) & 0x7fff;
+    sensor.autoRearm = (at(record, kCapabilities) & kRearmsItself) != 0;
     if (isFull(record))
         takeFactors(sensor, record);
     if (sensor.hasThresholds()) {

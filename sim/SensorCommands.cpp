@@ -1,5 +1,6 @@
 // IPMI 2.0: sensor device commands. The request's address and LUN choose the owner.
 #include "sim/Command.h"
+#include "sim/SensorEvents.h"
 
 #include <algorithm>
 
@@ -20,7 +21,11 @@ using SensorHandler = Bytes (*)(Sensor& sensor, const Request& request);
 template <SensorHandler handler> Bytes onSensor(BmcState& state, const Request& request)
 {
     Sensor* sensor = sensorOf(state, request);
-    return sensor == nullptr ? Bytes{kNotPresent} : handler(*sensor, request);
+    if (sensor == nullptr)
+        return {kNotPresent};
+    Bytes answer = handler(*sensor, request);
+    state.follow(*sensor); // it may have moved, or what it is compared with
+    return answer;
 }
 
 std::uint16_t statesOf(const Sensor& sensor, std::uint8_t raw)
@@ -121,17 +126,24 @@ Bytes setEventEnable(Sensor& sensor, const Request& request)
     return {kOk};
 }
 
-/// Events follow the readings at once here, so that there is nothing to arm again.
-Bytes rearmEvents(Sensor&, const Request&)
+Bytes rearmEvents(Sensor& sensor, const Request& request)
 {
+    constexpr std::uint8_t kSelected = 0x80;
+    if ((request.data[1] & kSelected) == 0) {
+        rearm(sensor, 0xffff, 0xffff);
+        return {kOk};
+    }
+    Bytes masks(request.data.begin() + 2, request.data.end());
+    masks.resize(4); // mask bytes not sent select nothing
+    rearm(sensor, wordAt(masks, 0), wordAt(masks, 2));
     return {kOk};
 }
 
 Bytes getEventStatus(Sensor& sensor, const Request&)
 {
     Bytes answer{kOk, sensor.flags};
-    putWord(answer, statesOf(sensor, sensor.raw.at(sensor.readings)));
-    putWord(answer, 0);
+    putWord(answer, sensor.assertedEvents & sensor.assertionEvents);
+    putWord(answer, sensor.deassertedEvents & sensor.deassertionEvents);
     return answer;
 }
 

@@ -23,7 +23,7 @@ constexpr std::size_t kLongestFrame = 32; ///< on an IPMB, IPMB 1.0
 } // namespace
 
 SystemInterface::SystemInterface(Responder& controllers, Now now)
-    : controllers_(controllers), now_(std::move(now)), globalEnables_(kEventLogging | kMessageInterrupt)
+    : controllers_(controllers), now_(std::move(now)), globalEnables_(kMessageInterrupt)
 {
 }
 
@@ -46,6 +46,7 @@ const SystemInterface::Command* SystemInterface::find(const Request& request)
 
 Answer SystemInterface::handle(const Request& request)
 {
+    takeEvent();
     const Command* command = find(request);
     if (command == nullptr)
         return controllers_.handle(request);
@@ -74,7 +75,8 @@ Bytes SystemInterface::sendMessage(const Bytes& data)
         return {kInvalidLength};
     if (!frame->intact)
         return {kOk}; // this is meant: the BMC sends it, and nobody on the bus takes it
-    const Answer got = controllers_.handle({channel, frame->to, frame->toLun, frame->netfn, frame->cmd, frame->data});
+    const Answer got = controllers_.handle(
+        {channel, frame->to, frame->toLun, frame->netfn, frame->cmd, frame->data, frame->from, frame->fromLun});
     // A response that is not for the BMC's software goes elsewhere.
     if (got.answered && frame->from == kBmcAddress && frame->fromLun == kSystemSoftwareLun)
         queue(channel, frame->response(got.bytes), now_() + std::max(got.delay, Milliseconds(0)));
@@ -127,21 +129,40 @@ Bytes SystemInterface::readEventMessageBuffer(const Bytes&)
 
 Bytes SystemInterface::setGlobalEnables(const Bytes& data)
 {
-    globalEnables_ = data[0];
+    globalEnables_ = static_cast<std::uint8_t>(data[0] & ~kEventLogging);
+    controllers_.setEventLogging((data[0] & kEventLogging) != 0);
     return {kOk};
 }
 
 Bytes SystemInterface::getGlobalEnables(const Bytes&)
 {
-    return {kOk, globalEnables_};
+    return {kOk, static_cast<std::uint8_t>(globalEnables_ | (controllers_.logsEvents() ? kEventLogging : 0))};
 }
 
 bool SystemInterface::putEvent(const Bytes& record)
 {
-    if ((globalEnables_ & kEventMessageBuffer) == 0 || !event_.empty())
+    if (!takesEvents())
         return false;
     event_ = record;
     return true;
+}
+
+bool SystemInterface::takesEvents() const
+{
+    return (globalEnables_ & kEventMessageBuffer) != 0 && event_.empty();
+}
+
+/// The BMC's own events; those that find the buffer occupied or not enabled are in the log alone.
+void SystemInterface::takeEvent()
+{
+    if (const auto event = controllers_.eventAfter(eventsSeen_))
+        putEvent(*event);
+}
+
+bool SystemInterface::eventWaits() const
+{
+    std::uint64_t seen = eventsSeen_;
+    return !event_.empty() || (takesEvents() && controllers_.eventAfter(seen));
 }
 
 bool SystemInterface::messageWaits() const
@@ -151,7 +172,7 @@ bool SystemInterface::messageWaits() const
 
 bool SystemInterface::attention() const
 {
-    return messageWaits() || !event_.empty();
+    return messageWaits() || eventWaits();
 }
 
 std::optional<SystemInterface::Milliseconds> SystemInterface::nextDue() const

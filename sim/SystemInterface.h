@@ -58,12 +58,16 @@ private:
     Bytes getGlobalEnables(const Bytes&);
     void queue(std::uint8_t channel, const IpmbFrame& response, Milliseconds due);
     bool messageWaits() const;
+    bool eventWaits() const;
+    bool takesEvents() const;
+    void takeEvent();
 
     Responder& controllers_;
     Now now_;
     std::multimap<Milliseconds, Bytes> messages_; ///< by the time when they are there: as Get Message gives them
     Bytes event_;                                 ///< the event message buffer; empty: none
-    std::uint8_t globalEnables_;
+    std::uint64_t eventsSeen_ = 0;                ///< of those that happened at the BMC
+    std::uint8_t globalEnables_;                  ///< without event logging, which is the BMC's and not the interface's
 };
 
 } // namespace Sim

@@ -3,6 +3,7 @@
 #include "sim/JsonReader.h"
 #include "sim/RawFiles.h"
 #include "sim/cli/ControlClient.h"
+#include "sim/cli/EventWords.h"
 #include "sim/cli/Failure.h"
 #include "sim/control/ControlServer.h"
 
@@ -24,7 +25,8 @@ constexpr const char* kExamples = R"(Examples:
   trx-bmcsim ctl set 'CPU Temp' 96.5
   trx-bmcsim ctl set 0x0a --states 0x0002
   trx-bmcsim ctl faults plan.json; trx-bmcsim ctl faults none
-  trx-bmcsim ctl counters --clear)";
+  trx-bmcsim ctl counters --clear
+  trx-bmcsim ctl event 'CPU Temp' --offset 9 --count 100; trx-bmcsim ctl sel)";
 
 /// A number of C notation, or of Python's: anything that strtod takes whole, but finite.
 double numberFrom(const std::string& text)
@@ -73,6 +75,8 @@ struct CtlVerb::Words {
     std::string folder, sensor, value, raw, states, plan;
     bool unavailable = false, clear = false, asJson = false;
     unsigned int latency = 0;
+    EventWords event;
+    SelWords sel;
 
     json setRequest() const;
     json faultsRequest() const;
@@ -123,11 +127,13 @@ CtlVerb::CtlVerb(CLI::App& app)
     CLI::App* counters = ctl_.add_subcommand("counters", "How often each command was asked");
     counters->add_flag("--clear", words.clear, "Counts from zero again");
     CLI::App* sensors = ctl_.add_subcommand("sensors", "Lists the sensors");
-    for (CLI::App* verb : {counters, sensors})
+    CLI::App* event = words.event.addTo(ctl_);
+    CLI::App* sel = words.sel.addTo(ctl_);
+    for (CLI::App* verb : {counters, sensors, event, sel})
         verb->add_flag("--json", words.asJson, "As JSON");
     CLI::App* latency = ctl_.add_subcommand("latency", "Time that each answer takes from now on");
     latency->add_option("MS", words.latency, "Milliseconds")->required();
-    for (CLI::App* verb : {set, faults, counters, sensors, latency})
+    for (CLI::App* verb : {set, faults, counters, sensors, latency, event, sel})
         verb->fallthrough();
 }
 
@@ -145,6 +151,10 @@ void CtlVerb::run() const
         request["clear"] = words_->clear;
     if (verb == "latency")
         request["ms"] = words_->latency;
+    if (verb == "event")
+        request = words_->event.request();
+    if (verb == "sel")
+        request = words_->sel.request();
     const json answer = askSimulator(words_->folder, request);
     if (words_->asJson)
         std::cout << answer.dump() << '\n';
@@ -152,6 +162,10 @@ void CtlVerb::run() const
         printSensors(answer);
     else if (verb == "counters")
         printCounters(answer);
+    else if (verb == "event")
+        printLogged(answer);
+    else if (verb == "sel")
+        printEventLog(answer);
     else if (verb == "set")
         std::cout << listed(answer.at("sensor")) << '\n';
 }

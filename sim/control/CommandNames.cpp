@@ -21,6 +21,8 @@ constexpr CommandName kNames[] = {
     {0x0002, "Chassis Control"},
     {0x0401, "Get Event Receiver"},
     {0x0402, "Platform Event"},
+    {0x0414, "Set Last Processed Event ID"},
+    {0x0415, "Get Last Processed Event ID"},
     {0x0420, "Get Device SDR Info"},
     {0x0421, "Get Device SDR"},
     {0x0422, "Reserve Device SDR Repository"},
@@ -69,10 +71,13 @@ constexpr CommandName kNames[] = {
     {0x0a42, "Reserve SEL"},
     {0x0a43, "Get SEL Entry"},
     {0x0a44, "Add SEL Entry"},
+    {0x0a45, "Partial Add SEL Entry"},
     {0x0a46, "Delete SEL Entry"},
     {0x0a47, "Clear SEL"},
     {0x0a48, "Get SEL Time"},
     {0x0a49, "Set SEL Time"},
+    {0x0a5c, "Get SEL Time UTC Offset"},
+    {0x0a5d, "Set SEL Time UTC Offset"},
 };
 static_assert(std::ranges::is_sorted(kNames, std::less<>(), &CommandName::code));
 

@@ -2,6 +2,7 @@
 
 #include "sim/JsonReader.h"
 #include "sim/control/CommandNames.h"
+#include "sim/control/EventControl.h"
 #include "sim/control/NamedSensor.h"
 
 #include <exception>
@@ -23,13 +24,15 @@ std::uint8_t rawFor(const NamedSensor& sensor, double value, JsonObject& request
     return sensor.scale->nearestRaw(value);
 }
 
-/// A reading makes the sensor available again, and its states those of its thresholds.
+/// A reading makes the states of a sensor with thresholds what the thresholds say.
 void setRaw(Bmc& bmc, const NamedSensor& sensor, std::uint8_t raw)
 {
-    bmc.setRawReading(sensor.key, raw);
-    bmc.change([&sensor](Machine& machine) {
-        if (Sensor* found = machine.find(sensor.key); found && found->hasThresholds())
-            found->states.reset();
+    bmc.change([&](Machine& machine) {
+        Sensor& found = *machine.find(sensor.key);
+        found.raw = RawSource::constant(raw);
+        found.flags = static_cast<std::uint8_t>(found.flags & ~kReadingUnavailable);
+        if (found.hasThresholds())
+            found.states.reset();
     });
 }
 
@@ -107,8 +110,8 @@ struct Verb {
     std::string_view name;
     json (*carryOut)(Bmc&, JsonObject&);
 };
-constexpr Verb kVerbs[] = {
-    {"set", set}, {"faults", faults}, {"counters", counters}, {"sensors", sensors}, {"latency", latency}};
+constexpr Verb kVerbs[] = {{"set", set},         {"faults", faults},   {"counters", counters}, {"sensors", sensors},
+                           {"latency", latency}, {"event", addEvents}, {"sel", eventLog}};
 
 json carryOut(Bmc& bmc, std::string_view line)
 {
@@ -122,7 +125,7 @@ json carryOut(Bmc& bmc, std::string_view line)
         answer["ok"] = true;
         return answer;
     }
-    request.fail("do", "must be set, faults, counters, sensors or latency");
+    request.fail("do", "must be set, faults, counters, sensors, latency, event or sel");
 }
 
 } // namespace

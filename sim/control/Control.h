@@ -14,8 +14,9 @@ class Control
 public:
     explicit Control(Bmc& bmc) : bmc_(bmc) {}
 
-    /// Carries out one request, {"do": "set" | "faults" | "counters" | "sensors" | "latency", ...}. The answer is one
-    /// line: {"ok": true, ...}, or {"error": "..."} for a request that cannot be carried out and changed nothing.
+    /// Carries out one request, {"do": "set" | "faults" | "counters" | "sensors" | "latency" | "event" | "sel", ...}.
+    /// The answer is one line: {"ok": true, ...}, or {"error": "..."} for a request that cannot be carried out and
+    /// changed nothing.
     std::string answer(std::string_view request);
 
 private:

@@ -41,32 +41,69 @@ std::optional<SensorScale> scaleOf(const Bytes& record)
     return scale;
 }
 
-/// What a shared record adds to its name for the sensor `share`: IPMI 2.0, id string instance modifier.
-std::string modifier(const Bytes& record, unsigned share)
+/// Where records of a sensor have what is looked at here; 0: they have no such part.
+struct Layout {
+    std::size_t sensorType, eventType, share, idCode;
+};
+
+/// Nullopt: no sensor's record.
+std::optional<Layout> layoutOf(const Bytes& record)
 {
-    if (record[kType] != kCompactType || record.size() <= Compact::kShareOffset || sensorCount(record) < 2)
+    switch (record.size() > kType ? record[kType] : 0) {
+    case kFullType:
+        return Layout{kSensorType, kEventType, 0, Full::kIdCode};
+    case kCompactType:
+        return Layout{kSensorType, kEventType, Compact::kShare, Compact::kIdCode};
+    case kEventOnlyType:
+        return Layout{EventOnly::kSensorType, EventOnly::kEventType, EventOnly::kShare, EventOnly::kIdCode};
+    default:
+        return std::nullopt;
+    }
+}
+
+/// What a shared record adds to its name for the sensor `share`: IPMI 2.0, id string instance modifier.
+std::string modifier(const Bytes& record, const Layout& layout, unsigned share)
+{
+    if (layout.share == 0 || record.size() <= layout.share + 1 || sensorCount(record) < 2)
         return {};
-    const bool alphabetic = (record[Compact::kShare] & 0x30) == 0x10;
-    const unsigned number = (record[Compact::kShareOffset] & 0x7fU) + share;
+    const bool alphabetic = (record[layout.share] & 0x30) == 0x10;
+    const unsigned number = (record[layout.share + 1] & 0x7fU) + share;
     return alphabetic ? std::string(1, static_cast<char>('A' + number % 26)) : std::to_string(number);
 }
 
-std::string nameIn(const Bytes& record)
+std::string nameIn(const Bytes& record, const Layout& layout)
 {
-    const std::size_t start = record[kType] == kFullType ? Full::kIdCode : Compact::kIdCode;
-    return start < record.size() ? Ipmi::decodeIdString(std::span(record).subspan(start)) : std::string();
+    return layout.idCode < record.size() ? Ipmi::decodeIdString(std::span(record).subspan(layout.idCode))
+                                         : std::string();
 }
 
 /// Adds the sensors of one record, those before it first.
 void addSensors(const Bytes& record, std::map<SensorKey, NamedSensor>& named)
 {
-    if (record.size() <= kUnits || (record[kType] != kFullType && record[kType] != kCompactType))
+    const auto layout = layoutOf(record);
+    if (!layout || record.size() <= layout->eventType)
         return;
     for (unsigned share = 0; share < sensorCount(record); ++share) {
         const SensorKey key{record[kOwner], static_cast<std::uint8_t>(record[kLun] & 3),
                             static_cast<std::uint8_t>(record[kNumber] + share)};
-        named.try_emplace(key, NamedSensor{key, nameIn(record) + modifier(record, share), scaleOf(record)});
+        named.try_emplace(key, NamedSensor{key, nameIn(record, *layout) + modifier(record, *layout, share),
+                                           record[layout->sensorType], record[layout->eventType], scaleOf(record)});
     }
+}
+
+/// All that send events; where an event-only record has the key of a sensor with a reading, that sensor.
+std::map<SensorKey, NamedSensor> sensorsByKey(const Machine& machine)
+{
+    std::map<SensorKey, NamedSensor> named;
+    for (const bool eventOnly : {false, true}) {
+        for (const Bytes& record : machine.sdr) {
+            if ((record.size() > kType && record[kType] == kEventOnlyType) == eventOnly)
+                addSensors(record, named);
+        }
+    }
+    for (const auto& [key, sensor] : machine.sensors)
+        named.try_emplace(key, NamedSensor{key, {}, sensor.type, sensor.eventType});
+    return named;
 }
 
 struct Address {
@@ -101,24 +138,9 @@ template <typename Matches> std::vector<NamedSensor> those(const std::vector<Nam
     return found;
 }
 
-} // namespace
-
-std::vector<NamedSensor> namedSensors(const Machine& machine)
+/// The one of them that a user means.
+NamedSensor oneOf(const std::vector<NamedSensor>& all, std::string_view what)
 {
-    std::map<SensorKey, NamedSensor> named;
-    for (const Bytes& record : machine.sdr)
-        addSensors(record, named);
-    std::vector<NamedSensor> all;
-    for (const auto& [key, sensor] : machine.sensors) {
-        const auto found = named.find(key);
-        all.push_back(found == named.end() ? NamedSensor{key, {}} : found->second);
-    }
-    return all;
-}
-
-NamedSensor findSensor(const Machine& machine, std::string_view what)
-{
-    const std::vector<NamedSensor> all = namedSensors(machine);
     auto found = those(all, [what](const NamedSensor& sensor) { return sensor.name == what; });
     const auto address = parseAddress(what);
     if (found.empty() && address)
@@ -131,6 +153,31 @@ NamedSensor findSensor(const Machine& machine, std::string_view what)
     const std::string quoted = '"' + std::string(what) + '"';
     throw BadFile(found.empty() ? "no sensor " + quoted + "; trx-bmcsim ctl sensors lists them"
                                 : "several sensors are " + quoted + "; name one as NUMBER@OWNER/LUN");
+}
+
+} // namespace
+
+std::vector<NamedSensor> namedSensors(const Machine& machine)
+{
+    std::vector<NamedSensor> all;
+    for (const auto& [key, sensor] : sensorsByKey(machine)) {
+        if (machine.sensors.contains(key))
+            all.push_back(sensor);
+    }
+    return all;
+}
+
+NamedSensor findSensor(const Machine& machine, std::string_view what)
+{
+    return oneOf(namedSensors(machine), what);
+}
+
+NamedSensor findEventSource(const Machine& machine, std::string_view what)
+{
+    std::vector<NamedSensor> all;
+    for (const auto& [key, sensor] : sensorsByKey(machine))
+        all.push_back(sensor);
+    return oneOf(all, what);
 }
 
 } // namespace Sim

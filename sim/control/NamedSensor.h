@@ -12,17 +12,21 @@
 namespace Sim
 {
 
-/// A sensor that can be read, and what its record tells about it.
+/// A sensor and what its record tells about it.
 struct NamedSensor {
     SensorKey key;
     std::string name;
+    std::uint8_t type = 0;              ///< sensor type code
+    std::uint8_t eventType = 0;         ///< event/reading type code
     std::optional<SensorScale> scale{}; ///< of full records
 };
 
-/// In the order of their keys; those without a record have no name.
+/// Those that can be read, in the order of their keys; those without a record have no name.
 std::vector<NamedSensor> namedSensors(const Machine& machine);
 
-/// The sensor that a user means by NAME or NUMBER[@OWNER[/LUN]]. Throws BadFile: none, or several.
+/// The sensor with a reading that a user means by NAME or NUMBER[@OWNER[/LUN]]. Throws BadFile: none, or several.
 NamedSensor findSensor(const Machine& machine, std::string_view what);
+/// Likewise among all that can send events, event-only sensors too.
+NamedSensor findEventSource(const Machine& machine, std::string_view what);
 
 } // namespace Sim

@@ -42,7 +42,9 @@ Frame::Header answerHeader(const Frame::Header& request)
 
 Device::Device(Responder& responder, Now now)
     : responder_(responder), now_(std::move(now)),
-      handler_(*this, now_, [this](const UserRequest& request, const Bytes& got) { answer(request, got); })
+      handler_(
+          *this, now_, [this](const UserRequest& request, const Bytes& got) { answer(request, got); },
+          [this](const Bytes& record) { event(record); })
 {
 }
 

@@ -70,6 +70,9 @@ private:
     Answer handle(const Request& request) override;
     Answer handleMessaging(const Request& request, const std::function<Bytes()>& carryOut) override;
     bool isIpmb(std::uint8_t channel) const override { return responder_.isIpmb(channel); }
+    std::optional<Bytes> eventAfter(std::uint64_t& seen) const override { return responder_.eventAfter(seen); }
+    bool logsEvents() const override { return responder_.logsEvents(); }
+    void setEventLogging(bool on) override { responder_.setEventLogging(on); }
     /// Before an answer leaves: what it says of the device.
     Answer noted(Answer answer);
 

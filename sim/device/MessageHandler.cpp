@@ -11,8 +11,9 @@ namespace
 {
 
 constexpr int kDriver = 0;
-constexpr std::uint8_t kNetfnApp = 0x06, kGetMessageFlags = 0x31, kGetMessage = 0x33, kSendMessage = 0x34;
-constexpr std::uint8_t kBmcAddress = 0x20, kSystemSoftwareLun = 2, kReceiveMessage = 0x01;
+constexpr std::uint8_t kNetfnApp = 0x06, kGetMessageFlags = 0x31, kGetMessage = 0x33, kSendMessage = 0x34,
+                       kReadEventMessageBuffer = 0x35;
+constexpr std::uint8_t kBmcAddress = 0x20, kSystemSoftwareLun = 2, kReceiveMessage = 0x01, kEventBuffer = 0x02;
 constexpr std::uint8_t kTimeout = 0xc3;
 /// After these from Send Message the driver waits for an answer and sends again, as if nothing were wrong.
 constexpr std::array<std::uint8_t, 5> kSent{0x00, 0x81, 0x82, 0x83, 0xc0};
@@ -21,8 +22,9 @@ constexpr std::chrono::milliseconds kPause{100};
 
 } // namespace
 
-MessageHandler::MessageHandler(Responder& controllers, SystemInterface::Now now, Deliver deliver)
-    : interface_(controllers, now), now_(std::move(now)), deliver_(std::move(deliver))
+MessageHandler::MessageHandler(Responder& controllers, SystemInterface::Now now, Deliver deliver,
+                               std::function<void(const Bytes&)> event)
+    : interface_(controllers, now), now_(std::move(now)), deliver_(std::move(deliver)), event_(std::move(event))
 {
 }
 
@@ -106,8 +108,20 @@ void MessageHandler::takeFlags(const Answer& answer)
 {
     const Bytes& bytes = answer.bytes;
     fetchFrom_ = now_() + kPause;
-    if (answer.answered && bytes.size() > 1 && bytes[0] == 0 && (bytes[1] & kReceiveMessage) != 0)
+    const std::uint8_t flags = answer.answered && bytes.size() > 1 && bytes[0] == 0 ? bytes[1] : std::uint8_t{0};
+    if ((flags & kReceiveMessage) != 0)
         ask(kGetMessage, &MessageHandler::takeMessage);
+    else if ((flags & kEventBuffer) != 0)
+        ask(kReadEventMessageBuffer, &MessageHandler::takeEvent);
+}
+
+void MessageHandler::takeEvent(const Answer& answer)
+{
+    const Bytes& bytes = answer.bytes;
+    if (!answer.answered || bytes.size() < 2 || bytes[0] != 0)
+        return;
+    fetchFrom_ = now_();
+    event_({bytes.begin() + 1, bytes.end()});
 }
 
 /// Reads on until the queue is empty.

@@ -35,7 +35,9 @@ public:
     using Bytes = std::vector<std::uint8_t>;
     using Deliver = std::function<void(const UserRequest& request, const Bytes& answer)>;
 
-    MessageHandler(Responder& controllers, SystemInterface::Now now, Deliver deliver);
+    /// `event` gets the records that the BMC has put into its event message buffer.
+    MessageHandler(Responder& controllers, SystemInterface::Now now, Deliver deliver,
+                   std::function<void(const Bytes&)> event);
 
     void send(UserRequest request);
     /// How many requests of a user are not answered yet.
@@ -74,6 +76,7 @@ private:
     void messageSent(std::uint8_t sequence, std::uint64_t id, const Answer& answer);
     void takeFlags(const Answer& answer);
     void takeMessage(const Answer& answer);
+    void takeEvent(const Answer& answer);
     void deliverResponse(std::uint8_t channel, const IpmbFrame& frame);
     void finishMessage(std::uint8_t sequence, const Bytes& answer);
     bool mayFetch() const;
@@ -81,6 +84,7 @@ private:
     SystemInterface interface_;
     SystemInterface::Now now_;
     Deliver deliver_;
+    std::function<void(const Bytes&)> event_;
     std::optional<Running> running_;
     std::deque<Command> commands_;
     std::map<std::uint8_t, Message> messages_; ///< by sequence number

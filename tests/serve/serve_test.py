@@ -16,7 +16,10 @@ HOSTILE = [b"", b"{", b"7", b"[]", b"{}", b'{"do": 3}', b'{"do": "fly"}', b"\xff
            b'{"do": "set", "sensor": "CPU Temp"}', b'{"do": "set", "sensor": "CPU Temp", "value": 1e999}',
            b'{"do": "set", "sensor": "CPU Temp", "raw": 256}', b'{"do": "set", "sensor": "CPU Temp", "raw": 1, "value": 1}',
            b'{"do": "set", "sensor": "\xff", "raw": 1}', b'{"do": "latency", "ms": -1}', b'{"do": "faults", "plan": "{}"}',
-           b'{"do": "faults", "plan": 1}', b'{"do": "counters", "clear": "yes"}', b"x" * 70000]
+           b'{"do": "faults", "plan": 1}', b'{"do": "counters", "clear": "yes"}', b'{"do": "event"}',
+           b'{"do": "event", "sensor": "CPU Temp"}', b'{"do": "event", "raw": "00"}', b'{"do": "event", "sensor": "Fan 1", "offset": 16}',
+           b'{"do": "event", "sensor": "Fan 1", "offset": 1, "number": 3}', b'{"do": "sel", "time": -1}', b'{"do": "sel", "clean": true}',
+           b"x" * 70000]
 
 
 class ServeTest(unittest.TestCase):
@@ -68,6 +71,15 @@ class ServeTest(unittest.TestCase):
             (["set", "0x01@0x82", "--raw", "40"], "Node Temp +0x28"), (["set", "2@130/1", "--raw", "40"], "Node Power +0x28"),
             (["set", "DIMM 2", "--states", "2"], "0x0f  DIMM 2 .*0x0002"), (["set", "Fan 1", "--unavailable"], r"Fan 1 +- "),
             (["latency", "0"], "^$"), (["faults", plan], "^$"), (["faults", "none"], "^$"), (["counters", "--clear"], "total +"),
+            (["sel", "--clear", "--time", "1600000000"], "0 of 3639 records; its clock says 2020-09-13 12:26:40 UTC$"),
+            (["event", "GPU Temp", "--offset", "9"], "logged 1, the last as record 0x0001$"), (["sel"], "20 00 04 01 39 01 59 5f 5f$"),
+            (["event", "BIOS POST", "--offset", "2", "--data", "13"], "0x0002$"), (["sel"], "41 00 04 0f 06 6f c2 13 ff$"),
+            (["event", "Node Power", "--offset", "7", "--deassert", "--data", "0a", "0b"], "0x0003$"),
+            (["sel"], "82 01 04 03 02 81 57 0a 0b$"),
+            (["event", "--raw", "99 99 c5 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d", "--count", "300"], "logged 300, .* 0x012f$"),
+            (["sel"], "^2f 01 c5 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d$"), (["set", "CPU Temp", "60"], "."),
+            (["event", "0", "--offset", "1", "--count", "9999"], "logged 3336,"), (["sel"], "some were lost"),
+            (["event", "0", "--offset", "1"], "^not logged"), (["sel", "--clear"], "^0 of 3639 records;"),
         ]
         mistakes = [
             (["set", "Temp", "3"], "several sensors"), (["set", "999", "3"], "no sensor"), (["set", "0@0x84", "3"], "no sensor"),
@@ -75,6 +87,8 @@ class ServeTest(unittest.TestCase):
             (["set", "CPU Temp", "nan"], "no number"), (["set", "CPU Status", "3"], "no factors"),
             (["set", "CPU Temp", "--raw", "300"], "raw"), (["faults", "/dev/null"], "/dev/null"),
             (["faults", self.root + "/none"], "No such file"), (["latency", "-1"], "MS"), ([], "subcommand"), (["fly"], "."),
+            (["event", "CPU Temp"], "event takes"), (["event", "3", "--offset", "1", "--raw", "00"], "event takes"),
+            (["event", "Nobody", "--offset", "1"], "no sensor"), (["event", "--raw", "00"], "16 bytes"), (["sel", "--time", "x"], "time"),
         ]
         for arguments, printed in rows:
             with self.subTest(arguments=arguments):

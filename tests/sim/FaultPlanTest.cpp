@@ -156,6 +156,8 @@ TEST_F(SimFaultPlan, RandomFaultsOfTheKindsNamed)
 {
     EXPECT_EQ(Dice(0).next(), 0xe220a8397b1dcdaf) << "as published: a seed means the same everywhere";
     const Bytes good = ask(bmc, "0a 23 0 0 1 0 0 1e");
+    const auto eventLog = [&] { return std::pair(bmc.selJournal().size(), bmc.selTime()); };
+    bmc.keepSelJournal(true);
     for (const std::string_view name : faultNames()) {
         const std::string random = R"({"random": {"seed": 7, "per_mille": 500, "cmd": 35, "from": 11, "faults": [")" +
                                    std::string(name) + R"("]}})";
@@ -163,8 +165,9 @@ TEST_F(SimFaultPlan, RandomFaultsOfTheKindsNamed)
         int wrong = 0, early = 0;
         for (int i = 0; i < 110; ++i) {
             const Bytes reserved = ask(bmc, "0a 22");
+            const auto before = eventLog();
             const Answer answer = exchange(bmc, 0x0a, 0x23, {reserved.at(1), reserved.at(2), 1, 0, 0, 30});
-            (i < 10 ? early : wrong) += answer.bytes != good || answer.delay.count() != 0;
+            (i < 10 ? early : wrong) += answer.bytes != good || answer.delay.count() != 0 || eventLog() != before;
         }
         EXPECT_TRUE(early == 0 && wrong > 20 && wrong < 70) << name << ' ' << wrong;
     }
@@ -195,7 +198,7 @@ TEST_F(SimFaultPlan, BadPlans)
          ".random: \"faults\" must have one or more; leave it out for all there are"},
         {R"({"random": {"seed": 1, "per_mille": 1, "faults": [{"cut_to": 1}, "cut"]}})",
          ".random.faults[1]: must be an action {...} or one of: lost_reservation, repository, no_answer, "
-         "completion_code, other_record_id, next_id, change, lengthen_to, cut_to, delay_ms"},
+         "completion_code, other_record_id, next_id, change, lengthen_to, cut_to, delay_ms, sel"},
     };
     for (const auto& [text, message] : rows)
         EXPECT_EQ(complaint([text = text] { parseFaultPlan(text, "plan"); }), std::string("plan") + message) << text;

@@ -31,6 +31,7 @@ TEST(SimMachineFile, Complaints)
         {R"({"sdr": [{"name": "x"}]})", ".sdr[0]: \"number\" is missing"},
         {R"({"fru": [{"device": 1, "product": [3]}]})", ".fru[0].product[0]: must be a text"},
         {R"({"sel": ["00"]})", ".sel[0]: must be a text of 16 hexadecimal bytes"},
+        {R"({"sel": [], "sel_capacity": 65535})", ": \"sel_capacity\" must be a whole number from 1 to 65534"},
         {R"({"identity": {"self_test": "55"}})", ".identity: \"self_test\" must have 2 bytes"},
         {R"({"controllers": [{"address": 33}]})", ".controllers[0]: \"address\" must be even, an 8-bit slave address"},
         {R"({"controllers": [{"address": 2}, {"address": 2}]})",
