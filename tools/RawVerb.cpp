@@ -8,7 +8,6 @@
 #include "Verbs.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <memory>
@@ -83,7 +82,7 @@ void print(const Command& command, const Reply& reply)
                       kExitRefused);
     writeOut(fmt::format("{:02x}\n", fmt::join(reply.data, " ")));
     if (reply.maybeCut)
-        std::fputs("trx-ipmi: as long as an answer can be here: there may have been more of it\n", stderr);
+        complain("as long as an answer can be here: there may have been more of it");
 }
 
 int run(const Options& options, const Command& command)

@@ -32,12 +32,12 @@ static_assert(kM + 2 == kB && kMin + 12 == kIdCode); // thresholds, hysteresis a
 
 namespace Compact
 {
-inline constexpr std::size_t kIdCode = 31;
+inline constexpr std::size_t kSharing = 23, kIdCode = 31;
 }
 
 namespace EventOnly
 {
-inline constexpr std::size_t kSensorType = 10, kEventType = 11, kIdCode = 16;
+inline constexpr std::size_t kSensorType = 10, kEventType = 11, kSharing = 12, kIdCode = 16;
 }
 
 // Entity association records: the container, flags, and four members or two ranges of them.

@@ -161,4 +161,10 @@ void writeOut(std::string_view text)
         throw Failure(std::string("cannot write to standard output: ") + std::strerror(errno));
 }
 
+void complain(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::fprintf(stderr, "trx-ipmi: %s\n", printable(text).c_str());
+}
+
 } // namespace Tool

@@ -31,5 +31,7 @@ std::string cutTo(std::string_view line, std::size_t columns);
 
 /// Writes to standard output. Throws Failure when that is not possible.
 void writeOut(std::string_view text);
+/// Writes "trx-ipmi: " and the text, as one printable line, to standard error.
+void complain(std::string text);
 
 } // namespace Tool

@@ -8,8 +8,6 @@
 #include "ipmi/IpmiRecords.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <fmt/format.h>
 #include <memory>
@@ -32,6 +30,7 @@ constexpr const char* kExamples = R"(Examples:
   trx-ipmi raw 0x04 0x2d 0x01          Get Sensor Reading of sensor 1
   trx-ipmi sdr list                    the repository's records
   trx-ipmi sdr dump sdr.bin            the same, raw, into a file
+  trx-ipmi sel --last 20               the newest events of the log; trx-ipmi sel info tells of the log
 
 Exit status: 0 done; 1 the BMC refused a raw command; 2 anything else, with one line that says why.)";
 
@@ -65,13 +64,13 @@ void describe(CLI::App& app, Options& options)
     addInfoVerb(app, options);
     addRawVerb(app, options);
     addSdrVerb(app, options);
+    addSelVerb(app, options);
     app.footer(kExamples); // after the verbs, which would inherit it
 }
 
-int complain(std::string line, int exitStatus)
+int give(const std::string& line, int exitStatus)
 {
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "trx-ipmi: %s\n", printable(line).c_str());
+    complain(line);
     return exitStatus;
 }
 
@@ -85,10 +84,11 @@ int run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error); // help, version
-        return complain(std::string(error.what()) + " (trx-ipmi --help shows how)", kExitMistake);
+        return give(std::string(error.what()) + " (trx-ipmi --help shows how)", kExitMistake);
     }
     if (!options.run)
-        throw Failure("no verb: give sensors, entities, info, raw, sdr list or sdr dump (trx-ipmi --help shows how)");
+        throw Failure(
+            "no verb: give sensors, entities, info, raw, sdr list, sdr dump or sel (trx-ipmi --help shows how)");
     if (!options.machine.empty() && options.node != 0)
         throw Failure("--sim simulates node 0 only: leave --node out");
     if (!options.machine.empty())
@@ -105,12 +105,12 @@ int main(int argc, char** argv)
     try {
         return Tool::run(argc, argv);
     } catch (const Tool::Failure& failure) {
-        return Tool::complain(failure.what(), failure.exitStatus());
+        return Tool::give(failure.what(), failure.exitStatus());
     } catch (const Ipmi::CmpiStatus& status) {
-        return Tool::complain(
+        return Tool::give(
             fmt::format("the library gave up with code {}; the system log says why", static_cast<int>(status.rc())),
             Tool::kExitMistake);
     } catch (const std::exception& error) {
-        return Tool::complain(error.what(), Tool::kExitMistake);
+        return Tool::give(error.what(), Tool::kExitMistake);
     }
 }

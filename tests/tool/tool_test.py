@@ -26,6 +26,11 @@ def run(*args, sim=None, text=True, **more):
     return subprocess.run(command, capture_output=True, text=text, timeout=120, check=False, **more)
 
 
+def event(number, time, sensor, what, data, generator=0x20, revision=4):
+    """A record of the event log; sensor: type and number; what: event type, with bit 7 for deassertions."""
+    return struct.pack("<HBIHB3B", number, 2, time, generator, revision, *sensor, what) + bytes(data)
+
+
 def split(repository):
     """Its records, one by one."""
     while repository:
@@ -92,6 +97,18 @@ class ToolTest(unittest.TestCase):
             *(([self.sim, "sensors", "--entity", entity], r"no entity .* here: there are .*System Board 1 \(7\.1\), ")
               for entity in ("7.99", "7.1.1", "0x100", "Board", "\033")),
             (["--sim=no-such-machine", "sensors"], "no-such-machine"),  # the simulator's own line
+            *((["sel", "--last", number], "--last|not in range") for number in ("0", "65536", "-1", "x", "")),
+            *((["sel", "--since", time], "is no time: give") for time in (
+                "now", "2024", "2024-02-30", "2024-01-31T25:00", "2024-01-31 12:00 x", "\033", "")),
+            *((["sel", "--delete", number], "no record id") for number in ("0", "65535", "0x1ffff", "-1", "x", "")),
+            (["sel", "--clear"], "no terminal to ask on: give --yes"), (["sel", "--yes"], "--yes requires --clear"),
+            (["sel", "--clear", "--yes", "--last", "5"], "--last excludes --clear"),
+            (["sel", "--delete", "5", "--clear"], "excludes"), (["sel", "info", "--last", "5"], "--last does not go"),
+            (["sel", "decode"], "FILE is required"), (["sel", "decode", missing], "cannot read .*: No such file"),
+            (["sel", "decode", missing, "--clear", "--yes"], "--clear does not go with sel decode"),
+            (["sel", "decode", self.folder], "cannot read .*: Is a directory"),
+            (["sel", "decode", "/dev/zero"], "too long"), (["sel", "decode", TOOL], "too long|no saved log"),
+            (["sel", "--save", missing + "/file"], "cannot write .*: No such file"),
         ]
         for args, pattern in rows:
             with self.subTest(args=args[:6]):
@@ -305,7 +322,7 @@ class ToolTest(unittest.TestCase):
         self.assertNotIn("AGE", text[0])
         self.assertRegex(text[2], r"(?m)^0x20/0  0x02  Fan 1  .* [0-9]+ s$")
         result = run(self.sim, *watch, "--entity=29.1", env={**os.environ, "LC_ALL": "C"})
-        self.assertRegex(result.stdout, r"pass 3\nNUM  .*HISTORY\n0x02  Fan 1  .*  ok  .*  [_.:=+*#-]{3}\n")
+        self.assertRegex(result.stdout, r"pass 3\nNUM  .*HISTORY.*\n0x02  Fan 1  .*  ok  .*  [_.:=+*#-]{3}( .*)?\n")
 
     def test_watch_on_terminal(self):
         when = [(rb"pass 3", lambda fd: termios.tcsetwinsize(fd, (6, 80))),
@@ -322,13 +339,94 @@ class ToolTest(unittest.TestCase):
             self.assertTrue(all(line.endswith("\033[K") for line in frame[:lines - 1]))
         self.assertRegex(frames[-1][2], r"CPU Temp .* ok +[\u2581-\u2588]{5,}")
 
+    def log(self, *records):
+        """Options of the simulator for a log; seven records when none are named."""
+        path = pathlib.Path(self.folder, "log.bin")
+        path.write_bytes(b"".join(records or (event(i, 1704616448, (1, 0), 1, (9, 0, 0)) for i in range(1, 8))))
+        return [*self.machine, "--sel", path]
+
+    def test_sel(self):
+        keys = ["id", "type", "time", "generator", "sensor_type", "sensor_number", "sensor_name", "event_type",
+                "offset", "asserted", "caption", "severity", "raw"]
+        time, cpu = 1704615488, (1, 0)  # CPU Temp
+        oem = bytes(range(0x21, 0x2e))
+        rows = [  # record; what the table has behind the time; some of the JSON
+            (event(1, time, cpu, 1, (0x57, 90, 85)),
+             r"CPU Temp +Temperature Upper Non-critical going high +asserted +non-critical",
+             {"caption": "Assert + Temperature Upper Non-critical going high", "severity": 5, "offset": 7,
+              "generator": 32, "sensor_type": 1, "sensor_number": 0, "sensor_name": "CPU Temp", "event_type": 1,
+              "asserted": True}),
+            (event(2, time, cpu, 0x81, (0x52, 8, 9)),
+             r"CPU Temp +Temperature Lower Critical going low +deasserted +critical",
+             {"caption": "Deassert + Temperature Lower Critical going low ", "severity": 6, "asserted": False}),
+            (event(3, time, cpu, 1, (11, 0, 0)), r"CPU Temp +.* Upper Non-recoverable going high .* +non-recoverable",
+             {"severity": 7}),
+            (event(4, time, (12, 15), 0x6f, (1, 0, 0)), r"DIMM 2 +Memory Uncorrectable ECC +asserted +-",
+             {"sensor_name": "DIMM 2", "severity": 0}),
+            (event(5, time, (4, 5), 1, (2, 0, 0), generator=0x0182), r"Node Fan +Fan Lower Critical going low ", {}),
+            (event(6, time, (12, 15), 0x6f, (1, 0, 0), generator=0x7020), r"sensor 0x0f +Memory ",
+             {"sensor_name": None}),
+            (event(7, time, (0x2a, 15), 0x6f, (3, 0, 0)), r"DIMM 2 +Session Audit disabled after invalid passwords ",
+             {"caption": "Assert + "}),
+            (event(8, time, cpu, 0x72, (0xfe, 1, 2)), r"CPU Temp +Temperature offset 14 +asserted +-",
+             {"caption": None, "offset": 14, "event_type": 0x72}),
+            (event(9, time, cpu, 1, (9, 0, 0), revision=3), r"CPU Temp +Temperature upper critical going high .*critical",
+             {"caption": None, "severity": 6}),
+            (struct.pack("<HBI", 10, 0xc0, time) + oem[4:], r"OEM 0xc0 +25 26 27 28 29 2a 2b 2c 2d +- +-",
+             dict.fromkeys(keys[3:12])),
+            (struct.pack("<HB", 11, 0xe0) + oem, r"OEM 0xe0 +21 22 23 .* 2d +- +-", {"time": None, "type": 0xe0}),
+            (struct.pack("<HB", 12, 0x05) + oem, r"type 0x05 +21 22 23 .* 2d +- +-", {"time": None, "type": 5}),
+            (event(13, 12, cpu, 1, (9, 0, 0)), "CPU Temp ", {"time": None, "uptime_seconds": 12}),
+            (event(14, 0xffffffff, cpu, 1, (9, 0, 0)), "CPU Temp ", {"time": None}),
+        ]
+        times = {11: "-", 12: "-", 13: r"pre-init \+12 s", 14: "unknown"}
+        sim = self.log(*(record for record, _, _ in rows))
+        zone = {**os.environ, "TZ": "XYZ-05:30"}
+        for option, written, shown in (((), "2024-01-07T13:48:08+05:30", "2024-01-07 13:48:08"),
+                                       (("--utc",), "2024-01-07T08:18:08Z", "2024-01-07 08:18:08")):
+            text, records = (run("sel", *option, *form, sim=sim, env=zone).stdout for form in (("--raw",), ("--json",)))
+            titles, *lines = text.splitlines()
+            self.assertRegex(titles, r"\AID +TIME.* +SENSOR +EVENT +DIRECTION +SEVERITY +RAW\Z")
+            for row, line, found in zip(rows, lines, json.loads(records)["sel"], strict=True):
+                with self.subTest(id=found["id"], option=option):
+                    time = times.get(found["id"], shown)
+                    self.assertRegex(line, rf"\A0x{found['id']:04x}  {time} +{row[1]}.*  {row[0].hex(' ')}\Z")
+                    expected = {"time": written, **row[2], "raw": row[0].hex(" ")}
+                    self.assertEqual({key: found[key] for key in expected}, expected)
+                    self.assertEqual(list(found)[:len(keys)], keys)
+
+    def test_sel_selection(self):
+        """On ids without gaps, and on those that deletions leave, where the library jumps to a wrong record or none."""
+        logs = (range(1, 21), [*range(1, 11), *range(15, 25)], [1, 2, *range(101, 119)])
+        rows = [  # arguments; which of 20 records, one an hour, fifth and last without a time
+            ([], range(20)), (["--last", "1"], [19]), (["--last=7"], range(13, 20)), (["--last", "20"], range(20)),
+            (["--last", "65535"], range(20)), (["--since", "1970-01-01"], range(20)),
+            (["--since=2024-01-01T04:00:00Z"], range(3, 20)), (["--since", "2024-01-01 04:00"], range(8, 20)),
+            (["--since", "2024-01-01 04:00:01", "--utc"], range(5, 20)), (["--since", "2024-01-02"], []),
+            (["--since=2024-01-01T09:00:00+05:00", "--last", "10"], range(10, 20)),
+        ]
+        environment = {**os.environ, "CIM_IPMI_SEL_ENTRIES": "5", "TZ": "XYZ+05:00"}
+        for ids in logs:
+            records = [event(number, 1704067200 + 3600 * (i + 1), (1, 0), 1, (9, 0, 0)) for i, number in enumerate(ids)]
+            for i in (4, 19):
+                records[i] = event(ids[i], 12, (1, 0), 1, (9, 0, 0))
+            sim = self.log(*records)
+            for args, wanted in rows:
+                for verb in (["sel"], ["sel", "decode", sim[-1]]):
+                    with self.subTest(ids=ids, args=args, verb=verb):
+                        result = run("--json", *verb, *args, sim=sim, env=environment)
+                        self.assertEqual((result.returncode, result.stderr), (0, ""))
+                        self.assertEqual([record["id"] for record in json.loads(result.stdout)["sel"]],
+                                         [ids[i] for i in wanted])
+
     def test_colour_and_hostile_texts(self):
         machine = self.written("machine.json", {
             "name": "hostile", "system_info": {"os_name": "\033]0;owned\007\u009b31m"},
             "sdr": [{"name": "A\033[31m\r\nB\u009b", "number": 1, "entity": 7, "type": "temperature",
-                     "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40}]})
+                     "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40}],
+            "sel": ["01 00 02 10 5e 9a 65 20 00 04 01 01 01 59 5f 55"]})
         verbs = (["sensors"], ["info"], ["entities"], ["sensors", "--verbose"], ["sensors", "--watch=1", "--count=1"],
-                 ["sdr", "list"])
+                 ["sdr", "list"], ["sel"])
         for args in (*verbs, *(["--json", *verb] for verb in verbs)):
             with self.subTest(args=args):
                 result = run(f"--sim={machine}", *args, text=False)
@@ -370,10 +468,66 @@ class ToolTest(unittest.TestCase):
                 result = run("sdr", "dump", self.path, sim=self.faults(*plan))
                 self.assertEqual((result.returncode, self.path.read_bytes()), (0, expected), result.stderr)
 
+    def shell(self, script):
+        """Runs a script in which $T is the tool and $F a folder, all of it on one BMC with seven records."""
+        return subprocess.run([SIM, "exec", *self.log(), "--", "sh", "-c", script], capture_output=True, text=True,
+                              timeout=120, check=False, env={**os.environ, "T": TOOL, "F": self.folder})
+
+    def test_sel_saved_and_erased(self):
+        same = self.shell('$T sdr dump $F/sdr; $T sel --save $F/sel; for form in "" --json; do $T sel $form >$F/log; '
+                          '$T sel decode --sdr $F/sdr $F/sel $form | cmp - $F/log || exit 9; done')
+        self.assertEqual(same.returncode, 0, same.stderr)
+        self.assertRegex(same.stdout, r"(?m)^7 records, 112 bytes written to .*/sel$")
+        rows = [  # script, output, error
+            ("$T sel --clear --yes; $T sel", r"\AThe log is cleared\.\nThe log is empty\.\n\Z", r"\A\Z"),
+            ("$T --json sel --clear --yes --save $F/sel", r'"records": 7,\s+"bytes": 112,\s+"cleared": true', r"\A\Z"),
+            ("$T sel --delete 0x3; $T sel", r"\ARecord 0x0003 is deleted\.\n.*0x0002.*\n0x0004", r"\A\Z"),
+            ("$T sel --delete 3 --json; $T sel --delete 3", '"deleted": 3', r"\A\S+ cannot delete .* refuses.*\n\Z"),
+            ("$T sel --clear --yes --save /dev/full; $T sel --last 1", "0x0007", "No space left"),
+        ]
+        for script, out, error in rows:
+            with self.subTest(script=script):
+                result = self.shell(script)
+                self.assertRegex(result.stdout, re.compile(out, re.S))
+                self.assertRegex(result.stderr, error)
+        machine = self.written("machine.json", {"name": "log", "sel": [bytes([i, 0, 2] + [0] * 13).hex(" ")
+                                                                       for i in range(1, 8)]})
+        for answer, status, text in ((b"n", 2, "nothing cleared"), (b"\4", 2, "nothing cleared"),
+                                     (b"y\n", 0, "The log is cleared")):
+            when = [(rb"Clear the log \(7 records\)\? \[y/N\] ", lambda fd: os.write(fd, answer + b"\n"))]
+            output, found = self.on_terminal({}, f"--sim={machine}", "sel", "--clear", when=when)
+            self.assertEqual((found, text in output), (status, True), output)
+
+    def test_sel_info(self):
+        info = json.loads(run("--json", "sel", "info", "--utc", sim=self.log()).stdout)
+        expected = {"version": "1.5", "entries": 7, "free_bytes": 58112, "capacity": 3639, "overflow": False,
+                    "allocation_unit_bytes": 16, "free_units": 3632, "logging": True}
+        self.assertEqual({key: info[key] for key in expected}, expected)
+        self.assertLessEqual({"allocation info", "reserve", "delete"}, set(info["operations"]))
+        self.assertRegex(info["last_addition"], r"\A2024-01-07T\d\d:\d\d:\d\dZ\Z")
+        self.assertLess(abs(info["clock_ahead_seconds"]), 5)
+        refused = [{"netfn": netfn, "cmd": cmd, "every": 1, "completion_code": 0xc1}
+                   for netfn, cmd in ((10, 0x41), (10, 0x48), (6, 0x2f), (4, 0x15))]
+        result = run("sel", "info", sim=self.faults(*refused))
+        for key in ("allocation units", "largest record units", "clock", "logging", "last processed"):
+            self.assertRegex(result.stdout, rf"(?m)^  {key} +-$")
+
+    def test_sel_in_part(self):
+        """What can be read is listed, and one line says what is missing."""
+        rows = [(0x43, 4, [1, 2, 3], 2, "only 3 of 7 records could be read"), (0x23, 9, range(1, 8), 0, "no names of")]
+        log = self.log()
+        for cmd, start, ids, status, pattern in rows:
+            sim = self.faults({"netfn": 10, "cmd": cmd, "from": start, "every": 1, "completion_code": 0xce})
+            result = run("--json", "sel", sim=[*sim, *log[-2:]])
+            self.assertEqual(result.returncode, status)
+            self.assertRegex(result.stderr, rf"\Atrx-ipmi: {pattern}[^\n]*\n\Z")
+            self.assertEqual([record["id"] for record in json.loads(result.stdout)["sel"]], list(ids))
+
     def test_failing_bmc(self):
         """One line says why; a dump is whole or not there, and sensors are not listed in part."""
         again = [{"offset": 1, "value": 1}, {"offset": 2, "value": 0}]  # the next record is always record 1
         dump, sensors = ["sdr", "dump", self.path], ["sensors"]
+        save, clear = ["sel", "--save", self.path], ["sel", "--clear", "--yes"]
         rows = [  # arguments, network function, command, from, what goes wrong, message
             (dump, 10, 0x23, 20, {"completion_code": 0xce}, "cannot read record .*0xce"),
             (dump, 10, 0x23, 20, {"lost_reservation": True}, "reservation is lost"),
@@ -383,6 +537,11 @@ class ToolTest(unittest.TestCase):
             (sensors, 6, 1, 1, {"completion_code": 0xff}, "does not answer"),
             (sensors, 10, 0x20, 1, {"completion_code": 0xc1}, "repository"),
             (sensors, 10, 0x23, 1, {"completion_code": 0xc1}, "record"),
+            (save, 10, 0x40, 1, {"completion_code": 0xc1}, "no event log"),
+            (save + clear[1:], 10, 0x43, 4, {"completion_code": 0xce}, "only 3 of .* nothing saved"),
+            (clear + ["--save", "/dev/null"], 10, 0x40, 2, {"change": [{"offset": 2, "value": 8}]}, "log has changed"),
+            (clear, 10, 0x47, 1, {"completion_code": 0xc1}, "cannot clear the log: the BMC refuses"),
+            (clear, 10, 0x47, 1, {"change": [{"offset": 1, "value": 7}]}, "cannot clear the log: the BMC stays busy"),
         ]
         for args, netfn, cmd, start, wrong, pattern in rows:
             with self.subTest(args=args, cmd=cmd, wrong=wrong):
