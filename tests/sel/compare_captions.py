@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Compares the library's captions with what `ipmitool -v sel list` says of the same records.
 
-usage: compare_captions.py CAPTIONS BMCSIM       every kind of event, in a simulated BMC's log
-       compare_captions.py CAPTIONS captures     logs of real servers in the folder that TRX_CAPTURES names, each with ipmitool's words
+usage: compare_captions.py TOOL BMCSIM       every kind of event, in a simulated BMC's log
+       compare_captions.py TOOL captures     logs of real servers in the folder that TRX_CAPTURES names, each with ipmitool's words
 """
+import json
 import os
 import pathlib
 import re
@@ -76,13 +77,14 @@ def every_event():
                     for n, (s, t, o) in enumerate(kinds, 1))
 
 
-def compare(captions, log, told):
+def compare(tool, log, told):
     """@return how many captions differ"""
     data = pathlib.Path(log).read_bytes()
     records = [data[i:i + 16] for i in range(0, len(data), 16)]
     blocks = [dict(re.findall(r"^ (Sensor Type|Event Direction|Description) +: (.*)$", block, re.M))
               for block in told.split("SEL Record ID ")[1:]]
-    lines = subprocess.run([captions, log], check=True, capture_output=True, text=True).stdout.split("\n")[:-1]
+    said = subprocess.run([tool, "--json", "sel", "decode", log], check=True, capture_output=True)
+    lines = [record["caption"] or "" for record in json.loads(said.stdout)["sel"]]
     assert records and len(records) == len(blocks) == len(lines), (len(records), len(blocks), len(lines))
     faults = [f"{record.hex(' ')}: {line!r}, ipmitool's words make {words!r}" for record, line, words in
               zip(records, lines, map(expected, records, blocks)) if line != words]
@@ -90,14 +92,14 @@ def compare(captions, log, told):
     return len(faults)
 
 
-def compare_captures(captions):
+def compare_captures(tool):
     logs = sorted(pathlib.Path(os.environ.get("TRX_CAPTURES", ""), "sel").glob("*.bin"))
     if not logs:
         sys.exit(SKIPPED)
-    return sum(compare(captions, log, log.with_suffix(".ipmitool.txt").read_text(encoding="utf-8")) for log in logs)
+    return sum(compare(tool, log, log.with_suffix(".ipmitool.txt").read_text(encoding="utf-8")) for log in logs)
 
 
-def compare_every_event(captions, bmcsim):
+def compare_every_event(tool, bmcsim):
     if not shutil.which("ipmitool"):
         sys.exit(SKIPPED)
     with tempfile.TemporaryDirectory() as folder:
@@ -105,7 +107,7 @@ def compare_every_event(captions, bmcsim):
         log.write_bytes(every_event())
         told = subprocess.run([bmcsim, "exec", "--sel", log, "--", "ipmitool", "-I", "open", "-v", "sel", "list"],
                               check=True, capture_output=True, text=True)
-        return compare(captions, log, told.stdout)
+        return compare(tool, log, told.stdout)
 
 
 if __name__ == "__main__":
