@@ -19,7 +19,8 @@ namespace Ipmi
 
 /// Called for a record of the system event log that is new, on the thread that checks for them; with a null record once
 /// in each cycle of the polling loop. The record stays the library's: copy what must outlive the call. A handler may
-/// call everything in IpmiIfc; its exceptions end the check (those of other threads' handlers do not).
+/// call everything in IpmiIfc. An exception ends the check and reaches its caller; events behind it are not handed
+/// over.
 using SelEventHandler = void (*)(void* argument, IpmiSelData* record);
 
 /// Static members only; each overload without a node means node 0. Every member is safe for any node number: a node
@@ -134,7 +135,8 @@ public:
     /// node outside 0..3
     static int registerSelEventHandler(int node, SelEventHandler handler, void* argument);
     static int registerSelEventHandler(SelEventHandler handler, void* argument);
-    /// No call of `handler` begins after this; one that runs on another thread may still be running.
+    /// The handler is not called for any further record. A call for the record that another thread hands over just now
+    /// may still begin or run: a check of one's own (IpmiIfcSelGetInfo) waits for it.
     /// @return 0; 2 when it is not registered; 5 for null, and for a node outside 0..3
     static int unRegisterSelEventHandler(int node, SelEventHandler handler);
     static int unRegisterSelEventHandler(SelEventHandler handler);
@@ -163,8 +165,8 @@ public:
     /// Clears the log (IPMI 2.0, 31.9) and looks at it again, which empties the cache; inside a handler the cache
     /// follows with the next check. An erasure in progress is a success and is not waited for. Sends commands and
     /// blocks, at most about half a minute on a busy BMC that answers.
-    /// @return 0; -2 for a node outside 0..3; 2 when the BMC stayed busy or its erasure status makes no sense; 4 when it
-    /// did not answer; 5 when it refused
+    /// @return 0; -2 for a node outside 0..3; 2 when the BMC stayed busy or its erasure status makes no sense; 4 when
+    /// it did not answer; 5 when it refused
     static int clearSel(int node);
     static int clearSel();
     /// Deletes one record under a reservation (IPMI 2.0, 31.4 and 31.8) and looks at the log again, as clearSel.

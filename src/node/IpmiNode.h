@@ -44,8 +44,8 @@ struct BmcIdentity {
 };
 
 /// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;
-/// `refreshLock` before `sdrLock`; `selGuard`, `selLock`, then `ioLock`; `bmcInfoLock` before `ioLock`; `stateLock`
-/// alone; `pollLock` outermost.
+/// `refreshLock` before `sdrLock`; `selGuard` before these, as handlers are called under it; `selLock`, then `ioLock`;
+/// `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
 struct IpmiNode {
     IpmiNode() = default;
     ~IpmiNode();

@@ -48,8 +48,17 @@ void dropRecords(int node, bool all)
     TRX::Reference<IpmiSel> summary;
     TRX::MutexLock hold(self.selLock);
     records.swap(self.sel.records);
+    self.sel.lastRecordId = 0;
+    self.sel.isStale = false;
     if (all)
         std::swap(summary, self.sel.summary);
+}
+
+bool isStale(int node)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    return self.sel.isStale;
 }
 
 /// Keeps what the log can hold, or what a first load may keep if that is more.
@@ -61,6 +70,14 @@ void trimRecords(int node, const ipmiifc_sel_info& info)
     self.sel.trim(static_cast<std::size_t>(std::max(most, 0)));
 }
 
+void reload(int node, const ipmiifc_sel_info& info)
+{
+    setInfo(node, info);
+    IpmiIfcSelReserve(node);
+    dropRecords(node, false);
+    IpmiIfcSelGetAll(node);
+}
+
 void readAdditions(int node, const ipmiifc_sel_info& info)
 {
     IpmiNode& self = g_IpmiNode[node];
@@ -70,21 +87,10 @@ void readAdditions(int node, const ipmiifc_sel_info& info)
         TRX::MutexLock hold(self.selLock);
         last = self.sel.lastRecordId;
     }
-    IpmiIfcSelReadNew(node, last);
+    // Where the record read last is gone, so is what would follow it: erased in the second of the erasure known.
+    if (IpmiIfcSelReadNew(node, last) == kCcNotPresent)
+        return reload(node, info);
     setInfo(node, info);
-}
-
-void reload(int node, const ipmiifc_sel_info& info)
-{
-    setInfo(node, info);
-    {
-        IpmiNode& self = g_IpmiNode[node];
-        TRX::MutexLock hold(self.selLock);
-        self.sel.lastRecordId = 0;
-    }
-    IpmiIfcSelReserve(node);
-    dropRecords(node, false);
-    IpmiIfcSelGetAll(node);
 }
 
 bool isReadable(std::uint8_t version)
@@ -150,7 +156,7 @@ int IpmiIfcRhSelInfo(ipmiifc_resp* resp, unsigned short* count)
     if (self.selHandling)
         return 0; // a handler's own check: the next one takes it over
     const ipmiifc_sel_info before = IpmiIfc::getRawSelHeader(node);
-    const bool isErased = info.eraseTime() != before.eraseTime();
+    const bool isErased = info.eraseTime() != before.eraseTime() || isStale(node);
     if (self.state == IpmiIfc::IPMI_STATE_CLI || isErased)
         reload(node, info);
     else if (info.addTime() != before.addTime())

@@ -12,7 +12,7 @@ namespace Ipmi
 
 /// One Get SEL Entry exchange.
 struct ipmiifc_sel_entry {
-    std::uint8_t cc = 0;        ///< completion code of the last answer
+    std::uint8_t cc = 0;        ///< completion code of the last answer, FFh without one
     std::uint16_t recordId = 0; ///< in: the record to read; out: the next one, FFFFh when there is none
     sel_event_record record;
 };
@@ -30,13 +30,14 @@ int IpmiIfcRhSelGetAllocInfo(ipmiifc_resp* resp);
 int IpmiIfcSelReserve(int node);
 /// Id of the reservation taken last; 0 before the first.
 std::uint16_t selReservation(int node);
-/// Reads one record; after a failure `entry` is as it was.
+/// Reads one record; after a failure all of `entry` but its completion code is as it was.
 int IpmiIfcSelReadEntry(int node, ipmiifc_sel_entry* entry);
 /// Appends the whole log to the cache, the info fetched first where there is none.
 int IpmiIfcSelGetAll(int node);
 /// Appends as many records as the info says, from the first on; the process's first load keeps the newest only.
 int IpmiIfcSelReadAll(int node);
 /// Appends what follows the record with id `lastId`; from the first record on where that is 0 and nothing was read.
+/// @return 0 or -1; CBh when the log has no record `lastId` any more
 int IpmiIfcSelReadNew(int node, unsigned short lastId);
 /// Calls the handlers for each cached event that is newer than `since`; for each one where that is FFFFFFFFh. @return 0
 int IpmiIfcSelGenerateEvents(int node, unsigned int since);

@@ -38,6 +38,7 @@ int erase(int node, std::uint8_t cmd, const std::function<std::span<const std::u
         {
             TRX::MutexLock hold(self.selLock);
             answer = sendCommand(node, kStorage, cmd, bytes);
+            self.sel.isStale = self.sel.isStale || (answer && answer->cc == 0);
         }
         if (!answer)
             return kNoResponse;

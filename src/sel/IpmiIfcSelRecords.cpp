@@ -32,6 +32,8 @@ public:
 
     /// @return 0 or -1
     int run();
+    /// Completion code of the answer that counted last.
+    std::uint8_t code() const { return code_; }
     const sel_event_record& record() const { return record_; }
     std::uint16_t nextId() const { return exchange_.nextId(); }
 
@@ -50,6 +52,7 @@ private:
     sel_event_record record_;
     std::size_t remaining_ = kSize;
     std::size_t piece_ = kSize; ///< only shrinks
+    std::uint8_t code_ = kNoAnswer;
 };
 
 int SelRecordRead::run()
@@ -86,9 +89,10 @@ bool SelRecordRead::isGood(std::size_t count) const
 
 void SelRecordRead::recover()
 {
+    code_ = exchange_.answer() ? exchange_.answer()->cc : kNoAnswer;
     if (!exchange_.answer())
         return;
-    const std::uint8_t cc = exchange_.answer()->cc;
+    const std::uint8_t cc = code_;
     exchange_.dropAnswer();
     if (cc == 0)
         TRX::backOff();
@@ -106,6 +110,11 @@ void SelRecordRead::renewReservation()
     const bool renewed = IpmiIfcSelReserve(node_) == 0;
     exchange_.setReservation(renewed ? selReservation(node_) : std::uint16_t{0});
     TRX::backOff();
+}
+
+std::uint16_t idOf(const sel_event_record& record)
+{
+    return static_cast<std::uint16_t>(record.bytes[0] | record.bytes[1] << 8);
 }
 
 bool store(int node, const sel_event_record& record)
@@ -145,8 +154,10 @@ int IpmiIfcSelReadEntry(int node, ipmiifc_sel_entry* entry)
     if (!isNode(node) || !entry)
         return -1;
     SelRecordRead read(node, entry->recordId, selReservation(node));
-    if (read.run() != 0)
+    if (read.run() != 0) {
+        entry->cc = read.code();
         return -1;
+    }
     *entry = {0, read.nextId(), read.record()};
     return 0;
 }
@@ -176,7 +187,7 @@ int IpmiIfcSelReadAll(int node)
                 continue;
             }
         }
-        seen.set(id);
+        seen.set(id).set(idOf(entry.record)); // they differ where the first record was asked for as such
         if (!store(node, entry.record))
             return -1;
         if (entry.recordId == kNoMoreSelRecords || budget == 1 || seen.test(entry.recordId))
@@ -191,8 +202,8 @@ int IpmiIfcSelReadNew(int node, unsigned short lastId)
     IpmiNode& self = g_IpmiNode[node];
     ipmiifc_sel_entry entry;
     entry.recordId = lastId;
-    if (const int result = IpmiIfcSelReadEntry(node, &entry); result != 0)
-        return result;
+    if (IpmiIfcSelReadEntry(node, &entry) != 0)
+        return lastId != 0 && entry.cc == kCcNotPresent ? kCcNotPresent : -1;
     bool isKnown = lastId != 0;
     if (!isKnown) {
         TRX::MutexLock hold(self.selLock);
@@ -201,7 +212,7 @@ int IpmiIfcSelReadNew(int node, unsigned short lastId)
     if (!isKnown && !store(node, entry.record))
         return -1;
     RecordIds seen;
-    seen.set(lastId);
+    seen.set(lastId).set(idOf(entry.record));
     // Nothing but the chain itself ends this: a circle is one that comes back to a record.
     while (entry.recordId != kNoMoreSelRecords && !seen.test(entry.recordId)) {
         seen.set(entry.recordId);

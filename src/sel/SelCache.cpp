@@ -45,6 +45,7 @@ void SelCache::beginLife()
     allocation = {};
     reservation = {};
     lastRecordId = 0;
+    isStale = false;
     handlers.clear();
 }
 

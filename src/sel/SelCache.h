@@ -25,6 +25,7 @@ struct SelCache {
     std::array<std::uint8_t, 3> reservation{}; ///< completion code and id
     std::uint16_t lastRecordId = 0;            ///< of the record appended last; 0 after a full reload starts
     Records records;                           ///< oldest first
+    bool isStale = false; ///< records were erased, whatever the erasure time says: it counts whole seconds
     TRX::Reference<IpmiSel> summary;
     std::vector<SelHandler> handlers; ///< called in this order: registered last, first
     unsigned int registrations = 0;
