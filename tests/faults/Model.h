@@ -13,7 +13,8 @@
 namespace FaultTest
 {
 
-/// One line a sensor: name, record, reading and thresholds; one an entity, with the one that contains it.
+/// One line a sensor: name, record, reading and thresholds; one an entity, with the one that contains it; one a record
+/// of the event log.
 using Model = std::vector<std::string>;
 
 inline Model currentModel()
@@ -43,6 +44,11 @@ inline Model currentModel()
         const Ipmi::IpmiEntity parent = entity.getParent();
         lines.push_back(entity.getName() + ' ' + std::to_string(entity.getInstance()) + " in " + parent.getName() +
                         ' ' + std::to_string(parent.getInstance()));
+    }
+    for (const auto& record : Ipmi::IpmiIfc::getSelData(0)) {
+        lines.push_back("event");
+        for (const unsigned byte : record->rawRecord().bytes)
+            lines.back() += ' ' + std::to_string(byte);
     }
     return lines;
 }

@@ -27,7 +27,10 @@ inline constexpr std::uint8_t kGetInfo = 0x20, kReserve = 0x22, kGetSdr = 0x23; 
 inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kGetReading = 0x2d; ///< Sensor/Event
 inline constexpr std::uint8_t kBmc = 0x20, kSatellite = 0x2c, kSoftware = 0x41;                 ///< owners of sensors
 
-inline constexpr auto netfnOf = [](std::uint8_t cmd) { return std::uint8_t(cmd < kGetHysteresis ? 0x0a : 0x04); };
+/// The event log's commands included, which come after all others.
+inline constexpr auto netfnOf = [](std::uint8_t cmd) {
+    return std::uint8_t(cmd < kGetHysteresis || cmd >= 0x40 ? 0x0a : 0x04);
+};
 
 // --- records
 
@@ -106,9 +109,10 @@ struct SdrBmc {
     Sim::Bmc bmc;
     Support::SimNode sim;
 
+    /// @param front  answers in the BMC's place
     explicit SdrBmc(Sim::Machine machine, Faults faults = {},
-                    Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce)
-        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(bmc, 0, serve)
+                    Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce, Sim::Responder* front = nullptr)
+        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(front ? *front : bmc, 0, serve)
     {
         EXPECT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
