@@ -58,7 +58,8 @@ TRX_IPMI_API int IpmiIfcSensorRefreshAll(int node);
 /// Asks for the state of the system event log (IPMI 2.0, Get SEL Info) and takes over what changed: where only records
 /// were added it reads those, where the log was erased all of it, and then has each new event handled. A node without a
 /// polling loop reads the whole log each time and has nothing handled. Sends two commands per record read and blocks.
-/// @param count  out, may be null: the low byte of the entry count, so that a log of 256 entries gives 0 (this is meant);
+/// @param count  out, may be null: the low byte of the entry count, so that a log of 256 entries gives 0 (this is
+/// meant);
 ///               untouched unless the result is 0
 /// @return 0 when the info was answered, whatever became of the records; -1 when not; -2 for a node outside 0..3.
 /// Throws what a handler throws.
@@ -66,8 +67,8 @@ TRX_IPMI_API int IpmiIfcSensorRefreshAll(int node);
 TRX_IPMI_API int IpmiIfcSelGetInfo(int node, unsigned short* count);
 
 /// How many records the process's first load of a whole log keeps, the newest; the environment variable
-/// CIM_IPMI_SEL_ENTRIES (1 to 2000) replaces it then. Below 0 counts as 0. The jump to the newest takes record ids to be
-/// consecutive.
+/// CIM_IPMI_SEL_ENTRIES (1 to 2000) replaces it then. Below 0 counts as 0. The jump to the newest takes record ids to
+/// be consecutive.
 TRX_IPMI_API extern std::atomic<int> KEEP_SEL_NUMBER;
 
 } // namespace Ipmi

@@ -47,9 +47,7 @@ void dropRecords(int node, bool all)
     SelCache::Records records; // go when the lock has gone
     TRX::Reference<IpmiSel> summary;
     TRX::MutexLock hold(self.selLock);
-    records.swap(self.sel.records);
-    self.sel.lastRecordId = 0;
-    self.sel.isStale = false;
+    records = self.sel.takeRecords();
     if (all)
         std::swap(summary, self.sel.summary);
 }
@@ -87,7 +85,8 @@ void readAdditions(int node, const ipmiifc_sel_info& info)
         TRX::MutexLock hold(self.selLock);
         last = self.sel.lastRecordId;
     }
-    // Where the record read last is gone, so is what would follow it: erased in the second of the erasure known.
+    // Where the record read last is gone the log was erased, though the erasure time does not say so: it counts whole
+    // seconds, and there are BMCs that never set it.
     if (IpmiIfcSelReadNew(node, last) == kCcNotPresent)
         return reload(node, info);
     setInfo(node, info);

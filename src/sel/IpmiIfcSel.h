@@ -37,7 +37,7 @@ int IpmiIfcSelGetAll(int node);
 /// Appends as many records as the info says, from the first on; the process's first load keeps the newest only.
 int IpmiIfcSelReadAll(int node);
 /// Appends what follows the record with id `lastId`; from the first record on where that is 0 and nothing was read.
-/// @return 0 or -1; CBh when the log has no record `lastId` any more
+/// @return 0 or -1; CBh when the log has no record `lastId` any more, or another under that id
 int IpmiIfcSelReadNew(int node, unsigned short lastId);
 /// Calls the handlers for each cached event that is newer than `since`; for each one where that is FFFFFFFFh. @return 0
 int IpmiIfcSelGenerateEvents(int node, unsigned int since);

@@ -47,8 +47,13 @@ int IpmiIfcSelGenerateEvents(int node, unsigned int since)
 {
     if (!isNode(node) || g_IpmiNode[node].state == IpmiIfc::IPMI_STATE_CLI)
         return 0;
-    std::size_t position = 0;
-    while (const auto record = nextToReport(g_IpmiNode[node], since, position))
+    IpmiNode& self = g_IpmiNode[node];
+    std::size_t position;
+    {
+        TRX::MutexLock hold(self.selLock);
+        position = self.sel.firstNewer(since);
+    }
+    while (const auto record = nextToReport(self, since, position))
         callSelHandlers(node, record.get());
     return 0;
 }

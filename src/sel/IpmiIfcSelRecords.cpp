@@ -124,6 +124,25 @@ bool store(int node, const sel_event_record& record)
     return self.sel.append(record, node);
 }
 
+/// How the record read last stands to the one that the log has under its id now.
+enum class Last { same, another, unknown };
+
+Last compareLast(int node, std::uint16_t id, const sel_event_record& now)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    if (const IpmiSelData* last = self.sel.last(id))
+        return std::ranges::equal(last->rawRecord().bytes, now.bytes) ? Last::same : Last::another;
+    return id == kFirstSelRecord ? Last::unknown : Last::same;
+}
+
+void makeRoom(int node, int count)
+{
+    IpmiNode& self = g_IpmiNode[node];
+    TRX::MutexLock hold(self.selLock);
+    self.sel.reserve(static_cast<std::size_t>(count));
+}
+
 /// How many records the process's first load keeps.
 int newestToKeep()
 {
@@ -187,6 +206,8 @@ int IpmiIfcSelReadAll(int node)
                 continue;
             }
         }
+        if (seen.none())
+            makeRoom(node, budget);
         seen.set(id).set(idOf(entry.record)); // they differ where the first record was asked for as such
         if (!store(node, entry.record))
             return -1;
@@ -199,18 +220,20 @@ int IpmiIfcSelReadNew(int node, unsigned short lastId)
 {
     if (!isNode(node))
         return -1;
-    IpmiNode& self = g_IpmiNode[node];
     ipmiifc_sel_entry entry;
     entry.recordId = lastId;
     if (IpmiIfcSelReadEntry(node, &entry) != 0)
         return lastId != 0 && entry.cc == kCcNotPresent ? kCcNotPresent : -1;
-    bool isKnown = lastId != 0;
-    if (!isKnown) {
-        TRX::MutexLock hold(self.selLock);
-        isKnown = self.sel.endsWithRecordZero();
+    switch (compareLast(node, lastId, entry.record)) {
+    case Last::another:
+        return kCcNotPresent;
+    case Last::unknown:
+        if (!store(node, entry.record))
+            return -1;
+        break;
+    case Last::same:
+        break;
     }
-    if (!isKnown && !store(node, entry.record))
-        return -1;
     RecordIds seen;
     seen.set(lastId).set(idOf(entry.record));
     // Nothing but the chain itself ends this: a circle is one that comes back to a record.

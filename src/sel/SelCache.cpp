@@ -1,14 +1,48 @@
 #include "sel/SelCache.h"
 
+#include "sel/SelTime.h"
+
 #include <new>
 #include <utility>
 
 namespace Ipmi
 {
 
-bool SelCache::endsWithRecordZero() const
+const IpmiSelData* SelCache::last(std::uint16_t id) const
 {
-    return lastRecordId == 0 && !records.empty() && records.back()->recordId() == 0;
+    const IpmiSelData* record = records.empty() ? nullptr : records.back().get();
+    return record && lastRecordId == id && record->recordId() == id ? record : nullptr;
+}
+
+std::size_t SelCache::firstNewer(std::uint32_t since) const
+{
+    if (!isInOrder || since == kNoSelTime)
+        return 0;
+    std::size_t position = records.size();
+    const auto isOld = [since](const IpmiSelData& record) {
+        return record.isSelEventRecord() && record.messageTimeStamp() <= since;
+    };
+    while (position > 0 && !isOld(*records[position - 1]))
+        --position;
+    return position;
+}
+
+void SelCache::reserve(std::size_t count)
+{
+    try {
+        records.reserve(count);
+    } catch (const std::bad_alloc&) {
+        return; // append() tells
+    }
+}
+
+SelCache::Records SelCache::takeRecords()
+{
+    lastRecordId = 0;
+    isStale = false;
+    latestEvent = 0;
+    isInOrder = true;
+    return std::exchange(records, {});
 }
 
 bool SelCache::append(const sel_event_record& record, int node)
@@ -17,7 +51,12 @@ try {
     if (records.size() == records.capacity())
         records.reserve(records.size() + records.size() / kGrowthPart + kLeastGrowth);
     records.emplace_back(new IpmiSelData(&record, node));
-    lastRecordId = records.back()->recordId();
+    const IpmiSelData& added = *records.back();
+    lastRecordId = added.recordId();
+    if (added.isSelEventRecord()) {
+        isInOrder = isInOrder && added.messageTimeStamp() >= latestEvent;
+        latestEvent = added.messageTimeStamp();
+    }
     return true;
 } catch (const std::bad_alloc&) {
     return false;
