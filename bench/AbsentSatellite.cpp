@@ -1,4 +1,5 @@
 // What a controller that has gone silent costs those who refresh: commands, and time-outs of the driver.
+#include "Scenario.h"
 #include "SimDevice.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
@@ -42,8 +43,7 @@ void absentSatellite(benchmark::State& state)
     Sim::Bmc bmc(machine());
     SimDevice device(bmc);
     device.waitForSatellites(kTimeout);
-    Ipmi::IpmiIfcOpenIpmiOpen(0);
-    Ipmi::IpmiIfcInitForCLI(0);
+    const OpenNode node;
     Ipmi::IpmiIfcSdrGetInfo(0);
     if (Ipmi::IpmiIfc::getSensors(0).size() != kSensors)
         state.SkipWithError("not every sensor was read");
@@ -57,7 +57,6 @@ void absentSatellite(benchmark::State& state)
         state.counters["commands"] = static_cast<double>(bmc.count(0x04, 0x2d) + bmc.count(0x06, 0x01));
         state.counters["timeouts"] = took / kTimeout;
     }
-    Ipmi::IpmiIfcCloseForCLI(0);
 }
 
 BENCHMARK(absentSatellite)->Arg(0)->Arg(1)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);

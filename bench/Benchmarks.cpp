@@ -1,15 +1,12 @@
 // The measurements. Each makes its own machine on the simulated device.
 #include "BareExchange.h"
+#include "Measure.h"
 #include "Scenario.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
 
-#include <algorithm>
 #include <atomic>
 #include <benchmark/benchmark.h>
-#include <chrono>
-#include <ctime>
-#include <malloc.h>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -19,28 +16,6 @@ namespace Bench
 
 namespace
 {
-
-using Timepoint = std::chrono::steady_clock::time_point;
-
-double microsecondsSince(Timepoint start)
-{
-    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// Microseconds of processor time that this thread has used.
-double processorTime()
-{
-    timespec used{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-    return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
-}
-
-double median(std::vector<double>& values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 bool libraryGetDeviceId()
 {
@@ -109,9 +84,9 @@ template <typename What> void perRecord(benchmark::State& state, const Scenario&
 void read(benchmark::State& state)
 {
     const Scenario scenario(static_cast<unsigned>(state.range(0)));
-    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    const std::size_t before = heapInUse();
     scenario.load();
-    const std::size_t after = mallinfo2().uordblks + mallinfo2().hblkhd;
+    const std::size_t after = heapInUse();
     state.counters["heap_per_sensor"] = static_cast<double>(after - before) / static_cast<double>(state.range(0));
     perRecord(state, scenario, [] { Ipmi::IpmiIfcSdrGetInfo(0); });
 }

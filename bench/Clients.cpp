@@ -1,8 +1,12 @@
-// Whole programs on one simulated BMC that takes 5 ms for each answer: the sample machine's sensors with thresholds, as
-// this project's tool, ipmitool and FreeIPMI list them. A program that is not installed is left out.
+// Whole programs on one simulated BMC that takes 5 ms for each answer: the sample machine's sensors with thresholds,
+// and a log of 500 records, as this project's tool, ipmitool and FreeIPMI list them. A program that is not installed is
+// left out.
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
+#include <unistd.h>
 
 namespace Bench
 {
@@ -13,33 +17,102 @@ namespace
 struct Client {
     const char* name;
     const char* command;
+    int headings = 0; ///< lines before the first record
+    bool isFreeIpmi = false;
 };
-// FreeIPMI keeps the repository in a file: one that is not there yet, so that it is read here too.
-constexpr Client kClients[] = {
+constexpr Client kSensorClients[] = {
     {"trx-ipmi", TRX_IPMI_PROGRAM " sensors"},
     {"ipmitool", "ipmitool -I open sensor list"},
-    {"ipmi-sensors", "sh -c 'cache=$(mktemp -d) && ipmi-sensors --driver-type=openipmi --output-sensor-thresholds "
-                     "--quiet-cache --sdr-cache-directory=$cache; status=$?; rm -r $cache; exit $status'"},
+    {.name = "ipmi-sensors", .command = "ipmi-sensors --output-sensor-thresholds", .isFreeIpmi = true},
 };
+constexpr Client kLogClients[] = {
+    {"trx-ipmi", TRX_IPMI_PROGRAM " sel", 1},
+    {"ipmitool", "ipmitool -I open sel list"},
+    {.name = "ipmi-sel", .command = "ipmi-sel", .headings = 1, .isFreeIpmi = true},
+};
+
+bool isInstalled(const Client& client)
+{
+    const std::string command = client.command;
+    return std::system(("command -v " + command.substr(0, command.find(' ')) + " >/dev/null").c_str()) == 0;
+}
+
+/// FreeIPMI keeps the repository in a file: one that is not there yet, so that it is read here too.
+std::string lineOf(const Client& client)
+{
+    if (!client.isFreeIpmi)
+        return client.command;
+    return std::string("sh -c 'cache=$(mktemp -d) && ") + client.command +
+           " --driver-type=openipmi --quiet-cache --sdr-cache-directory=$cache; status=$?; rm -r $cache; exit $status'";
+}
+
+/// Runs it on the sample machine. @return how many lines it has printed, -1 when it failed
+int linesOf(const Client& client, const std::string& options)
+{
+    const std::string line = TRX_BMCSIM_PROGRAM " exec --machine sample --latency 5 " + options + " -- ";
+    std::FILE* output = popen((line + lineOf(client) + " 2>/dev/null").c_str(), "r");
+    if (output == nullptr)
+        return -1;
+    int lines = 0;
+    for (int c = std::getc(output); c != EOF; c = std::getc(output))
+        lines += c == '\n' ? 1 : 0;
+    return pclose(output) == 0 ? lines : -1;
+}
 
 void client(benchmark::State& state)
 {
-    const Client& client = kClients[state.range(0)];
+    const Client& client = kSensorClients[state.range(0)];
     state.SetLabel(client.name);
-    const std::string program = std::string(client.command).substr(0, std::string(client.command).find(' '));
-    const bool shell = program == "sh";
-    if (std::system(("command -v " + (shell ? client.name : program) + " >/dev/null").c_str()) != 0) {
-        state.SkipWithError("not installed");
-        return;
-    }
-    const std::string line = std::string(TRX_BMCSIM_PROGRAM " exec --machine sample --latency 5 -- ") + client.command;
+    if (!isInstalled(client))
+        return state.SkipWithError("not installed");
     for (auto _ : state) {
-        if (std::system((line + " >/dev/null 2>&1").c_str()) != 0)
+        if (linesOf(client, "") < 0)
             state.SkipWithError("failed");
     }
 }
 
+/// A file with so many events, one a minute.
+class LogFile
+{
+public:
+    explicit LogFile(unsigned records)
+    {
+        if (const int fd = mkstemp(path_); fd >= 0)
+            ::close(fd);
+        std::ofstream file(path_, std::ios::binary);
+        for (unsigned i = 0; i < records; ++i) {
+            const unsigned time = 0x65000000 + 60 * i, id = i + 1;
+            for (const unsigned byte :
+                 {id, id >> 8, 2U, time, time >> 8, time >> 16, time >> 24, 0x20U, 0U, 4U, 1U, 0U, 1U, 0x57U, 90U, 85U})
+                file.put(static_cast<char>(byte & 0xff));
+        }
+    }
+    ~LogFile() { ::unlink(path_); }
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    const char* path() const { return path_; }
+
+private:
+    char path_[32] = "/tmp/trx-bench-XXXXXX";
+};
+
+void logClient(benchmark::State& state)
+{
+    constexpr int kRecords = 500;
+    const Client& client = kLogClients[state.range(0)];
+    state.SetLabel(client.name);
+    if (!isInstalled(client))
+        return state.SkipWithError("not installed");
+    const LogFile log(kRecords);
+    for (auto _ : state) {
+        if (linesOf(client, std::string("--sel ") + log.path()) != client.headings + kRecords)
+            state.SkipWithError("failed, or lists another number of records");
+    }
+}
+
 BENCHMARK(client)->DenseRange(0, 2)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(logClient)->DenseRange(0, 2)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -22,14 +22,14 @@ void demand(bool fine, const char* what)
 
 } // namespace
 
-Scenario::Scenario(unsigned records) : records_(records), bmc_(records), device_(bmc_)
+OpenNode::OpenNode()
 {
     demand(Ipmi::IpmiIfcOpenIpmiOpen(0) >= 0, "the simulated /dev/ipmi0 cannot be opened");
     demand(Ipmi::IpmiIfcInitForCLI(0) == 0, "node 0 cannot be prepared");
     demand(Sim::Shim::served() > 0, "the library has not reached the simulated device");
 }
 
-Scenario::~Scenario()
+OpenNode::~OpenNode()
 {
     Ipmi::IpmiIfcCloseForCLI(0);
 }

@@ -7,14 +7,21 @@
 namespace Bench
 {
 
+/// The library's node 0, open on the simulated device.
+class OpenNode
+{
+public:
+    /// Ends the program with a line when it cannot be opened.
+    OpenNode();
+    ~OpenNode();
+    OpenNode(const OpenNode&) = delete;
+    OpenNode& operator=(const OpenNode&) = delete;
+};
+
 class Scenario
 {
 public:
-    /// Ends the program with a line when the node cannot be opened.
-    explicit Scenario(unsigned records);
-    ~Scenario();
-    Scenario(const Scenario&) = delete;
-    Scenario& operator=(const Scenario&) = delete;
+    explicit Scenario(unsigned records) : records_(records), bmc_(records), device_(bmc_) {}
 
     const BigBmc& bmc() const { return bmc_; }
     /// Reads everything; ends the program with a line unless there are then `records` sensors.
@@ -24,6 +31,7 @@ private:
     unsigned records_;
     BigBmc bmc_;
     SimDevice device_;
+    OpenNode node_;
 };
 
 } // namespace Bench

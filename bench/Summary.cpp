@@ -56,6 +56,40 @@ void Summary::printAbsent(const std::string& what, const std::string& run) const
     printLine(what + "waits", value(run, "timeouts"), "time-outs");
 }
 
+void Summary::printAdditions(const std::string& added, const char* aim) const
+{
+    const auto run = [&added](const char* records) { return std::string("logAdditions/") + records + '/' + added; };
+    for (const char* records : {"1000", "10000"}) {
+        const std::string what = added + " new in a log of " + records + ": ";
+        printLine(what + "commands", value(run(records), "commands"), "", aim);
+        printLine(what + "processor time", value(run(records), "cpu_us"), "us");
+    }
+    printLine(added + " new, 10000 against 1000, processor time",
+              value(run("10000"), "cpu_us") / value(run("1000"), "cpu_us"), "x");
+}
+
+void Summary::printLog() const
+{
+    printLine("load of a log of 10000: commands", value("logLoad/10000", "commands"), "");
+    printLine("load of a log of 10000", value("logLoad/10000", "ms"), "ms");
+    printLine("load of a log, processor time per record", value("logLoad/10000", "cpu_us_per_record"), "us");
+    printLine("load of a log, a record against one bare exchange", value("logLoad/10000", "ratio"), "x");
+    printAdditions("1", "(aim: at most 6)");
+    printAdditions("100", "");
+    printLine("heap, log of 10000: per record", value("logHeap/10000", "heap_per_record"), "bytes",
+              "(aim: at most 80)");
+    printLine("heap, the log 1000 additions later: per record", value("logHeap/10000", "heap_per_record_grown"),
+              "bytes", "(aim: at most 80)");
+}
+
+void Summary::printClients(const std::string& run, const char* own, const char* first, const char* second) const
+{
+    const double time = value(run + "/0", "ms");
+    printLine(std::string(own) + ", 5 ms a command", time, "ms");
+    printLine(std::string(first) + " against it", value(run + "/1", "ms") / time, "x");
+    printLine(std::string(second) + " against it", value(run + "/2", "ms") / time, "x");
+}
+
 void Summary::print() const
 {
     std::printf("\n%-58s %10s\n", "Summary", "figure");
@@ -74,10 +108,9 @@ void Summary::print() const
     printLine("getSensors of 500 from 8 threads, during refresh: longest", value("getSensors/1", "longest_us"), "us");
     printAbsent("designed refresh, 20 cycles, absent satellite: ", "absentSatellite/0");
     printAbsent("refresh of all, 20 cycles, absent satellite: ", "absentSatellite/1");
-    const double own = value("client/0", "ms");
-    printLine("trx-ipmi sensors, 5 ms a command", own, "ms");
-    printLine("ipmitool sensor list against it", value("client/1", "ms") / own, "x");
-    printLine("ipmi-sensors against it", value("client/2", "ms") / own, "x");
+    printLog();
+    printClients("client", "trx-ipmi sensors", "ipmitool sensor list", "ipmi-sensors");
+    printClients("logClient", "trx-ipmi sel, 500 records", "ipmitool sel list", "ipmi-sel");
 }
 
 } // namespace Bench

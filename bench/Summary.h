@@ -26,6 +26,9 @@ private:
     void printLine(const std::string& what, double value, const char* unit, const char* remark = "") const;
     void printAbsent(const std::string& what, const std::string& run) const;
     void printScaling(const char* verb) const;
+    void printAdditions(const std::string& added, const char* aim) const;
+    void printLog() const;
+    void printClients(const std::string& run, const char* own, const char* first, const char* second) const;
 
     std::map<std::string, Counters> runs_;
 };

@@ -8,7 +8,7 @@ prepare() {
     "$here/fetch-kernel.sh" "$kernel"
     rm -rf "$work"
     mkdir -p "$work/out"
-    "$here/make-initramfs.sh" "$kernel" "$work/initrd.gz" ipmitool ipmi-sensors "$bin/trx-ipmi"
+    "$here/make-initramfs.sh" "$kernel" "$work/initrd.gz" ipmitool ipmi-sensors "$bin"/{trx-ipmi,follow-sel}
 }
 
 # emulate TEST CONSOLE OPTION...: runs tests/driver/TEST in a machine whose BMC, bmc0, these QEMU options define; its console is QEMU's serial device

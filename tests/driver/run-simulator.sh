@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# run-simulator.sh BUILD_DIR: clients of the real Linux IPMI driver must agree on the sensors of the sample machine and its satellite,
-# simulated here and reached over the VM protocol; and trx-ipmi must come to an end whatever goes wrong with the BMC.
+# run-simulator.sh BUILD_DIR: clients of the real Linux IPMI driver must agree on the sensors of the sample machine and its satellite
+# and on its event log, simulated here and reached over the VM protocol; and trx-ipmi must come to an end whatever goes wrong with the
+# BMC.
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 # shellcheck source=tests/driver/machine.sh
@@ -53,6 +54,7 @@ attend() {
 prepare "$1" simulator
 serve sample
 hold_still
+read -r logged _ < <(ctl sel | tail -1)
 mkfifo "$work/console.in" "$work/console.out"
 exec {answers}<>"$work/console.in"
 emulate simulator-test "pipe:$work/console" -chardev "socket,id=c0,host=127.0.0.1,port=$port,reconnect=1" \
@@ -88,4 +90,5 @@ import json, sys
 print(sum(c["count"] for c in json.load(sys.stdin)["commands"] if (c["netfn"], c["cmd"]) == (6, 0x34)))')
 [ "$sent" = $(((4 + 2 + 1) * 5)) ] || { echo "$sent Send Messages"; failed=1; }
 python3 "$here/../captures/compare_sensors.py" "$work"/out/{sdr.bin,ipmitool.txt,sensors.json,freeipmi.txt} || failed=1
+python3 "$here/compare_log.py" "$work/out" "few=$((logged + 2))" "many=$((logged + 1001))" cleared=0 || failed=1
 exit $failed
