@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -105,21 +106,36 @@ inline Lines line(int priority, const char* text)
 }
 
 /// Node 0, opened on a BMC, its requests logged.
-struct SdrBmc {
+struct SdrBmc : Sim::Responder {
     Sim::Bmc bmc;
+    std::function<void(const Sim::Request&)> before{}; ///< called before each request
     Support::SimNode sim;
 
-    /// @param front  answers in the BMC's place
     explicit SdrBmc(Sim::Machine machine, Faults faults = {},
-                    Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce, Sim::Responder* front = nullptr)
-        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(front ? *front : bmc, 0, serve)
+                    Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce)
+        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this, 0, serve)
     {
         EXPECT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
         restart(std::move(faults));
     }
     explicit SdrBmc(std::vector<Bytes> records) : SdrBmc(machineOf(std::move(records))) {}
-    ~SdrBmc() { Ipmi::IpmiIfcCloseForCLI(0); }
+    ~SdrBmc() override { Ipmi::IpmiIfcCloseForCLI(0); }
+
+    Sim::Answer handle(const Sim::Request& request) override
+    {
+        if (before)
+            before(request);
+        return bmc.handle(request);
+    }
+    Sim::Answer handleMessaging(const Sim::Request& request, const std::function<Bytes()>& carryOut) override
+    {
+        return bmc.handleMessaging(request, carryOut);
+    }
+    bool isIpmb(std::uint8_t channel) const override { return bmc.isIpmb(channel); }
+    std::optional<Bytes> eventAfter(std::uint64_t& seen) const override { return bmc.eventAfter(seen); }
+    bool logsEvents() const override { return bmc.logsEvents(); }
+    void setEventLogging(bool on) override { bmc.setEventLogging(on); }
 
     /// Other faults; logs and counts begin anew.
     void restart(Faults faults = {})

@@ -1,4 +1,5 @@
-// What a record of the event log says, and how it is deleted.
+// What a record of the event log says, and how it is deleted. Captions are compared with ipmitool's words by
+// compare_captions.py.
 #include "ipmi/IpmiSelData.h"
 #include "ipmi/CmpiTypes.h"
 #include "node/NodeFixture.h"
@@ -28,40 +29,30 @@ IpmiSelData record(const Patch& patch = {})
 
 TEST(IpmiSelData, OnlySomeKindsHaveEventsAndTimes)
 {
-    const std::string format =
-        "*string CIM_Sensor.DeviceID*uint8[2] IPMI_RecordID*uint8 IPMI_RecordType*uint8[4] IPMI_Timestamp*uint8[2] "
-        "IPMI_GeneratorID*uint8 IPMI_EvMRev*uint8 IPMI_SensorType*uint8 IPMI_SensorNumber*boolean "
-        "IPMI_AssertionEvent*uint8 IPMI_EventType*uint8 IPMI_EventData1*uint8 IPMI_EventData2*uint8 "
-        "IPMI_EventData3*uint32 IANA*";
     for (unsigned int type = 0; type < 0x100; ++type) {
         const IpmiSelData data = record({{kType, type}});
         const bool event = type == 0 || type == 2;
-        EXPECT_EQ(data.recordId(), 0x457);
-        EXPECT_EQ(data.recordType(), type);
         EXPECT_EQ(data.isSelEventRecord(), event);
         EXPECT_EQ(data.getSensorNumber(), event ? 0x31 : 0);
         EXPECT_EQ(data.getGeneratorId(), event ? 0x6120 : 0);
         EXPECT_EQ(data.eventType(), event ? 1 : -1);
-        EXPECT_EQ(data.severity(), event ? 6U : 0U);
         EXPECT_EQ(data.alertType(), event ? 6U : 0U);
         EXPECT_EQ(data.messageTimeStamp(), event || (type >= 0xc0 && type <= 0xdf) ? kTime : kNoTime);
         EXPECT_EQ(data.caption(), event ? "Assert + Temperature Upper Critical going high" : "");
-        EXPECT_EQ(data.messageFormat(), event ? format : "");
-        EXPECT_EQ(data.description(), "");
+        EXPECT_EQ(std::ranges::count(data.messageFormat(), '*'), event ? 15 : 0);
     }
-    EXPECT_EQ(IpmiSelData(nullptr, 0).recordDataString(), "*0*0.0.0*0 0*0*0 0 0 0*0 0*0*0*0*0*false*0*0*0*0*1*");
+    EXPECT_EQ(record({{kEvmRevision, 0x03}}).caption(), "");
+    EXPECT_EQ(record({{kEvent, 0xef}, {kData1, 0xf0}}).caption(), "Deassert + Temperature");
 }
 
 TEST(IpmiSelData, TimesCountFromTheEpochOrFromTheStart)
 {
-    const std::pair<unsigned int, const char*> rows[] = {{0, "00000000000000.000000:000"},
-                                                         {0x20000000, "00006213184832.000000:000"},
+    const std::pair<unsigned int, const char*> rows[] = {{0x20000000, "00006213184832.000000:000"},
                                                          {0x20000001, "19870105184833.000000+000"},
                                                          {0xfffffffe, "21060207062814.000000+000"},
                                                          {kNoTime, "99990101000000.000000+000"}};
     for (const auto& [time, text] : rows) {
-        const CmpiDateTime dateTime =
-            record({{3, time}, {4, time >> 8}, {5, time >> 16}, {6, time >> 24}}).getCmpiDateTime();
+        const auto dateTime = record({{3, time}, {4, time >> 8}, {5, time >> 16}, {6, time >> 24}}).getCmpiDateTime();
         const CMPIString* shown = dateTime.get()->ft->getStringFormat(dateTime.get(), nullptr);
         EXPECT_STREQ(shown->ft->getCharPtr(shown, nullptr), text);
     }
@@ -69,63 +60,23 @@ TEST(IpmiSelData, TimesCountFromTheEpochOrFromTheStart)
 
 TEST(IpmiSelData, SeverityAndAlertType)
 {
-    const unsigned int severities[16] = {5, 5, 6, 6, 7, 7, 5, 5, 6, 6, 7, 7, 0, 0, 0, 0};
-    for (unsigned int type = 0; type < 0x80; ++type) {
-        for (unsigned int offset = 0; offset < 16; ++offset) {
-            const IpmiSelData data = record({{kEvent, type | kDeassertion}, {kData1, offset | 0xf0}});
-            EXPECT_EQ(data.severity(), type == 1 ? severities[offset] : 0) << type << ' ' << offset;
-        }
-        for (unsigned int sensor = 0; sensor < 0x100; ++sensor) {
-            const unsigned int alert = type > 0x6f ? 0 : sensor == 1 ? 6 : sensor == 5 || sensor == 6 ? 8 : 5;
-            EXPECT_EQ(record({{kEvent, type}, {kSensorType, sensor}}).alertType(), alert) << type << ' ' << sensor;
-        }
+    const unsigned int severities[16] = {5, 5, 6, 6, 7, 7, 5, 5, 6, 6, 7, 7};
+    for (unsigned int n = 0; n < 16; ++n) {
+        EXPECT_EQ(record({{kEvent, 0x81}, {kData1, n | 0xf0}}).severity(), severities[n]);
+        EXPECT_EQ(record({{kEvent, n + 2}}).severity(), 0u);
+        EXPECT_EQ(record({{kEvent, 0xef}, {kSensorType, n}}).alertType(), n == 1 ? 6u : n == 5 || n == 6 ? 8u : 5u);
+        EXPECT_EQ(record({{kEvent, 0x70 + n}}).alertType(), 0u);
     }
 }
 
-/// All other captions are compared with ipmitool's words by compare_captions.py.
-TEST(IpmiSelData, Captions)
-{
-    const std::pair<Patch, const char*> rows[] = {
-        {{{kEvent, 0x81}, {kData1, 0x08}}, "Deassert + Temperature Upper Critical going low "},
-        {{{kData1, 0x0c}}, "Assert + Temperature "},
-        {{{kSensorType, 0x2a}}, "Assert + Upper Critical going high"},
-        {{{kSensorType, 0x00}}, "Assert + Reserved Upper Critical going high"},
-        {{{kSensorType, 0x0f}}, "Assert + System Firmware Error Upper Critical going high"},
-        {{{kSensorType, 0x0c}, {kEvent, 0x6f}, {kData1, 0x01}}, "Assert + Memory Uncorrectable ECC"},
-        {{{kSensorType, 0x2a}, {kEvent, 0x6f}}, "Assert + "},
-        {{{kSensorType, 0x00}, {kEvent, 0x6f}, {kData1, 0x00}}, "Assert + Reserved"},
-        {{{kSensorType, 0x00}, {kEvent, 0x6f}, {kData1, 0x01}}, "Assert + "},
-        {{{kSensorType, 0x01}, {kEvent, 0x6f}, {kData1, 0x00}}, "Assert + Temperature"},
-        {{{kSensorType, 0x08}, {kEvent, 0x6f}, {kData1, 0x06}}, "Assert + Power Supply Config Error: Vendor Mismatch"},
-        {{{kSensorType, 0x0f}, {kEvent, 0x6f}, {kData1, 0xa2}}, "Assert + System Firmware Progress Unspecified"},
-        {{{kSensorType, 0xf0}, {kEvent, 0xef}, {kData1, 0x06}}, "Deassert + FRU Hot Swap Transition to M6"},
-        {{{kSensorType, 0xf1}, {kEvent, 0x6f}, {kData1, 0x03}},
-         "Assert + IPMB-0 Status IPMB-A enabled, IPMP-B enabled"},
-        {{{kEvent, 0x00}}, ""},
-        {{{kEvent, 0x17}, {kData1, 0x00}}, ""},
-        {{{kEvmRevision, 0x03}}, ""},
-    };
-    for (const auto& [patch, text] : rows)
-        EXPECT_EQ(record(patch).caption(), text);
-}
-
-TEST(IpmiSelData, RecordDataString)
+TEST(IpmiSelData, Texts)
 {
     EXPECT_EQ(record().recordDataString(), "*49*49.97.32*87 4*2*16 94 154 101*32 97*4*1*49*49*false*1*89*44*45*1*");
     EXPECT_EQ(record({{kType, 0xc1}, {kEvent, 0xef}}).recordDataString(),
               "*0*49.97.32*87 4*193*16 94 154 101*32 97*4*1*49*0*true*111*89*44*45*1*");
-    sel_event_record longest;
-    std::fill(std::begin(longest.bytes), std::end(longest.bytes), std::uint8_t{0xff});
-    longest.bytes[kType] = 0;
-    EXPECT_EQ(IpmiSelData(&longest, 0).recordDataString(),
-              "*255*255.255.255*255 255*0*255 255 255 255*255 255*255*255*255*255*true*127*255*255*255*1*");
-}
-
-TEST(IpmiSelData, RecordNumbersAsText)
-{
-    const std::pair<int, const char*> rows[] = {
-        {0, "Invalid"}, {7, "0007"}, {12345, "12345"}, {INT_MIN, "-2147483648"}};
-    for (const auto& [number, text] : rows)
+    EXPECT_EQ(IpmiSelData(nullptr, 0).recordDataString(), "*0*0.0.0*0 0*0*0 0 0 0*0 0*0*0*0*0*false*0*0*0*0*1*");
+    EXPECT_EQ(record().recordId(), 0x457);
+    for (const auto& [number, text] : {std::pair(0, "Invalid"), {7, "0007"}, {INT_MIN, "-2147483648"}})
         EXPECT_EQ(IpmiSelData::recordId(number), text);
 }
 
@@ -133,26 +84,21 @@ using SelRecord = NodeFixture;
 
 TEST_F(SelRecord, ReservesAndDeletes)
 {
-    struct Row {
-        Bytes answer; ///< empty: none
+    const struct {
+        Bytes answer;
         int reserved, deleted;
-    };
-    const Row rows[] = {{{0x00, 0x34, 0x12}, 0, 0},
-                        {{0x00, 0x34, 0x12, 9}, 0, 0},
-                        {{0x00, 0x34}, 4, 0},
-                        {{0x00}, 4, 0},
-                        {{0xc1, 0x34, 0x12}, 1, 1},
-                        {{0xcd}, 1, 1},
-                        {{0xc5}, 5, 5},
-                        {{0x80}, 5, 5},
-                        {{}, 4, 4}};
+    } rows[] = {{{0x00, 0x34, 0x12, 9}, 0, 0},
+                {{0x00, 0x34}, 4, 0},
+                {{0xc1, 0x34, 0x12}, 1, 1},
+                {{0xcd}, 1, 1},
+                {{0xc5}, 5, 5},
+                {{}, 4, 4}};
+    const Bytes reservation{0x0a, 0x46}, deletion{0x0a, 0x46, 0x34, 0x12, 0x57, 0x04};
     const auto expect = [this](const Bytes& request, const Bytes& answer) {
-        auto& step = bmc.expect(request, answer);
-        if (answer.empty())
+        if (auto& step = bmc.expect(request, answer); answer.empty())
             step.silent();
     };
-    const Bytes reservation{0x0a, 0x46}, deletion{0x0a, 0x46, 0x34, 0x12, 0x57, 0x04};
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         unsigned short id = 0x5a5a;
         expect(reservation, row.answer);
         EXPECT_EQ(record().reserve(id), row.reserved);

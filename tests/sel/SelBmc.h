@@ -4,8 +4,8 @@
 #include "sdr/SdrBmc.h"
 #include "sel/IpmiIfcSel.h"
 #include "sel/SelCommands.h"
+#include "sim/SelLayout.h"
 
-#include <functional>
 #include <string>
 
 namespace SelTest
@@ -13,6 +13,7 @@ namespace SelTest
 
 using namespace SdrTest;
 using Ipmi::kGetSelEntry, Ipmi::kGetSelInfo, Ipmi::kReserveSel;
+using Records = std::vector<Sim::SelRecord>;
 
 inline constexpr std::uint32_t kStart = 0x60000000; ///< where the log's times begin
 
@@ -21,6 +22,14 @@ inline Sim::SelRecord record(unsigned id, std::uint32_t time, std::uint8_t type 
     const auto byte = [](std::uint32_t value, int n) { return static_cast<std::uint8_t>(value >> 8 * n); };
     return {byte(id, 0), byte(id, 1), type, byte(time, 0), byte(time, 1), byte(time, 2), byte(time, 3), 0x20, 0, 4,
             1,           byte(id, 0), 1,    0x59,          0x11,          0x22};
+}
+
+inline Records cachedRecords()
+{
+    Records records;
+    for (const auto& one : Ipmi::IpmiIfc::getSelData(0))
+        std::ranges::copy(one->rawRecord().bytes, records.emplace_back().begin());
+    return records;
 }
 
 /// Ids of the records in the cache: "1 2 3".
@@ -32,43 +41,15 @@ inline std::string cached()
     return ids;
 }
 
-/// "first first+1 ... last"
-inline std::string range(unsigned first, unsigned last)
-{
-    std::string ids;
-    for (unsigned id = first; id <= last; ++id)
-        ids += (ids.empty() ? "" : " ") + std::to_string(id);
-    return ids;
-}
-
-/// Stands before the BMC: something may happen between two requests.
-struct Front : Sim::Responder {
-    SdrBmc& behind;
-    std::function<void(const Sim::Request&)> before;
-
-    explicit Front(SdrBmc& node) : behind(node) {}
-    Sim::Answer handle(const Sim::Request& request) override
-    {
-        if (before)
-            before(request);
-        return behind.bmc.handle(request);
-    }
-    Sim::Answer handleMessaging(const Sim::Request& request, const std::function<Bytes()>& carryOut) override
-    {
-        return behind.bmc.handleMessaging(request, carryOut);
-    }
-};
-
-struct SelBmc : Front, SdrBmc {
+struct SelBmc : SdrBmc {
     std::string handled; ///< ids, as they came
 
     /// Records 1 to `count`, ten seconds apart.
-    explicit SelBmc(unsigned count = 0, unsigned firstId = 1)
-        : Front(static_cast<SdrBmc&>(*this)), SdrBmc({}, {}, Support::SimNode::Serve::atOnce, this)
+    explicit SelBmc(unsigned count = 0) : SdrBmc(Sim::Machine{})
     {
         change([=](Sim::Machine& machine) {
-            for (unsigned i = 0; i < count; ++i)
-                machine.sel.push_back(record(firstId + i, kStart + 10 * (i + 1)));
+            for (unsigned id = 1; id <= count; ++id)
+                machine.sel.push_back(record(id, kStart + 10 * id));
             machine.selAddTime = kStart + 10 * count;
             machine.selEraseTime = kStart;
         });
@@ -91,26 +72,32 @@ struct SelBmc : Front, SdrBmc {
     void add(std::uint32_t seconds)
     {
         change([=](Sim::Machine& machine) {
-            const unsigned last = machine.sel.empty() ? 0 : machine.sel.back()[0] | machine.sel.back()[1] << 8;
+            const unsigned last = machine.sel.empty() ? 0 : Sim::idOf(machine.sel.back());
             machine.sel.push_back(record(last + 1, kStart + seconds));
             machine.selAddTime = kStart + seconds;
         });
     }
-    /// Of the records with ids from `first` to `last`.
+    /// Records with ids from `first` to `last`, in another second than all erasures before.
     void erase(unsigned first, unsigned last)
     {
         change([=](Sim::Machine& machine) {
-            std::erase_if(machine.sel, [=](const Sim::SelRecord& one) { return one[0] >= first && one[0] <= last; });
+            std::erase_if(machine.sel,
+                          [=](const auto& one) { return Sim::idOf(one) >= first && Sim::idOf(one) <= last; });
             ++machine.selEraseTime;
         });
     }
-    /// Something happens before the nth of these requests, counted from now.
-    void at(std::uint8_t cmd, int nth, std::function<void(SelBmc&)> what)
+    /// An event that comes now and carries this number.
+    void addSerial(std::size_t serial)
     {
-        before = [=, this, left = nth](const Sim::Request& request) mutable {
-            if (request.cmd == cmd && --left == 0)
-                what(*this);
-        };
+        Sim::SelRecord one = record(0, 0);
+        for (std::size_t i = Sim::SelLayout::kData; i < one.size(); ++i, serial >>= 8)
+            one[i] = static_cast<std::uint8_t>(serial);
+        EXPECT_NE(bmc.addEvent(one), 0);
+    }
+    static std::size_t serialOf(const std::uint8_t* record)
+    {
+        const std::uint8_t* data = record + Sim::SelLayout::kData;
+        return data[0] | static_cast<std::size_t>(data[1]) << 8 | static_cast<std::size_t>(data[2]) << 16;
     }
     int check(unsigned short* count = nullptr) { return Ipmi::IpmiIfcSelGetInfo(0, count); }
     std::string takeHandled() { return std::exchange(handled, {}); }
