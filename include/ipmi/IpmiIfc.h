@@ -39,6 +39,15 @@ public:
         IPMI_STATE_CLI = 16      ///< used without a polling loop (IpmiIfcInitForCLI)
     };
 
+    /// Kind of cycle that a wake-up of the polling loop asks for.
+    enum IPMI_POLL_TYPE : int {
+        IPMI_POLL_NONE = 0,    ///< nothing at all
+        IPMI_POLL_NORMAL = 1,  ///< as when the interval has passed
+        IPMI_POLL_FULL = 2,    ///< everything, whether there are new events or not
+        IPMI_POLL_SENSORS = 3, ///< without new events: sensor readings only
+        IPMI_POLL_SEL = 4      ///< the event log only, unless there are new events
+    };
+
     IpmiIfc() = delete;
 
     // --- node state
@@ -52,6 +61,43 @@ public:
     /// As waitState: seconds and microseconds bound each single wait inside the call and never end it. This is meant.
     static IPMI_STATE timedWaitState(int node, int mask, long seconds, long microseconds);
     static IPMI_STATE timedWaitState(int mask, long seconds, long microseconds);
+
+    // --- a node's life
+
+    /// Runs the node in the calling thread: initialises it, identifies the BMC, then polls until stop(). Returns when
+    /// the loop has ended, or at once where the device cannot be opened and for a node outside 0..3; the state is then
+    /// IPMI_STATE_STOPPED. A node runs once per process. Event handlers registered before are dropped. Each cycle looks
+    /// at the event log; new events bring a refresh of everything and the handlers' calls, and without them readings
+    /// are refreshed in every eighth cycle.
+    /// @param interval  the wait between two cycles in units of 16 seconds; below 1: only wake-ups begin a cycle
+    /// Throws CmpiStatus: rc 2 "Only root user allowed"; rc 100 when the signal pipe cannot be made; rc 200 when the
+    /// node is starting or running; and what a handler throws during the first look at the event log.
+    /// @threads one of the caller's own for each node
+    static void start(int node, int interval);
+    static void start(int interval);
+    /// Ends the node's loop and frees its records, handlers, pipe and device; its sensors and event records stay. Waits
+    /// until the loop has ended: what the loop waits for from the BMC is given up at once. Before any start it waits
+    /// for one. No other thread may use the node's commands any more. Throws CmpiStatus rc 200 when it was called
+    /// before, and on the node's own polling thread (from a handler), which changes nothing.
+    static void stop(int node);
+    static void stop();
+    /// Wakes the loop for a cycle; a loop that is busy with one may miss it.
+    static void doPoll(int node);
+    static void doPoll();
+    /// Changes the wait between cycles (units of 16 seconds), and wakes the loop for a cycle.
+    static void setPollingInterval(int node, int interval);
+    static void setPollingInterval(int interval);
+    /// The wait between cycles, in units of 16 seconds; -1 before start and for a node outside 0..3.
+    static int getPollingInterval(int node);
+    static int getPollingInterval();
+    /// Has each of the nodes 0 .. nodeCount-1 (at most four) do one cycle, all at once or one after the other
+    /// (`serial`), and waits until they have; a cycle of kind IPMI_POLL_NONE is not waited for. Of nodes whose cycle
+    /// would be an eighth one only one does it (nodeCount / 8 + 1 for nine and more), the others an ordinary one. Waits
+    /// for loops that have not begun. The first call multiplies SKIP_SDR_STEP and SKIP_FRU_STEP by nodeCount. A node
+    /// whose polling thread calls this is left out.
+    /// @param shutdownRequested  ends the waiting when it becomes true; read once a second; may be null
+    /// @return 0; -1 when the shutdown request ended it
+    static int pollAll(int nodeCount, bool serial, IPMI_POLL_TYPE type, volatile bool* shutdownRequested);
 
     // --- raw commands
 
@@ -192,6 +238,14 @@ public:
     /// The broker that makes date-times (CmpiDateTime) from now on; null: the small one inside the library. The broker
     /// stays the caller's and must outlive its use.
     static void setBroker(const _CMPIBroker* broker);
+
+private:
+    static void poll(int node);
 };
+
+/// Of the cycles that refresh readings (every eighth) each so manyth reads the SDR repository's info instead, and
+/// refreshes the FRU inventory. Below 1 counts as 1.
+TRX_IPMI_API extern std::atomic<int> SKIP_SDR_STEP;
+TRX_IPMI_API extern std::atomic<int> SKIP_FRU_STEP;
 
 } // namespace Ipmi

@@ -64,6 +64,12 @@ Clock* Clock::use(Clock* clock)
     return installed.exchange(clock);
 }
 
+timespec deadlineAfter(std::chrono::microseconds wait)
+{
+    const std::int64_t at = (Clock::get().wallTime() + wait).count();
+    return {static_cast<time_t>(at / 1'000'000), static_cast<long>(at % 1'000'000 * 1'000)};
+}
+
 void backOff()
 {
     Clock::get().sleep(static_cast<unsigned int>(std::rand() & 3));

@@ -33,6 +33,9 @@ public:
     static Clock* use(Clock* clock);
 };
 
+/// The wall clock's time so many microseconds from now, for waitUntil().
+timespec deadlineAfter(std::chrono::microseconds wait);
+
 /// Back-off before a retry: sleeps 0 to 3 whole seconds.
 void backOff();
 

@@ -17,6 +17,7 @@
 #define TRX_REQUIRES_SHARED(...) TRX_ANNOTATION(requires_shared_capability(__VA_ARGS__))
 #define TRX_ACQUIRE(...) TRX_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define TRX_ACQUIRE_SHARED(...) TRX_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
+#define TRX_TRY_ACQUIRE(...) TRX_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define TRX_RELEASE(...) TRX_ANNOTATION(release_capability(__VA_ARGS__))
 #define TRX_RELEASE_GENERIC(...) TRX_ANNOTATION(release_generic_capability(__VA_ARGS__))
 #define TRX_EXCLUDES(...) TRX_ANNOTATION(locks_excluded(__VA_ARGS__))
@@ -38,6 +39,7 @@ public:
 
     void lock() TRX_ACQUIRE() { pthread_mutex_lock(&mutex_); }
     void unlock() TRX_RELEASE() { pthread_mutex_unlock(&mutex_); }
+    bool tryLock() TRX_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&mutex_) == 0; }
 
 private:
     friend class ConditionVariable;

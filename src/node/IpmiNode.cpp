@@ -44,12 +44,6 @@ static_assert(boundedWait(2, 500'000) == 2'500'000 && boundedWait(0, 5'000'000'0
 static_assert(boundedWait(-1, 0) == 1'000 && boundedWait(kLeast, kLeast) == 1'000);
 static_assert(boundedWait(kLongest, kLongest) == boundedWait(kLongest, 0));
 
-timespec deadlineAfter(std::int64_t wait)
-{
-    const std::int64_t at = TRX::Clock::get().wallTime().count() + wait;
-    return {static_cast<time_t>(at / 1'000'000), static_cast<long>(at % 1'000'000 * 1'000)};
-}
-
 } // namespace
 
 IpmiNode::~IpmiNode()
@@ -162,7 +156,8 @@ State IpmiIfc::timedWaitState(int node, int mask, long seconds, long microsecond
     TRX::MutexLock hold(self.stateLock);
     // A time-out only begins the wait again: the call ends when the state matches and never before. This is meant.
     while ((self.state & mask) == 0) {
-        const timespec deadline = deadlineAfter(boundedWait(seconds, microseconds));
+        const std::chrono::microseconds wait(boundedWait(seconds, microseconds));
+        const timespec deadline = TRX::deadlineAfter(wait);
         TRX::Clock::get().waitUntil(self.stateCond, self.stateLock, deadline);
     }
     return stateOf(self);

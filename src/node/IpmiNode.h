@@ -25,6 +25,7 @@ namespace Ipmi
 {
 
 inline constexpr int FD_READ = 0, FD_WRITE = 1;
+inline constexpr int kFullPollStep = 8; ///< each so manyth cycle of a polling loop does more than look at the event log
 
 /// A text among the system info parameters (IPMI 2.0, 22.14a), as far as its blocks have been asked for.
 struct SystemInfoText {

@@ -1,10 +1,13 @@
 #include "node/SignalPipe.h"
 
+#include "base/Log.h"
 #include "ipmi/CmpiStatus.h"
 #include "node/IpmiNode.h"
 
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace Ipmi
 {
@@ -34,6 +37,12 @@ void setBlocking(int fd, bool blocking, const EndTexts& texts)
         throw CmpiStatus(CMPI_RC_ERROR_SYSTEM, texts.set);
 }
 
+/// Before a node is initialised the ends are 0 and not ours.
+bool isInitialised(int node)
+{
+    return g_IpmiNode[node].state != IpmiIfc::IPMI_STATE_NONE;
+}
+
 } // namespace
 
 void openSignalPipe(int node)
@@ -53,13 +62,20 @@ void openSignalPipe(int node)
     }
 }
 
+void signalPipe(int node, const char* function)
+{
+    const std::uint8_t byte = 0xff;
+    const int fd = isInitialised(node) ? g_IpmiNode[node].signalCmdPipeFds[FD_WRITE].load() : -1;
+    if (write(fd, &byte, 1) != 1)
+        TRX::log(LOG_ERR, "%s: ignoring, write(fd=%d 1 byte) failed errno=%d %m", function, fd, errno);
+}
+
 void closeSignalPipe(int node)
 {
-    IpmiNode& self = g_IpmiNode[node];
-    const bool initialised = self.state != IpmiIfc::IPMI_STATE_NONE; // before that the ends are 0 and not ours
-    for (auto& end : self.signalCmdPipeFds) {
+    const bool ours = isInitialised(node);
+    for (auto& end : g_IpmiNode[node].signalCmdPipeFds) {
         const int fd = end.exchange(-1);
-        if (initialised && fd != -1)
+        if (ours && fd != -1)
             close(fd);
     }
 }

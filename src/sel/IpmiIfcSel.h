@@ -3,9 +3,10 @@
 
 #include "ipmi/IpmiNodeControl.h"
 #include "ipmi/IpmiRecords.h"
-#include "ipmi/IpmiSelData.h"
+#include "sel/SelCache.h"
 
 #include <cstdint>
+#include <functional>
 
 namespace Ipmi
 {
@@ -41,8 +42,9 @@ int IpmiIfcSelReadAll(int node);
 int IpmiIfcSelReadNew(int node, unsigned short lastId);
 /// Calls the handlers for each cached event that is newer than `since`; for each one where that is FFFFFFFFh. @return 0
 int IpmiIfcSelGenerateEvents(int node, unsigned int since);
-/// Calls each handler with `record`, which may be null.
-void callSelHandlers(int node, IpmiSelData* record);
+/// Has `call` call each handler. Handlers may register and unregister any: those that go before their turn are not
+/// called.
+void forEachSelHandler(int node, const std::function<void(const SelHandler&)>& call);
 /// Frees all handlers.
 void IpmiIfcSelCleanUpEventHandlers(int node);
 /// Drops the records and the summary.

@@ -54,17 +54,16 @@ int IpmiIfcSelGenerateEvents(int node, unsigned int since)
         position = self.sel.firstNewer(since);
     }
     while (const auto record = nextToReport(self, since, position))
-        callSelHandlers(node, record.get());
+        forEachSelHandler(node, [&](const SelHandler& handler) { handler.function(handler.argument, record.get()); });
     return 0;
 }
 
-void callSelHandlers(int node, IpmiSelData* record)
+void forEachSelHandler(int node, const std::function<void(const SelHandler&)>& call)
 {
     IpmiNode& self = g_IpmiNode[node];
-    // A handler may register and unregister any: those that go before their turn are not called.
     for (const SelHandler& handler : handlersOf(self))
         if (isRegistered(self, handler))
-            handler.function(handler.argument, record);
+            call(handler);
 }
 
 void IpmiIfcSelCleanUpEventHandlers(int node)
