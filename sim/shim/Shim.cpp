@@ -213,10 +213,13 @@ bool isOfEveryFile(unsigned long request)
     return request == FIOCLEX || request == FIONCLEX || request == FIONBIO || request == FIOASYNC;
 }
 
-bool isRoot()
+/// Root where a device is simulated, and what hooks say; `call` tells of the real user.
+uid_t userId(long call)
 {
-    const Hooks* hooks = installed.get();
-    return hooks ? hooks->root : folder() != nullptr;
+    constexpr uid_t kNobody = 65534;
+    if (const Hooks* hooks = installed.get())
+        return hooks->root ? 0 : kNobody;
+    return folder() ? 0 : static_cast<uid_t>(rawCall(call));
 }
 
 /// As access(2) on the device's file: there, readable and writable, when its number is simulated.
@@ -317,10 +320,10 @@ TRX_SHIM_EXPORT int access(const char* path, int mode) noexcept
 
 TRX_SHIM_EXPORT uid_t geteuid() noexcept
 {
-    return isRoot() ? 0 : static_cast<uid_t>(rawCall(SYS_geteuid));
+    return userId(SYS_geteuid);
 }
 
 TRX_SHIM_EXPORT uid_t getuid() noexcept
 {
-    return isRoot() ? 0 : static_cast<uid_t>(rawCall(SYS_getuid));
+    return userId(SYS_getuid);
 }

@@ -18,7 +18,7 @@ struct Hooks {
     void (*sent)(void* context, int node) = nullptr;
     /// Asked first at every open (request 0) and ioctl of a device: an errno to fail with, or 0. May be null.
     int (*fail)(void* context, int node, unsigned int request) = nullptr;
-    /// What geteuid() and getuid() say: root, or the real user.
+    /// What geteuid() and getuid() say: root, or nobody.
     bool root = true;
 };
 
