@@ -76,9 +76,9 @@ public:
     static void start(int node, int interval);
     static void start(int interval);
     /// Ends the node's loop and frees its records, handlers, pipe and device; its sensors and event records stay. Waits
-    /// until the loop has ended: what the loop waits for from the BMC is given up at once. Before any start it waits
-    /// for one. No other thread may use the node's commands any more. Throws CmpiStatus rc 200 when it was called
-    /// before, and on the node's own polling thread (from a handler), which changes nothing.
+    /// until the loop has ended: what it or another thread waits for from the BMC is given up at once, and later
+    /// commands are refused. Before any start it waits for one.
+    /// Throws CmpiStatus rc 200 when it was called before, and in a handler of the node, which changes nothing.
     static void stop(int node);
     static void stop();
     /// Wakes the loop for a cycle; a loop that is busy with one may miss it.
@@ -96,7 +96,7 @@ public:
     /// for loops that have not begun. The first call multiplies SKIP_SDR_STEP and SKIP_FRU_STEP by nodeCount. A node
     /// whose polling thread calls this is left out.
     /// @param shutdownRequested  ends the waiting when it becomes true; read once a second; may be null
-    /// @return 0; -1 when the shutdown request ended it
+    /// @return 0; -1 when the shutdown request ended it, and in an event handler, where it does nothing
     static int pollAll(int nodeCount, bool serial, IPMI_POLL_TYPE type, volatile bool* shutdownRequested);
 
     // --- raw commands

@@ -3,7 +3,7 @@
 #include "base/Log.h"
 #include "ipmi/IpmiIfc.h"
 #include "node/IpmiNode.h"
-#include "node/PollThread.h"
+#include "sel/IpmiIfcSel.h"
 
 #include <algorithm>
 #include <climits>
@@ -158,8 +158,6 @@ bool PollRound::wait()
 bool pollNodes(int count, bool serial, PollRound& round)
 {
     for (int node = 0; node < count; ++node) {
-        if (PollThread::runs(node)) // it is in its cycle, and would wait for itself
-            continue;
         if (!round.trigger(node))
             return false;
         if (serial) {
@@ -178,6 +176,8 @@ bool pollNodes(int count, bool serial, PollRound& round)
 int IpmiIfc::pollAll(int nodeCount, bool serial, IPMI_POLL_TYPE type, volatile bool* shutdownRequested)
 {
     constexpr int kFewNodes = 8;
+    if (isInSelHandler()) // it would wait for itself, or for another thread's handler that waits for it
+        return -1;
     static std::atomic<bool> first{true};
     if (first.exchange(false)) { // so that the slow steps stay the same for each node
         multiply(SKIP_FRU_STEP, std::max(nodeCount, 1));

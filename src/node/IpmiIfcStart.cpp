@@ -39,6 +39,14 @@ private:
     PollThread thread_;
 };
 
+/// The pipe of a use before that was not ended: a start that failed, or IpmiIfcInitForCLI.
+void closeOldPipe(int node)
+{
+    const IpmiIfc::IPMI_STATE state = _getState(node);
+    if (state != IpmiIfc::IPMI_STATE_STARTING && state != IpmiIfc::IPMI_STATE_RUNNING)
+        closeSignalPipe(node);
+}
+
 /// Opens the device and asks who is behind it. @return false when it cannot be opened
 bool openNode(int node)
 {
@@ -86,6 +94,7 @@ void IpmiIfc::start(int node, int interval)
     if (!isNode(node))
         return;
     TRX::log(LOG_DEBUG, "Node %d: IpmiIfc::start(%d)", node, interval);
+    closeOldPipe(node);
     InitIpmiNode(node);
     _changeState(node, IPMI_STATE_IDLE, IPMI_STATE_STARTING);
     IpmiNode& self = g_IpmiNode[node];
@@ -112,8 +121,8 @@ void IpmiIfc::stop(int node)
     if (!isNode(node))
         return;
     IpmiNode& self = g_IpmiNode[node];
-    if (PollThread::runs(node))
-        throw CmpiStatus(CMPI_RC_ERROR, "IpmiIfc::stop called on the node's own polling thread");
+    if (PollThread::isIn(node))
+        throw CmpiStatus(CMPI_RC_ERROR, "IpmiIfc::stop called from a handler of the node");
     if (self.shutdown.exchange(true))
         throw CmpiStatus(CMPI_RC_ERROR, "IpmiIfc::stop called twice");
     TRX::log(LOG_INFO, "Node %d: IpmiIfc shutting down...", node);

@@ -61,12 +61,12 @@ void InitIpmiNode(int node)
         const State state = stateOf(self);
         if (state == IpmiIfc::IPMI_STATE_STARTING || state == IpmiIfc::IPMI_STATE_RUNNING)
             refuse(state, IpmiIfc::IPMI_STATE_IDLE, state);
+        self.signalCmdPipeFds[FD_READ] = -1; // first: in an initialised node they count
+        self.signalCmdPipeFds[FD_WRITE] = -1;
         self.state = IpmiIfc::IPMI_STATE_IDLE;
     }
     self.NodeNum = node;
     self.nextMsgId = kFirstMessageId;
-    self.signalCmdPipeFds[FD_READ] = -1;
-    self.signalCmdPipeFds[FD_WRITE] = -1;
     self.pollingInterval = -1;
     {
         TRX::MutexLock hold(self.bmcInfoLock);

@@ -20,4 +20,10 @@ void LoadGuard::leave()
         free_.broadcast();
 }
 
+bool LoadGuard::isOwner()
+{
+    TRX::MutexLock hold(lock_);
+    return depth_ != 0 && pthread_equal(owner_, pthread_self());
+}
+
 } // namespace Ipmi

@@ -16,6 +16,8 @@ public:
     /// @return 1 for a fresh load, 2 and up for calls that come back inside it
     int enter();
     void leave();
+    /// True for the thread that is inside.
+    bool isOwner();
 
 private:
     TRX::Mutex lock_;

@@ -1,5 +1,7 @@
 #include "node/PollThread.h"
 
+#include "node/IpmiNode.h"
+
 #include <utility>
 
 namespace Ipmi
@@ -17,12 +19,12 @@ PollThread::~PollThread()
     innermost = before_;
 }
 
-bool PollThread::runs(int node)
+bool PollThread::isIn(int node)
 {
     for (const PollThread* thread = innermost; thread; thread = thread->before_)
         if (thread->node_ == node)
             return true;
-    return false;
+    return g_IpmiNode[node].selGuard.isOwner();
 }
 
 } // namespace Ipmi

@@ -13,8 +13,9 @@ public:
     PollThread(const PollThread&) = delete;
     PollThread& operator=(const PollThread&) = delete;
 
-    /// True inside such a block: in what the loop calls, handlers included.
-    static bool runs(int node);
+    /// True where the calling thread would wait for itself if it waited for the node's loop: inside such a block, and
+    /// in handlers that its own check of the event log calls, which keeps the loop from the next one.
+    static bool isIn(int node);
 
 private:
     int node_;

@@ -5,6 +5,7 @@
 #include "base/Log.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "sel/FlagScope.h"
 #include "sel/SelCommands.h"
 
 #include <algorithm>
@@ -102,19 +103,6 @@ bool isReadable(std::uint8_t version)
     return false;
 }
 
-/// Sets a flag for a block.
-class FlagScope
-{
-public:
-    explicit FlagScope(bool& flag) : flag_(flag) { flag_ = true; }
-    ~FlagScope() { flag_ = false; }
-    FlagScope(const FlagScope&) = delete;
-    FlagScope& operator=(const FlagScope&) = delete;
-
-private:
-    bool& flag_;
-};
-
 /// Fetches an info for a log of which there is none, and leaves the cache empty. @return 0, or the failed fetch's
 /// result
 int fetchInfo(int node)
@@ -163,7 +151,6 @@ int IpmiIfcRhSelInfo(ipmiifc_resp* resp, unsigned short* count)
     else
         return 0;
     trimRecords(node, info);
-    const FlagScope handling(self.selHandling);
     IpmiIfcSelGenerateEvents(node, before.addTime() != 0 ? before.addTime() : info.addTime());
     return 0;
 }

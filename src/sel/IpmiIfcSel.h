@@ -45,6 +45,8 @@ int IpmiIfcSelGenerateEvents(int node, unsigned int since);
 /// Has `call` call each handler. Handlers may register and unregister any: those that go before their turn are not
 /// called.
 void forEachSelHandler(int node, const std::function<void(const SelHandler&)>& call);
+/// True for a thread in a handler's call, of whatever node.
+bool isInSelHandler();
 /// Frees all handlers.
 void IpmiIfcSelCleanUpEventHandlers(int node);
 /// Drops the records and the summary.

@@ -1,5 +1,6 @@
 // Who hears of new events.
 #include "node/IpmiNode.h"
+#include "sel/FlagScope.h"
 #include "sel/IpmiIfcSel.h"
 #include "sel/SelTime.h"
 
@@ -12,6 +13,8 @@ namespace
 {
 
 constexpr int kNotFound = 2, kBadArgument = 5;
+
+thread_local bool callsHandlers = false;
 
 bool isToBeReported(const IpmiSelData& record, std::uint32_t since)
 {
@@ -61,9 +64,16 @@ int IpmiIfcSelGenerateEvents(int node, unsigned int since)
 void forEachSelHandler(int node, const std::function<void(const SelHandler&)>& call)
 {
     IpmiNode& self = g_IpmiNode[node];
+    LoadScope turn(self.selGuard); // a node's handlers are called by one thread at a time
+    const FlagScope handling(self.selHandling), here(callsHandlers);
     for (const SelHandler& handler : handlersOf(self))
         if (isRegistered(self, handler))
             call(handler);
+}
+
+bool isInSelHandler()
+{
+    return callsHandlers;
 }
 
 void IpmiIfcSelCleanUpEventHandlers(int node)

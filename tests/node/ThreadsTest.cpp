@@ -1,8 +1,10 @@
-// Many threads on one node.
+// Many threads on one node, and on several that poll.
 #include "base/Log.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "node/LifeFixture.h"
+#include "sel/IpmiIfcSel.h"
 #include "sim/Bmc.h"
 #include "sim/MachineFile.h"
 #include "support/CallerUse.h"
@@ -132,6 +134,139 @@ TEST(Threads, callersMeetRefreshersAndReloaders)
     for (const auto& line : sim.log().complaints())
         EXPECT_FALSE(line.text.starts_with("IpmiIfcSdr")) << line.text; // no load took another's reservation
     IpmiIfcCloseForCLI(0);
+}
+
+// --- nodes with their loops
+
+void useEventLog(int node, int round)
+{
+    const auto records = IpmiIfc::getSelData(node);
+    for (const auto& record : records)
+        EXPECT_FALSE((record->caption() + record->description() + record->recordDataString()).empty());
+    const auto summary = IpmiIfc::getSel(node);
+    EXPECT_TRUE(!summary || summary->getMaxNumberOfRecords() > 0);
+    IpmiIfc::getRawSelHeader(node);
+    IpmiIfc::generatesMemoryEvents(node);
+    IpmiIfc::selGetClock(node);
+    IpmiIfc::setLastProcessedSELEntry(node, IpmiIfc::getLastProcessedSELEntry(node));
+    if (round % 8 == 0 && !records.empty())
+        IpmiIfc::deleteSelEntry(node, records.front()->recordId());
+    if (round % 64 == 0)
+        IpmiIfc::clearSel(node);
+}
+
+void useCommands(int node)
+{
+    std::uint8_t answer[16];
+    unsigned short room = sizeof answer;
+    IpmiIfc::sendCmd(node, 0x01, 0x06, 0, nullptr, &room, answer);
+    ipmiifc_req request;
+    request.msg = {0x06, 0x01, 0, nullptr};
+    ipmiifc_resp* reply = IpmiIfc::OemIpmiIfcSend(node, &request, 1);
+    IpmiIfcRespDel(&reply);
+}
+
+void useModel(int node, int round)
+{
+    IpmiIfc::getSdr(node);
+    for (const IpmiEntity& entity : IpmiIfc::getEntities(node))
+        EXPECT_FALSE((entity.getName() + entity.getParent().getName()).empty());
+    IpmiIfc::getEntityParent(node, 3, 1);
+    const auto sensors = IpmiIfc::getSensors(node);
+    if (sensors.empty())
+        return;
+    IpmiSensor& sensor = *sensors[static_cast<std::size_t>(round) % sensors.size()];
+    Support::useSensor(sensor);
+    IpmiIfc::getSensor(node, sensor.getSensorNumber(), sensor.getOwnerId());
+}
+
+void useNode(int node, int round)
+{
+    const int lives = IpmiIfc::IPMI_STATE_RUNNING | IpmiIfc::IPMI_STATE_STOPPED;
+    EXPECT_EQ(IpmiIfc::waitState(node, lives) | IpmiIfc::timedWaitState(node, lives, 0, 1) | IpmiIfc::getState(node) |
+                  lives,
+              lives);
+    IpmiIfc::getPollingInterval(node);
+    Support::useIdentity(node);
+    useModel(node, round);
+    useEventLog(node, round);
+    useCommands(node);
+}
+
+void countVisit(void* visits, IpmiSelData*)
+{
+    ++*static_cast<int*>(visits);
+}
+
+/// A handler's argument may go when the handler has been taken away and a check of one's own has passed.
+void visit(int node)
+{
+    const auto visits = std::make_unique<int>(0);
+    IpmiIfc::registerSelEventHandler(node, countVisit, visits.get());
+    std::this_thread::yield();
+    IpmiIfc::unRegisterSelEventHandler(node, countVisit);
+    IpmiIfcSelGetInfo(node, nullptr);
+}
+
+int numbers[kNodeCount] = {0, 1, 2, 3};
+
+/// Does what callers do; that of node 0 has the others poll.
+void busyHandler(void* number, IpmiSelData*)
+{
+    const int node = *static_cast<int*>(number);
+    visit(node);
+    useNode(node, 1);
+    IpmiIfc::doPoll(node);
+    if (node == 0)
+        IpmiIfc::pollAll(kNodeCount, true, IpmiIfc::IPMI_POLL_SEL, nullptr);
+}
+
+TEST(Threads, useRunningNodesUntilTheyStopAndBeyond)
+{
+    constexpr int kCallers = 16, kRounds = 10;
+    constexpr std::chrono::minutes kTime{30};
+    LifeTest::RunningNodes running(kNodeCount, LifeTest::machineWith(4));
+    auto& clock = running.nodes[0]->sim.clock();
+    const auto begin = clock.steadyTime();
+    std::atomic<bool> end{false};
+    std::vector<std::thread> threads;
+    const auto again = [&](auto what) {
+        threads.emplace_back([&end, what] {
+            for (int round = 0; !end; ++round) {
+                what(round);
+                std::this_thread::sleep_for(std::chrono::microseconds(200)); // the locks are not fair
+            }
+        });
+    };
+    for (int& node : numbers)
+        IpmiIfc::registerSelEventHandler(node, busyHandler, &node);
+    for (int caller = 0; caller < kCallers; ++caller)
+        again([=](int round) { useNode(caller % kNodeCount, caller + kCallers * round); });
+    again([](int round) { visit(round % kNodeCount); });
+    again([](int round) { IpmiIfc::doPoll(round % kNodeCount); });
+    again([](int round) { IpmiIfc::setPollingInterval(round % kNodeCount, round % 3); });
+    again([](int round) {
+        IpmiIfc::pollAll(kNodeCount, round % 2 == 0, static_cast<IpmiIfc::IPMI_POLL_TYPE>(round % 5), nullptr);
+    });
+    for (int round = 0; round < kRounds || clock.steadyTime() < begin + kTime; ++round) {
+        running.nodes[static_cast<std::size_t>(round % kNodeCount)]->addEvent(1);
+        IpmiIfc::pollAll(kNodeCount, false, IpmiIfc::IPMI_POLL_FULL, nullptr);
+    }
+    std::vector<std::thread> stoppers;
+    for (const int node : numbers)
+        stoppers.emplace_back([node] { IpmiIfc::stop(node); });
+    for (auto& stopper : stoppers)
+        stopper.join();
+    end = true;
+    for (auto& thread : threads)
+        thread.join();
+    for (const int node : numbers) {
+        EXPECT_EQ(IpmiIfc::getState(node), IpmiIfc::IPMI_STATE_STOPPED);
+        EXPECT_GT(running.cycles[static_cast<std::size_t>(node)], 0);
+        EXPECT_EQ(running.nodes[static_cast<std::size_t>(node)]->sim.log().count(
+                      LOG_ERR, "IPMI polling thread caught exception while polling node " + std::to_string(node)),
+                  0);
+    }
 }
 
 } // namespace

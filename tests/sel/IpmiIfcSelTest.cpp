@@ -209,7 +209,7 @@ TEST(SelEvents, AreChosenByTheirTimes)
     }
     _setState(0, IpmiIfc::IPMI_STATE_CLI);
     IpmiIfcSelGenerateEvents(0, 0);
-    callSelHandlers(0, nullptr);
+    forEachSelHandler(0, [](const SelHandler& handler) { handler.function(handler.argument, nullptr); });
     EXPECT_EQ(node.handled, "null");
 }
 

@@ -120,13 +120,14 @@ void SimNode::fail(unsigned int request, int error, int nth, int times)
 int SimNode::calls(unsigned int request) const
 {
     const std::lock_guard lock(mutex_);
-    return static_cast<int>(std::count(calls_.begin(), calls_.end(), request));
+    const auto found = calls_.find(request);
+    return found == calls_.end() ? 0 : found->second;
 }
 
 int SimNode::failureOf(unsigned int request)
 {
     const std::lock_guard lock(mutex_);
-    calls_.push_back(request);
+    ++calls_[request];
     for (Failure& failure : failures_) {
         if (failure.request != request || failure.times == 0)
             continue;

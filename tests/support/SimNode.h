@@ -12,6 +12,7 @@
 #include "support/LogCapture.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -76,7 +77,7 @@ private:
     Sim::Device device_;
     bool removed_ = false;
     std::vector<Failure> failures_;
-    std::vector<unsigned int> calls_;
+    std::map<unsigned int, int> calls_; ///< by request
     int wakePipe_[2] = {-1, -1};
     bool stop_ = false;
     std::thread thread_;

@@ -1,0 +1,112 @@
+// Nodes for tests of their whole lives.
+#pragma once
+
+#include "ipmi/CmpiStatus.h"
+#include "sdr/SdrBmc.h"
+#include "sim/SelLayout.h"
+
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace LifeTest
+{
+
+using namespace Ipmi;
+using namespace SdrTest;
+
+inline Sim::Machine machineWith(unsigned sensors)
+{
+    std::vector<Bytes> records;
+    for (std::uint8_t number = 1; number <= sensors; ++number)
+        records.push_back(sensorRecord(Kind::full, 0x01, {{kNumberAt, number}}, number));
+    Sim::Machine machine = machineOf(std::move(records));
+    machine.selAddTime = machine.selEraseTime = 0x60000000;
+    return machine;
+}
+
+inline Sim::Machine oneSensor(int events = 0)
+{
+    Sim::Machine machine = machineWith(1);
+    for (int i = 1; i <= events; ++i)
+        machine.sel.push_back({static_cast<std::uint8_t>(i), 0, 2, 1, 0, 0, 0x60, 0x20, 0, 4, 1, 1, 1, 0x57});
+    return machine;
+}
+
+/// A node that is ended with the test, whatever state it is in.
+struct Node : Sim::Responder {
+    Sim::Bmc bmc;
+    std::function<bool(const Sim::Request&)> before; ///< called before each request; false: it is not answered
+    Support::SimNode sim;
+    IpmiNode& record;
+
+    explicit Node(Sim::Machine machine = oneSensor(), int node = 0)
+        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this, node),
+          record(g_IpmiNode[node])
+    {
+        bmc.keepLog(true);
+    }
+    ~Node() override
+    {
+        record.shutdown = false;
+        record.state = IpmiIfc::IPMI_STATE_STOPPED;
+        IpmiIfcCloseForCLI(record.NodeNum);
+    }
+
+    Sim::Answer handle(const Sim::Request& request) override
+    {
+        return before && !before(request) ? Sim::Answer{.answered = false, .bytes = {}} : bmc.handle(request);
+    }
+
+    /// Logs an event that carries this number.
+    void addEvent(std::uint8_t serial)
+    {
+        Sim::SelRecord event{};
+        event[Sim::SelLayout::kType] = Sim::SelLayout::kSystemEvent;
+        event[Sim::SelLayout::kData] = serial;
+        EXPECT_NE(bmc.addEvent(event), 0);
+    }
+    static std::uint8_t serialOf(const IpmiSelData& event) { return event.rawRecord().bytes[Sim::SelLayout::kData]; }
+};
+
+inline std::ptrdiff_t openDescriptors()
+{
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
+
+/// Nodes that run, each in a thread of its own; a handler of each counts its null calls.
+struct RunningNodes {
+    static constexpr int kNodes = kNodeCount;
+    std::vector<std::unique_ptr<Node>> nodes;
+    std::vector<std::thread> threads;
+    std::array<std::atomic<int>, kNodes> cycles{};
+
+    explicit RunningNodes(int count = kNodes, const Sim::Machine& machine = oneSensor())
+    {
+        for (int node = 0; node < count; ++node)
+            nodes.push_back(std::make_unique<Node>(machine, node));
+        for (int node = 0; node < count; ++node) {
+            threads.emplace_back([node] { IpmiIfc::start(node, 0); });
+            IpmiIfc::waitState(node, IpmiIfc::IPMI_STATE_RUNNING);
+            IpmiIfc::registerSelEventHandler(node, count_, &cycles[static_cast<std::size_t>(node)]);
+        }
+    }
+    ~RunningNodes()
+    {
+        for (std::size_t node = 0; node < threads.size(); ++node)
+            if (!nodes[node]->record.shutdown)
+                IpmiIfc::stop(static_cast<int>(node));
+        for (auto& thread : threads)
+            thread.join();
+    }
+    std::vector<int> counted() const { return {cycles.begin(), cycles.end()}; }
+
+private:
+    static void count_(void* cycles, IpmiSelData* event) { *static_cast<std::atomic<int>*>(cycles) += !event; }
+};
+
+} // namespace LifeTest
