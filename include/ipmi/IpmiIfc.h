@@ -93,8 +93,7 @@ public:
     /// Has each of the nodes 0 .. nodeCount-1 (at most four) do one cycle, all at once or one after the other
     /// (`serial`), and waits until they have; a cycle of kind IPMI_POLL_NONE is not waited for. Of nodes whose cycle
     /// would be an eighth one only one does it (nodeCount / 8 + 1 for nine and more), the others an ordinary one. Waits
-    /// for loops that have not begun. The first call multiplies SKIP_SDR_STEP and SKIP_FRU_STEP by nodeCount. A node
-    /// whose polling thread calls this is left out.
+    /// for loops that have not begun. The first call multiplies SKIP_SDR_STEP and SKIP_FRU_STEP by nodeCount.
     /// @param shutdownRequested  ends the waiting when it becomes true; read once a second; may be null
     /// @return 0; -1 when the shutdown request ended it, and in an event handler, where it does nothing
     static int pollAll(int nodeCount, bool serial, IPMI_POLL_TYPE type, volatile bool* shutdownRequested);

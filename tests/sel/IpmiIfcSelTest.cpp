@@ -73,6 +73,10 @@ TEST(SelRecordRead, ReadsFromTheEndAndTriesAgain)
         EXPECT_EQ(entry.recordId, row.result == 0 ? kOther : row.id);
         EXPECT_TRUE(std::ranges::all_of(entry.record.bytes, [&](int b) { return b == (row.result == 0 ? 1 : 0); }));
     }
+    SelBmc node;
+    node.restart({fault(kReserveSel, 1, 1, code(0xc0))});
+    EXPECT_EQ(IpmiIfcSelReserve(0), -1);
+    EXPECT_EQ(node.sim.clock().sleeps(), std::vector(1, 1u)); // a second each
 }
 
 // --- the whole log
