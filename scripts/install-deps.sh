@@ -5,10 +5,11 @@ set -euo pipefail
 
 build_packages=(
     make cmake ninja-build g++ binutils pkg-config python3
-    nlohmann-json3-dev libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev
+    nlohmann-json3-dev libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libsystemd-dev
 )
 test_packages=(
     clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev
+    mandoc                                                     # checks the manual pages
     ipmitool freeipmi-tools                                    # independent IPMI clients
     qemu-system-x86 busybox-static cpio gzip                   # the machine that runs the real driver
 )

@@ -10,8 +10,10 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <tuple>
+#include <unistd.h>
 
 namespace Tool
 {
@@ -20,6 +22,14 @@ namespace
 {
 
 constexpr std::uint8_t kNoAnswer = 0xff, kAnswerCut = 16;
+
+auto sortKey(const Ipmi::IpmiSensor& sensor)
+{
+    return std::make_tuple(sensor.getOwnerId(), sensor.getLun(), sensor.getSensorNumber(), sensor.getChannel(),
+                           sensor.getSensorRecordNumber());
+}
+
+} // namespace
 
 std::string openFailure(int node, int error)
 {
@@ -37,13 +47,14 @@ std::string openFailure(int node, int error)
     }
 }
 
-auto sortKey(const Ipmi::IpmiSensor& sensor)
+void requireDevice(int node)
 {
-    return std::make_tuple(sensor.getOwnerId(), sensor.getLun(), sensor.getSensorNumber(), sensor.getChannel(),
-                           sensor.getSensorRecordNumber());
+    const std::string path = fmt::format("/dev/ipmi{}", node);
+    const int device = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (device < 0)
+        throw Failure(openFailure(node, errno));
+    ::close(device);
 }
-
-} // namespace
 
 NodeSession::NodeSession(int node) : node_(node)
 {
@@ -79,13 +90,13 @@ std::vector<TRX::Reference<Ipmi::IpmiSensor>> NodeSession::readSensors() const
     return sensors;
 }
 
-std::optional<Reply> NodeSession::send(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) const
+std::optional<Reply> sendTo(int node, std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data)
 {
     std::vector<unsigned char> request(data.begin(), data.end());
     std::array<unsigned char, 2 * Ipmi::kAnswerRoom> answer{};
     auto length = static_cast<unsigned short>(answer.size());
     const unsigned char result =
-        Ipmi::IpmiIfc::sendCmd(node_, cmd, netfn, static_cast<unsigned short>(request.size()),
+        Ipmi::IpmiIfc::sendCmd(node, cmd, netfn, static_cast<unsigned short>(request.size()),
                                request.empty() ? nullptr : request.data(), &length, answer.data());
     if (result == kNoAnswer)
         return std::nullopt;

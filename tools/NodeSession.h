@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace Tool
@@ -18,6 +19,15 @@ struct Reply {
     std::vector<std::uint8_t> data; ///< without the completion code; empty unless that is 0
     bool maybeCut = false;          ///< as long as the library keeps at most: there may have been more
 };
+
+/// Throws Failure when /dev/ipmi<node> cannot be opened.
+void requireDevice(int node);
+/// In one line, what is wrong and what to do.
+/// @param error  errno of the attempt
+std::string openFailure(int node, int error);
+
+/// One command to a node that is open; nothing without an answer. (The library tells completion code FFh as no answer.)
+std::optional<Reply> sendTo(int node, std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data = {});
 
 class NodeSession
 {
@@ -33,8 +43,10 @@ public:
     void requireBmc() const;
     /// Reads the repository; all sensors, by owner, LUN and number. Throws Failure.
     std::vector<TRX::Reference<Ipmi::IpmiSensor>> readSensors() const;
-    /// One command; nothing without an answer. (The library tells completion code FFh as no answer.)
-    std::optional<Reply> send(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data = {}) const;
+    std::optional<Reply> send(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data = {}) const
+    {
+        return sendTo(node_, netfn, cmd, data);
+    }
 
 private:
     int node_;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace Tool
 {
@@ -16,5 +17,10 @@ struct SelSelection {
     /// Keeps what fits both. A record without a point in time goes with the one before it.
     void apply(SelRecords& records) const;
 };
+
+/// Seconds since 1970. Throws Failure for a text that is no time.
+std::int64_t sinceFrom(const std::string& text, bool utc);
+/// The id of one record. Throws Failure.
+std::uint16_t recordIdFrom(const std::string& text);
 
 } // namespace Tool

@@ -1,8 +1,9 @@
 #include "Failure.h"
 #include "InputFile.h"
+#include "Interval.h"
 #include "Json.h"
+#include "Monitor.h"
 #include "NodeSession.h"
-#include "Number.h"
 #include "OutputFile.h"
 #include "Progress.h"
 #include "SdrReader.h"
@@ -36,6 +37,8 @@ struct Request {
     SelForm form;
     std::optional<std::string> sinceText;
     std::optional<std::string> save;
+    bool follow = false;
+    double interval = 2; ///< seconds between two looks that follow
     bool clear = false;
     bool yes = false;
     std::optional<std::string> idText;
@@ -148,8 +151,18 @@ int erase(const Options& options, std::uint16_t id)
     return kExitFine;
 }
 
+int follow(const Options& options, const Request& request)
+{
+    MonitorPlan plan{.nodes = {options.node}, .interval = request.interval, .sensors = false, .form = {}};
+    plan.form.sel = request.form;
+    plan.form.json = options.json;
+    return monitor(plan);
+}
+
 int run(const Options& options, const Request& request)
 {
+    if (request.follow)
+        return follow(options, request);
     if (request.id)
         return erase(options, *request.id);
     return request.save || request.clear ? saveOrClear(options, request) : list(options, request);
@@ -202,35 +215,25 @@ void addOptions(CLI::App& verb, Request& request)
     verb.add_flag("--yes", request.yes, "Clear without asking")->needs(clear);
     CLI::Option* erase =
         verb.add_option("--delete", request.idText, "Delete one record, decimal or 0x")->type_name("ID");
+    CLI::Option* follow = verb.add_flag("--follow", request.follow, "Wait for new events and list each, until Ctrl-C");
+    verb.add_option("--interval", request.interval, "With --follow: time between two looks; 2 when not given")
+        ->type_name("SECONDS")
+        ->check(checkInterval)
+        ->needs(follow);
     for (const char* name : {"--last", "--since"}) {
-        clear->excludes(verb.get_option(name));
-        erase->excludes(verb.get_option(name));
+        for (CLI::Option* option : {clear, erase, follow})
+            option->excludes(verb.get_option(name));
     }
     erase->excludes(save)->excludes(clear);
-}
-
-void parseSince(Request& request)
-{
-    request.selection.since = pointFrom(*request.sinceText, request.form.utc);
-    if (!request.selection.since)
-        throw Failure("\"" + printable(*request.sinceText) +
-                      "\" is no time: give 2024-01-31, \"2024-01-31 13:45\" or 2024-01-31T13:45:00Z");
-}
-
-void parseId(Request& request)
-{
-    constexpr std::uint16_t kFirst = 0x0000, kLast = 0xffff; // have a meaning of their own to BMCs
-    request.id = numberFrom<std::uint16_t>(*request.idText);
-    if (!request.id || *request.id == kFirst || *request.id == kLast)
-        throw Failure("\"" + printable(*request.idText) + "\" is no record id: give 1 to 65534, or 0x0001 to 0xfffe");
+    follow->excludes(save)->excludes(clear)->excludes(erase);
 }
 
 void parse(Request& request)
 {
     if (request.sinceText)
-        parseSince(request);
+        request.selection.since = sinceFrom(*request.sinceText, request.form.utc);
     if (request.idText)
-        parseId(request);
+        request.id = recordIdFrom(*request.idText);
     if (request.clear && !request.yes && isatty(STDIN_FILENO) != 1)
         throw Failure("there is no terminal to ask on: give --yes to clear the log");
 }
@@ -264,7 +267,7 @@ void addAction(CLI::App& verb, Options& options, const std::shared_ptr<Request>&
 void addSelVerb(CLI::App& app, Options& options)
 {
     const auto request = std::make_shared<Request>();
-    CLI::App* sel = app.add_subcommand("sel", "The system event log: list, save, clear");
+    CLI::App* sel = app.add_subcommand("sel", "The system event log: list, follow, save, clear");
     addOptions(*sel, *request);
     addAction(*sel, options, request, run);
     CLI::App* infoVerb = sel->add_subcommand("info", "The log as a whole: size, times, clock, what it can do");
@@ -281,6 +284,7 @@ void addSelVerb(CLI::App& app, Options& options)
   trx-ipmi --json sel --last 20
   trx-ipmi sel --since "2024-01-31 13:45"
   trx-ipmi sel --save sel.bin --clear
+  trx-ipmi --json sel --follow
   trx-ipmi sel info
   trx-ipmi sel decode sel.bin)");
     infoVerb->footer("Example:\n  trx-ipmi sel info --utc");

@@ -80,7 +80,14 @@ std::string sensorText(const Ipmi::IpmiSelData& record, const SensorNames& names
     return name.empty() ? fmt::format("sensor 0x{:02x}", record.getSensorNumber()) : name;
 }
 
-std::vector<Table::Cell> rowOf(const Ipmi::IpmiSelData& record, const SensorNames& names, const SelForm& form)
+} // namespace
+
+std::span<const std::uint8_t, kSelRecordSize> bytesOf(const Ipmi::IpmiSelData& record)
+{
+    return record.rawRecord().bytes;
+}
+
+std::vector<Table::Cell> cellsOf(const Ipmi::IpmiSelData& record, const SensorNames& names, const SelForm& form)
 {
     const bool timed = hasTime(record);
     std::vector<Table::Cell> cells{{fmt::format("0x{:04x}", record.recordId())},
@@ -126,13 +133,6 @@ Json jsonOf(const Ipmi::IpmiSelData& record, const SensorNames& names, const Sel
     return result;
 }
 
-} // namespace
-
-std::span<const std::uint8_t, kSelRecordSize> bytesOf(const Ipmi::IpmiSelData& record)
-{
-    return record.rawRecord().bytes;
-}
-
 std::string selTable(const SelRecords& records, const SensorNames& names, const SelForm& form)
 {
     Table table({{"ID"},
@@ -143,7 +143,7 @@ std::string selTable(const SelRecords& records, const SensorNames& names, const 
                  {"SEVERITY"},
                  {.title = "RAW", .optional = true}});
     for (const auto& record : records)
-        table.add(rowOf(*record, names, form));
+        table.add(cellsOf(*record, names, form));
     return table.text(colourWanted());
 }
 

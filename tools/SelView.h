@@ -29,6 +29,10 @@ struct SelForm {
     bool raw = false; ///< with their bytes
 };
 
+/// What the table shows of one record: id, time, sensor, event, direction, severity, bytes.
+std::vector<Table::Cell> cellsOf(const Ipmi::IpmiSelData& record, const SensorNames& names, const SelForm& form);
+Json jsonOf(const Ipmi::IpmiSelData& record, const SensorNames& names, const SelForm& form);
+
 std::string selTable(const SelRecords& records, const SensorNames& names, const SelForm& form);
 Json selJson(const SelRecords& records, const SensorNames& names, const SelForm& form);
 

@@ -65,8 +65,7 @@ void addReading(const Ipmi::IpmiSensor& sensor, const SensorView& view, Facts& f
     facts.put("value", view.value ? view.withUnit(*view.value) : "", nullptr);
     facts.text("state", view.state);
     if (sensor.isDiscrete() && reading.available())
-        facts.list("asserted", eventNames(sensor.getEventReadingType(), sensor.getSensorType(),
-                                          reading.state1 | (reading.state2 & 0x7fU) << 8));
+        facts.list("asserted", assertedStates(sensor));
     facts.text("reading_bytes", fmt::format("{:02x}", fmt::join(bytes, " ")));
     addReadingFlags(reading, facts);
     addReadResult(sensor.getLastReadResult(), facts);

@@ -43,6 +43,15 @@ SensorNames::SensorNames(std::span<const std::uint8_t> repository)
     }
 }
 
+SensorNames::SensorNames(const Sensors& sensors)
+{
+    for (const auto& sensor : sensors) {
+        const unsigned channel = sensor->getChannel(), lun = sensor->getLun();
+        const unsigned where = sensor->getOwnerId() | (channel << 4 | lun) << 8;
+        byPlace_.emplace(placeOf(where, sensor->getSensorNumber()), sensor->getSensorIdString());
+    }
+}
+
 /// Of sensors that share a record, each has a number and an offset one higher than the one before. The library makes
 /// the name out of the offset while the record says that it is shared.
 void SensorNames::add(const SdrBytes& record)

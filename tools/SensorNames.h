@@ -2,6 +2,7 @@
 #pragma once
 
 #include "SdrBytes.h"
+#include "SensorView.h"
 
 #include <cstdint>
 #include <map>
@@ -18,6 +19,8 @@ public:
     SensorNames() = default;
     /// @param repository  raw records one after another, as SdrReader::read gives them
     explicit SensorNames(std::span<const std::uint8_t> repository);
+    /// @param sensors  of a loaded node
+    explicit SensorNames(const Sensors& sensors);
 
     /// The identifier of the sensor's record; empty where the repository has none.
     /// @param generator  address or software id in the low byte, channel and LUN in the high one

@@ -11,18 +11,6 @@ namespace
 
 constexpr unsigned kBmcAddress = 0x20;
 
-Colour colourOf(const std::string& state)
-{
-    if (state.empty())
-        return Colour::kFaint;
-    if (state == "ok")
-        return Colour::kGreen;
-    if (state.find("non-critical") != std::string::npos)
-        return Colour::kYellow;
-    const bool crossed = state.starts_with("lower ") || state.starts_with("upper ");
-    return crossed ? Colour::kRed : Colour::kNone;
-}
-
 Table emptyTable()
 {
     using enum Table::Align;
@@ -39,6 +27,18 @@ Table emptyTable()
 }
 
 } // namespace
+
+Colour colourOf(const std::string& state)
+{
+    if (state.empty())
+        return Colour::kFaint;
+    if (state == "ok")
+        return Colour::kGreen;
+    if (state.find("non-critical") != std::string::npos)
+        return Colour::kYellow;
+    const bool crossed = state.starts_with("lower ") || state.starts_with("upper ");
+    return crossed ? Colour::kRed : Colour::kNone;
+}
 
 std::vector<Table::Cell> readingCells(const SensorView& sensor)
 {

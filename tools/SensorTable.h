@@ -10,6 +10,8 @@
 namespace Tool
 {
 
+/// Of a state as IpmiSensor::getState gives it.
+Colour colourOf(const std::string& state);
 /// Value, unit and state, as every list of sensors shows them.
 std::vector<Table::Cell> readingCells(const SensorView& sensor);
 /// "0x20/0"; empty for all when every sensor is the BMC's own, on LUN 0.

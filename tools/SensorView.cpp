@@ -1,5 +1,6 @@
 #include "SensorView.h"
 
+#include "EventNames.h"
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiThresholdSensor.h"
 
@@ -85,10 +86,9 @@ SensorView::SensorView(Ipmi::IpmiSensor& sensor)
     if (const auto milliseconds = sensor.getReadingAge(); milliseconds >= 0)
         age = std::chrono::milliseconds(milliseconds);
     const auto reading = sensor.getLastReading();
-    if (reading.available()) {
+    if (reading.available())
         raw = reading.raw;
-        state = sensor.getState(false);
-    }
+    state = stateOf(sensor);
     if (!isNumeric)
         return;
     unit = unitOf(sensor);
@@ -123,6 +123,20 @@ std::string SensorView::withUnit(double shown) const
 {
     const std::string digits = formatted(shown);
     return digits.empty() || unit.empty() ? digits : digits + ' ' + unit;
+}
+
+std::string stateOf(Ipmi::IpmiSensor& sensor)
+{
+    return sensor.getLastReading().available() ? sensor.getState(false) : "";
+}
+
+std::vector<std::string> assertedStates(const Ipmi::IpmiSensor& sensor)
+{
+    const auto reading = sensor.getLastReading();
+    if (!sensor.isDiscrete() || !reading.available())
+        return {};
+    return eventNames(sensor.getEventReadingType(), sensor.getSensorType(),
+                      reading.state1 | (reading.state2 & 0x7fU) << 8);
 }
 
 std::vector<SensorView> viewsOf(const Sensors& sensors)

@@ -51,6 +51,11 @@ struct SensorView {
     std::string valueText() const { return value ? formatted(*value) : ""; }
 };
 
+/// As IpmiSensor::getState; empty without a reading.
+std::string stateOf(Ipmi::IpmiSensor& sensor);
+/// Names of what a sensor with states asserts; none without a reading, and for others.
+std::vector<std::string> assertedStates(const Ipmi::IpmiSensor& sensor);
+
 using Sensors = std::vector<TRX::Reference<Ipmi::IpmiSensor>>;
 std::vector<SensorView> viewsOf(const Sensors& sensors);
 

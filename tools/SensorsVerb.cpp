@@ -1,4 +1,5 @@
 #include "Failure.h"
+#include "Interval.h"
 #include "Json.h"
 #include "NodeSession.h"
 #include "Progress.h"
@@ -70,15 +71,6 @@ int run(const Options& options, const Request& request)
                             {std::chrono::duration<double>(*request.interval), request.count, options.json});
     print(sensors, request, options.json);
     return kExitFine;
-}
-
-/// Seconds that are no number are none either.
-std::string checkInterval(const std::string& text)
-{
-    constexpr double kShortest = 0.1, kLongest = 86400;
-    double seconds = 0;
-    const bool isNumber = CLI::detail::lexical_cast(text, seconds);
-    return isNumber && seconds >= kShortest && seconds <= kLongest ? "" : "give 0.1 to 86400 seconds, not " + text;
 }
 
 constexpr unsigned kMostPasses = 1'000'000'000;

@@ -16,6 +16,7 @@ void addEntitiesVerb(CLI::App& app, Options& options);
 void addInfoVerb(CLI::App& app, Options& options);
 void addRawVerb(CLI::App& app, Options& options);
 void addSdrVerb(CLI::App& app, Options& options);
+void addMonitorVerb(CLI::App& app, Options& options);
 void addSelVerb(CLI::App& app, Options& options);
 
 } // namespace Tool

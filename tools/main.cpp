@@ -31,6 +31,7 @@ constexpr const char* kExamples = R"(Examples:
   trx-ipmi sdr list                    the repository's records
   trx-ipmi sdr dump sdr.bin            the same, raw, into a file
   trx-ipmi sel --last 20               the newest events of the log; trx-ipmi sel info tells of the log
+  trx-ipmi monitor                     a line for each event and each change of a sensor, until Ctrl-C
 
 Exit status: 0 done; 1 the BMC refused a raw command; 2 anything else, with one line that says why.)";
 
@@ -65,6 +66,7 @@ void describe(CLI::App& app, Options& options)
     addRawVerb(app, options);
     addSdrVerb(app, options);
     addSelVerb(app, options);
+    addMonitorVerb(app, options);
     app.footer(kExamples); // after the verbs, which would inherit it
 }
 
@@ -87,8 +89,8 @@ int run(int argc, char** argv)
         return give(std::string(error.what()) + " (trx-ipmi --help shows how)", kExitMistake);
     }
     if (!options.run)
-        throw Failure(
-            "no verb: give sensors, entities, info, raw, sdr list, sdr dump or sel (trx-ipmi --help shows how)");
+        throw Failure("no verb: give sensors, entities, info, raw, sdr list, sdr dump, sel or monitor (trx-ipmi --help "
+                      "shows how)");
     if (!options.machine.empty() && options.node != 0)
         throw Failure("--sim simulates node 0 only: leave --node out");
     if (!options.machine.empty())
