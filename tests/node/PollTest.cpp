@@ -36,6 +36,11 @@ struct Schedule {
     int nullCalls; ///< of a handler
 };
 
+void PrintTo(const Schedule& schedule, std::ostream* out)
+{
+    *out << schedule.name;
+}
+
 char eighth(int cycle, int first, bool repository)
 {
     if (cycle % 8 != first % 8 || cycle < first)
