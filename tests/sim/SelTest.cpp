@@ -54,7 +54,7 @@ protected:
         std::string text;
         for (const SelJournalEntry& entry : bmc.selJournal()) {
             EXPECT_EQ(entry.kind, SelJournalEntry::Kind::added);
-            for (const std::size_t at : {7, 8, 11, 12, 13, 14, 15}) {
+            for (const std::size_t at : {7U, 8U, 11U, 12U, 13U, 14U, 15U}) {
                 constexpr const char* kDigits = "0123456789abcdef";
                 text += {kDigits[entry.record.at(at) >> 4], kDigits[entry.record.at(at) & 15], at == 15 ? ';' : ' '};
             }
