@@ -9,7 +9,6 @@
 #include "sel/SelCommands.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace Ipmi
@@ -190,7 +189,8 @@ int IpmiIfcSelReserve(int node)
         TRX::log(LOG_WARNING, "node: %d reserve sel failed cc 0x%x", node, answer->cc);
     if (answer->cc == kCcInvalidCommand || answer->cc == kCcNodeBusy)
         TRX::Clock::get().sleep(SelRetries::kBusySeconds);
-    if (answer->cc != 0 || answer.bytes().size() < std::tuple_size_v<decltype(SelCache::reservation)>)
+    constexpr std::size_t kSize = 3; // completion code and id
+    if (answer->cc != 0 || answer.bytes().size() < kSize)
         return -1;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.selLock);

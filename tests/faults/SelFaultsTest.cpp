@@ -31,6 +31,13 @@ Change before(std::uint8_t cmd, int nth, const Change& change)
 const Change deletesInTheSecondOfAnErasure = [](SelBmc& node) {
     node.change([](Sim::Machine& machine) { machine.sel.erase(machine.sel.begin() + 2, machine.sel.begin() + 4); });
 };
+const Change refillsWithoutAnErasureTime = [](SelBmc& node) {
+    node.change([](Sim::Machine& machine) {
+        machine.sel.clear();
+        for (unsigned id = 1; id <= 5; ++id)
+            machine.sel.push_back(record(id, machine.selAddTime = kStart + 60 + id));
+    });
+};
 const Change addsInTheSecondOfAnAddition = [](SelBmc& node) {
     node.change([](Sim::Machine& machine) { machine.selAddTime = kStart + 40; });
 };
@@ -64,6 +71,7 @@ TEST(SelFaults, CostWhatTheyHit)
         // The log is read anew at once where the last one known is gone, whatever the erasure time is.
         {"last one known deleted", before(kReserveSel, 1, erases(4, 4)), "1 2 3 5 6", "5 6", "1 2 3 5 6 7", "7"},
         {"the same, in the second of an erasure", deletesInTheSecondOfAnErasure, "1 2 5 6", "5 6", "1 2 5 6 7", "7"},
+        {"another under its id", refillsWithoutAnErasureTime, "1 2 3 4 5", "1 2 3 4 5", "1 2 3 4 5 6", "6"},
         {"cleared behind the info", before(kReserveSel, 1, erases(1, 9)), "", "", "1", "1"},
         {"wrong id of the only one", both(erases(1, 5), answers(entry(1, 1, {.otherRecordId = 9}))), "9", "9", "6 7",
          "7"},
