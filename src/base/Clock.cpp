@@ -1,9 +1,6 @@
 #include "base/Clock.h"
 
-#include <unistd.h>
-
 #include <atomic>
-#include <cstdlib>
 
 namespace TRX
 {
@@ -14,10 +11,13 @@ namespace
 class SystemClock final : public Clock
 {
 public:
-    void sleep(unsigned int seconds) override
+    void sleep(std::chrono::seconds duration, int wake) override
     {
-        while (seconds != 0)
-            seconds = ::sleep(seconds);
+        const auto end = steadyTime() + duration;
+        pollfd descriptor{wake, POLLIN, 0};
+        for (auto left = end - steadyTime(); left.count() > 0; left = end - steadyTime())
+            if (::poll(&descriptor, 1, static_cast<int>(left.count())) > 0)
+                return;
     }
 
     int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override
@@ -68,11 +68,6 @@ timespec deadlineAfter(std::chrono::microseconds wait)
 {
     const std::int64_t at = (Clock::get().wallTime() + wait).count();
     return {static_cast<time_t>(at / 1'000'000), static_cast<long>(at % 1'000'000 * 1'000)};
-}
-
-void backOff()
-{
-    Clock::get().sleep(static_cast<unsigned int>(std::rand() & 3));
 }
 
 } // namespace TRX

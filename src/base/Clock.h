@@ -16,7 +16,8 @@ class Clock
 public:
     virtual ~Clock() = default;
 
-    virtual void sleep(unsigned int seconds) = 0;
+    /// For so long, but no longer than until the descriptor `wake`, where it is not -1, is readable.
+    virtual void sleep(std::chrono::seconds duration, int wake) = 0;
     /// As poll(2), EINTR included.
     virtual int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) = 0;
     /// Time since 1970-01-01 00:00:00 UTC.
@@ -35,8 +36,5 @@ public:
 
 /// The wall clock's time so many microseconds from now, for waitUntil().
 timespec deadlineAfter(std::chrono::microseconds wait);
-
-/// Back-off before a retry: sleeps 0 to 3 whole seconds.
-void backOff();
 
 } // namespace TRX

@@ -5,6 +5,7 @@
 #include "node/DriverRequests.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "node/SignalPipe.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -147,10 +148,7 @@ private:
     Wait waitReadable(int milliseconds)
     {
         const int fd = self_.fd;
-        // Before the record was initialised the pipe's ends are 0 and not ours.
-        const bool initialised = self_.state != IpmiIfc::IPMI_STATE_NONE;
-        pollfd descriptors[2] = {{fd, POLLIN, 0},
-                                 {initialised ? self_.signalCmdPipeFds[FD_READ].load() : -1, POLLIN, 0}};
+        pollfd descriptors[2] = {{fd, POLLIN, 0}, {signalEnd(node_), POLLIN, 0}};
         const int result = TRX::Clock::get().poll(descriptors, 2, milliseconds);
         if (result == 0) {
             TRX::log(LOG_WARNING, "Node %d: poll(fd=%d) timeout with no reply.", node_, fd);

@@ -4,6 +4,7 @@
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiNode.h"
+#include "node/SignalPipe.h"
 #include "sel/IpmiIfcSel.h"
 
 #include <algorithm>
@@ -19,6 +20,7 @@ namespace
 
 constexpr int kSecondsOfInterval = 16;
 constexpr int kSelInfoTries = 10;
+constexpr std::chrono::seconds kBeforeRetry{1};
 
 class PollLoop
 {
@@ -35,7 +37,6 @@ private:
     bool hasNewEntries() const;
     void refresh(bool full);
     void tellHandlers();
-    void pause() const;
 
     const int node_;
     IpmiNode& self_;
@@ -114,18 +115,10 @@ void PollLoop::askEventLog()
         }
         if (tries == 1)
             TRX::log(LOG_DEBUG, "Retrying IpmiIfcSelGetInfo");
-        pause();
+        pause(node_, kBeforeRetry);
         if (self_.shutdown)
             return;
     }
-}
-
-/// One second; a shutdown ends it at once.
-void PollLoop::pause() const
-{
-    constexpr int kMilliseconds = 1000;
-    pollfd signal{self_.signalCmdPipeFds[FD_READ], POLLIN, 0};
-    TRX::Clock::get().poll(&signal, 1, kMilliseconds);
 }
 
 bool PollLoop::hasNewEntries() const

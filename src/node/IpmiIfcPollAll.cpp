@@ -33,7 +33,7 @@ void multiply(std::atomic<int>& step, int factor)
 
 void sleepOneSecond()
 {
-    TRX::Clock::get().sleep(1);
+    TRX::Clock::get().sleep(std::chrono::seconds(1), -1);
 }
 
 void logWaiting(int node, int tries)

@@ -1,5 +1,6 @@
 #include "node/SignalPipe.h"
 
+#include "base/Clock.h"
 #include "base/Log.h"
 #include "ipmi/CmpiStatus.h"
 #include "node/IpmiNode.h"
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 namespace Ipmi
 {
@@ -43,6 +45,11 @@ bool isInitialised(int node)
     return g_IpmiNode[node].state != IpmiIfc::IPMI_STATE_NONE;
 }
 
+int endOf(int node, int which)
+{
+    return isInitialised(node) ? g_IpmiNode[node].signalCmdPipeFds[which].load() : -1;
+}
+
 } // namespace
 
 void openSignalPipe(int node)
@@ -65,9 +72,25 @@ void openSignalPipe(int node)
 void signalPipe(int node, const char* function)
 {
     const std::uint8_t byte = 0xff;
-    const int fd = isInitialised(node) ? g_IpmiNode[node].signalCmdPipeFds[FD_WRITE].load() : -1;
+    const int fd = endOf(node, FD_WRITE);
     if (write(fd, &byte, 1) != 1)
         TRX::log(LOG_ERR, "%s: ignoring, write(fd=%d 1 byte) failed errno=%d %m", function, fd, errno);
+}
+
+int signalEnd(int node)
+{
+    return endOf(node, FD_READ);
+}
+
+void pause(int node, std::chrono::seconds duration)
+{
+    if (!g_IpmiNode[node].shutdown)
+        TRX::Clock::get().sleep(duration, signalEnd(node));
+}
+
+void backOff(int node)
+{
+    pause(node, std::chrono::seconds(std::rand() & 3));
 }
 
 void closeSignalPipe(int node)

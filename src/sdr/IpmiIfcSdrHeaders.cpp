@@ -1,8 +1,8 @@
 // The header walk: from record to record along their next ids.
-#include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiNode.h"
 #include "node/RecordExchange.h"
+#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sdr/SdrCommands.h"
 
@@ -66,7 +66,7 @@ int IpmiIfcSdrGetHeaders(int node)
         const bool renew = exchange.lostReservation() && ++lost < SdrRetries::kLostReservations;
         exchange.dropAnswer();
         if (renew) {
-            TRX::backOff(); // the lock is kept meanwhile
+            backOff(node); // the lock is kept meanwhile
             lock.unlock();
             IpmiIfcSdrReserve(node);
             lock.lock();

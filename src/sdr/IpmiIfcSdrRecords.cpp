@@ -1,8 +1,8 @@
 // Reading whole records, piece by piece, and filing them.
-#include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiNode.h"
 #include "node/RecordExchange.h"
+#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sdr/SdrCommands.h"
 
@@ -110,7 +110,7 @@ RecordRead::Outcome RecordRead::badLength(std::size_t expected)
     TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: data length mismatch req=%d,resp=%d", static_cast<int>(expected),
              exchange_.answer()->datalen);
     exchange_.dropAnswer();
-    TRX::backOff();
+    backOff(node_);
     return Outcome::failed;
 }
 
@@ -118,7 +118,7 @@ void RecordRead::renewReservation()
 {
     if (++lost_ >= SdrRetries::kLostReservations)
         return;
-    TRX::backOff();
+    backOff(node_);
     IpmiIfcSdrReserve(node_);
     exchange_.setReservation(IpmiIfcSdrReservation(node_));
 }

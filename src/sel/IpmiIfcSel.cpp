@@ -1,10 +1,10 @@
 // Seeing what changed in the log.
 #include "sel/IpmiIfcSel.h"
 
-#include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "node/SignalPipe.h"
 #include "sel/FlagScope.h"
 #include "sel/SelCommands.h"
 
@@ -188,7 +188,7 @@ int IpmiIfcSelReserve(int node)
     else if (answer->cc != 0 && answer->cc != kCcNodeBusy)
         TRX::log(LOG_WARNING, "node: %d reserve sel failed cc 0x%x", node, answer->cc);
     if (answer->cc == kCcInvalidCommand || answer->cc == kCcNodeBusy)
-        TRX::Clock::get().sleep(SelRetries::kBusySeconds);
+        pause(node, SelRetries::kBusy);
     constexpr std::size_t kSize = 3; // completion code and id
     if (answer->cc != 0 || answer.bytes().size() < kSize)
         return -1;

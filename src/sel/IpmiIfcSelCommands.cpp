@@ -1,8 +1,8 @@
 // Commands about the log that callers give: erasing, its clock, the mark of what software has processed.
-#include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "node/SignalPipe.h"
 #include "sel/IpmiIfcSel.h"
 #include "sel/SelCommands.h"
 
@@ -45,7 +45,7 @@ int erase(int node, std::uint8_t cmd, const std::function<std::span<const std::u
         if (answer->cc == 0)
             return 0;
         if (answer->cc == kCcNodeBusy)
-            TRX::Clock::get().sleep(SelRetries::kErasureSeconds);
+            pause(node, SelRetries::kErasureBusy);
         else if (answer->cc == kCcReservationLost)
             IpmiIfcSelReserve(node);
         else

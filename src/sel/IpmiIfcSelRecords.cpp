@@ -1,8 +1,8 @@
 // Reading records of the log into the cache.
-#include "base/Clock.h"
 #include "base/Log.h"
 #include "node/IpmiNode.h"
 #include "node/RecordExchange.h"
+#include "node/SignalPipe.h"
 #include "sel/IpmiIfcSel.h"
 #include "sel/SelCommands.h"
 
@@ -95,21 +95,21 @@ void SelRecordRead::recover()
     const std::uint8_t cc = code_;
     exchange_.dropAnswer();
     if (cc == 0)
-        TRX::backOff();
+        backOff(node_);
     else if (cc == kCcReservationLost)
         renewReservation();
     else if (cc == kCcTooManyBytes || cc == kCcInvalidLength)
         piece_ = std::max<std::size_t>(piece_ - 1, 1);
     else if (cc == kCcNodeBusy)
-        TRX::Clock::get().sleep(SelRetries::kBusySeconds);
+        pause(node_, SelRetries::kBusy);
 }
 
 void SelRecordRead::renewReservation()
 {
-    TRX::backOff();
+    backOff(node_);
     const bool renewed = IpmiIfcSelReserve(node_) == 0;
     exchange_.setReservation(renewed ? selReservation(node_) : std::uint16_t{0});
-    TRX::backOff();
+    backOff(node_);
 }
 
 std::uint16_t idOf(const sel_event_record& record)

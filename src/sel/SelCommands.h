@@ -1,6 +1,7 @@
 // Commands of the system event log (IPMI 2.0, section 31) and how often a failed one is tried again.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 namespace Ipmi
@@ -15,11 +16,11 @@ inline constexpr std::uint16_t kFirstSelRecord = 0x0000, kNoMoreSelRecords = 0xf
 
 /// How long the library insists.
 struct SelRetries {
-    static constexpr int kPieceAttempts = 4;       ///< on one piece of a record
-    static constexpr int kRecordFailures = 10;     ///< in a row on one record, when the whole log is loaded
-    static constexpr int kErasureAttempts = 5;     ///< on Clear SEL and Delete SEL Entry
-    static constexpr unsigned kBusySeconds = 1;    ///< before a busy BMC is asked again
-    static constexpr unsigned kErasureSeconds = 5; ///< the same for an erasure
+    static constexpr int kPieceAttempts = 4;               ///< on one piece of a record
+    static constexpr int kRecordFailures = 10;             ///< in a row on one record, when the whole log is loaded
+    static constexpr int kErasureAttempts = 5;             ///< on Clear SEL and Delete SEL Entry
+    static constexpr std::chrono::seconds kBusy{1};        ///< before a busy BMC is asked again
+    static constexpr std::chrono::seconds kErasureBusy{5}; ///< the same for an erasure
 };
 
 } // namespace Ipmi

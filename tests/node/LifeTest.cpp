@@ -1,7 +1,9 @@
 // A node's life on a BMC that resets, vanishes or falls silent at every command, and stops at every command.
 #include "node/DriverRequests.h"
+#include "node/IpmiIfcTransport.h"
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"
+#include "sel/SelCommands.h"
 
 #include <poll.h>
 
@@ -121,6 +123,15 @@ TEST(Life, isASilentOneAfterAReopenThatFailed)
 
 // --- stop, at every moment
 
+/// Another thread's stop, which has signalled when this returns.
+std::thread beginStop(Node& node)
+{
+    std::thread stopper([] { IpmiIfc::stop(0); });
+    pollfd signal{node.record.signalCmdPipeFds[FD_READ], POLLIN, 0};
+    EXPECT_EQ(::poll(&signal, 1, 10'000), 1);
+    return stopper;
+}
+
 /// A life that is stopped at its nth command, from start-up to the end of a full cycle. @return false when that has
 /// fewer commands
 bool stopAtCommand(int nth, bool answered)
@@ -132,9 +143,7 @@ bool stopAtCommand(int nth, bool answered)
     node.before = [&](const Sim::Request&) {
         if (++asked != nth)
             return true;
-        stopper = std::thread([] { IpmiIfc::stop(0); });
-        pollfd signal{node.record.signalCmdPipeFds[FD_READ], POLLIN, 0};
-        EXPECT_EQ(::poll(&signal, 1, 10'000), 1);
+        stopper = beginStop(node);
         begin = node.sim.clock().steadyTime();
         return answered;
     };
@@ -167,6 +176,47 @@ TEST(Stop, endsStartUpAndCycleAtAnyCommand)
         EXPECT_GT(nth, 40);
     }
     EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+/// Each makes the library wait before it tries again: in the loop, and inside the checks of log and repository.
+const std::vector<Sim::FaultRule> kBusy[] = {
+    {fault(kGetSelInfo, 2, 0, code(kCcNodeBusy))},
+    {fault(kReserveSel, 1, 0, code(kCcNodeBusy))},
+    {fault(kGetSelEntry, 1, 0, code(kCcNodeBusy))},
+    {fault(kGetSelEntry, 1, 0, cut(9))},
+    {fault(kGetSelEntry, 1, 0, kLost)},
+    {fault(kGetSdr, 4, 0, cut(9))},
+    {fault(kGetSdr, 1, 0, kLost)},
+};
+
+TEST(Stop, endsAnyPauseBeforeARetry)
+{
+    for (const auto& busy : kBusy) {
+        SCOPED_TRACE(&busy - kBusy);
+        for (int nth = 1; nth <= 4; ++nth) {
+            Node node(machineWith(3));
+            node.bmc.setFaults(Sim::FaultPlan(busy));
+            std::thread stopper;
+            int slept = 0, wait = 0;
+            std::chrono::milliseconds begin{0};
+            node.sim.clock().onSleep([&] {
+                if (++slept != nth)
+                    return;
+                stopper = beginStop(node);
+                begin = node.sim.clock().steadyTime();
+            });
+            node.sim.clock().onWait([&] {
+                node.addEvent(0);
+                node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
+                node.record.shutdown = ++wait > 4;
+            });
+            IpmiIfc::start(1);
+            ASSERT_TRUE(stopper.joinable()) << "nothing to wait for";
+            stopper.join();
+            EXPECT_EQ(slept, nth) << "waited after the stop";
+            EXPECT_EQ(node.sim.clock().steadyTime(), begin);
+        }
+    }
 }
 
 TEST(Stop, waitsForAStartThatComesLater)

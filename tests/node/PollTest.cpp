@@ -1,6 +1,8 @@
 // A node's life: start, its polling loop's schedule, pollAll and stop.
 #include "node/LifeFixture.h"
+#include "support/FailingFcntl.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -206,12 +208,25 @@ void leaveNoDescriptors(Node&)
     setrlimit(RLIMIT_NOFILE, &none);
 }
 
-void restoreDescriptors()
+void restore()
 {
+    Support::SimNode::setRoot(true);
+    Support::failFcntl(-1);
     rlimit all{};
     getrlimit(RLIMIT_NOFILE, &all);
     all.rlim_cur = all.rlim_max;
     setrlimit(RLIMIT_NOFILE, &all);
+}
+
+template <int command, int accessMode> void failFcntl(Node&)
+{
+    Support::failFcntl(command, accessMode);
+}
+
+Support::LogLine fcntlLine(const std::string& end, const std::string& command)
+{
+    return {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[" +
+                         end + "], " + command + ") failed"};
 }
 
 const Refusal kRefusals[] = {
@@ -220,6 +235,10 @@ const Refusal kRefusals[] = {
      2,
      {LOG_ERR, "CmpiStatus error 2 Only root user allowed"}},
     {"no pipe", leaveNoDescriptors, 100, {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"}},
+    {"read end, get", failFcntl<F_GETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_GETFL, 0")},
+    {"read end, set", failFcntl<F_SETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_SETFL, fdflags")},
+    {"write end, get", failFcntl<F_GETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_GETFL, 0")},
+    {"write end, set", failFcntl<F_SETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_SETFL, fdflags")},
     {"no device",
      [](Node& node) { node.sim.remove(); },
      0,
@@ -245,8 +264,7 @@ TEST(Start, isRefusedInWordsAndLeavesTheNodeStopped)
             EXPECT_EQ(node.sim.log().count(LOG_INFO, "Node 0: IpmiIfc polling thread stopped."), attempt);
             EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
         }
-        Support::SimNode::setRoot(true);
-        restoreDescriptors();
+        restore();
         EXPECT_EQ(node.bmc.count(), 0u);
     }
     EXPECT_EQ(openDescriptors(), descriptors);

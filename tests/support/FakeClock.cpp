@@ -32,13 +32,16 @@ FakeClock::~FakeClock()
     TRX::Clock::use(before_);
 }
 
-void FakeClock::sleep(unsigned int duration)
+void FakeClock::sleep(seconds duration, int wake)
 {
     {
         const std::lock_guard lock(mutex_);
-        sleeps_.push_back(duration);
+        sleeps_.push_back(static_cast<unsigned int>(duration.count()));
     }
-    advance(seconds(duration));
+    if (onSleep_)
+        onSleep_();
+    pollfd descriptor{wake, POLLIN, 0};
+    waitReadable(&descriptor, 1, steadyTime() + duration);
 }
 
 bool FakeClock::pollFails()
@@ -54,18 +57,25 @@ int FakeClock::poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds)
         return -1;
     }
     const bool forever = timeoutMilliseconds < 0;
-    const milliseconds end = steadyTime() + (forever ? hours(24) : milliseconds(timeoutMilliseconds));
+    const milliseconds wait = forever ? hours(24) : milliseconds(timeoutMilliseconds);
+    const int ready = waitReadable(descriptors, count, steadyTime() + wait);
+    if (ready != 0 || !forever)
+        return ready;
+    ADD_FAILURE() << "a poll without time-out waits for what never comes";
+    errno = EINTR;
+    return -1;
+}
+
+/// As poll(2); time moves from one thing that is due to the next.
+int FakeClock::waitReadable(pollfd* descriptors, nfds_t count, milliseconds end)
+{
     for (bool more = true; more;) {
         const int ready = ::poll(descriptors, count, 0);
         if (ready != 0)
             return ready;
         more = actUntil(end);
     }
-    if (!forever)
-        return 0;
-    ADD_FAILURE() << "a poll without time-out waits for what never comes";
-    errno = EINTR;
-    return -1;
+    return 0;
 }
 
 /// Moves time to what is due first and lets it happen; false: to the end, and nothing is due before it.

@@ -29,7 +29,7 @@ public:
     FakeClock();
     ~FakeClock() override;
 
-    void sleep(unsigned int seconds) override;
+    void sleep(std::chrono::seconds duration, int wake) override;
     /// Ready descriptors at once; else time moves to what is due first, again and again, up to the time-out. Waiting
     /// without a time-out for something that never comes is a test's mistake: a failure, and EINTR.
     int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override;
@@ -43,8 +43,10 @@ public:
     void advance(std::chrono::milliseconds time);
     void setWallTime(std::chrono::microseconds time);
 
-    /// Seconds of each sleep so far, in order.
+    /// Seconds of each sleep so far, in order, whether it was cut short or not.
     std::vector<unsigned int> sleeps() const;
+    /// Called before each sleep.
+    void onSleep(std::function<void()> hook) { onSleep_ = std::move(hook); }
     /// Called after each wait for a deadline.
     void onWait(std::function<void()> hook) { onWait_ = std::move(hook); }
     /// The nth poll from now on fails with this errno.
@@ -55,6 +57,7 @@ public:
 
 private:
     std::optional<std::chrono::milliseconds> nextDue();
+    int waitReadable(pollfd* descriptors, nfds_t count, std::chrono::milliseconds end);
     bool actUntil(std::chrono::milliseconds end);
     bool pollFails();
 
@@ -62,7 +65,7 @@ private:
     std::atomic<std::chrono::milliseconds::rep> now_{1'000'000};
     std::atomic<std::chrono::microseconds::rep> wallOffset_;
     std::vector<Timed*> timed_;
-    std::function<void()> onWait_;
+    std::function<void()> onWait_, onSleep_;
     mutable std::mutex mutex_;
     std::vector<unsigned int> sleeps_;
     int pollError_ = 0;
