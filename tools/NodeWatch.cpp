@@ -1,5 +1,6 @@
 #include "NodeWatch.h"
 
+#include "CompletionCode.h"
 #include "NodeSession.h"
 #include "Progress.h"
 #include "ipmi/CmpiStatus.h"
@@ -120,7 +121,7 @@ void NodeWatch::watchEvents()
     const auto interval = std::chrono::duration_cast<Clock::duration>(common_.interval);
     for (auto next = Clock::now() + interval; common_.ending.sleepUntil(next);
          next = std::max(next + interval, Clock::now())) {
-        if (note(answers()))
+        if (note(whyLost()))
             lookAtLog();
     }
 }
@@ -147,11 +148,12 @@ void NodeWatch::begin()
     sensors_ = threadOf(&NodeWatch::watchSensors);
 }
 
-/// Says when the BMC is lost and when it is there again. @return isThere, false when the end has begun
-bool NodeWatch::note(bool isThere)
+/// Says when the BMC is lost, and why, and when it is there again: when `why` is empty. @return whether it is there;
+/// false when the end has begun
+bool NodeWatch::note(const std::string& why)
 {
     const std::lock_guard hold(silenceLock_);
-    const std::string why = isThere ? "" : silence();
+    const bool isThere = why.empty();
     if (common_.ending.hasBegun())
         return false;
     losses_ += !isThere && !isLost_ ? 1 : 0;
@@ -171,13 +173,22 @@ void NodeWatch::lookAtLog()
         tellNews(tail_.read(count));
 }
 
-/// Whether the BMC says who it is. A command that fails at once may only have been disturbed: another one is sent.
-bool NodeWatch::answers() const
+/// Why the BMC does not say who it is; empty when it does. A command that fails at once may only have been disturbed:
+/// another one is sent. Where the BMC is away its driver may answer in its place, with a completion code.
+std::string NodeWatch::whyLost() const
 {
     constexpr std::uint8_t kApp = 0x06, kGetDeviceId = 0x01;
     constexpr auto kAtOnce = std::chrono::seconds(1);
+    constexpr int kTries = 2;
+    std::string why;
     const auto begun = Clock::now();
-    return sendTo(node_, kApp, kGetDeviceId) || (Clock::now() - begun < kAtOnce && sendTo(node_, kApp, kGetDeviceId));
+    for (int i = 0; i < kTries && Clock::now() - begun < kAtOnce; ++i) {
+        const auto reply = sendTo(node_, kApp, kGetDeviceId);
+        if (reply && reply->completionCode == 0)
+            return "";
+        why = reply ? "the BMC answers only with " + completionCodeText(reply->completionCode) : silence();
+    }
+    return why;
 }
 
 std::string NodeWatch::silence() const
@@ -217,7 +228,7 @@ void NodeWatch::watchSensors()
         if (isLost_)
             continue;
         if (!followRepository())
-            note(answers());
+            note(whyLost());
         else if (common_.sensors)
             readSensors();
     }
@@ -230,7 +241,7 @@ void NodeWatch::readSensors()
     Ipmi::IpmiIfcSensorRefreshAll(node_);
     const Sensors sensors = IpmiIfc::getSensors(node_);
     if (isSilent(sensors))
-        note(false);
+        note(silence());
     if (losses == losses_ && !isLost_)
         compareStates(sensors);
 }
@@ -260,7 +271,7 @@ void NodeWatch::compareStates(const Sensors& sensors)
     const std::vector<SensorChange> changes = states.changesSince(states_);
     const bool someLost =
         std::any_of(changes.begin(), changes.end(), [](const SensorChange& change) { return change.now.code.empty(); });
-    if ((someLost && !note(answers())) || common_.ending.hasBegun())
+    if ((someLost && !note(whyLost())) || common_.ending.hasBegun())
         return;
     for (const SensorChange& change : changes)
         common_.lines.sensor(node_, change);

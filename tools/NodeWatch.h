@@ -48,9 +48,9 @@ private:
     void watchEvents();
     void watchSensors();
     void begin();
-    bool answers() const;
+    std::string whyLost() const;
     std::string silence() const;
-    bool note(bool isThere);
+    bool note(const std::string& why);
     bool followRepository();
     void takeNames(const Sensors& sensors);
     void readSensors();

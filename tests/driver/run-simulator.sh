@@ -6,20 +6,8 @@ set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 # shellcheck source=tests/driver/machine.sh
 . "$here/machine.sh"
-
-ctl() { "$bin/trx-bmcsim" ctl --socket "$work/sockets" "$@"; }
-
-# serve MACHINE: ends what is served and serves MACHINE, at the same port as before.
-serve() {
-    stop
-    coproc "$bin/trx-bmcsim" serve --machine "$1" --socket "$work/sockets" --vm "${port:-0}" 2>&1
-    server=$COPROC_PID
-    read -r ready <&"${COPROC[0]}"
-    [[ $ready = ready:* ]] || { echo "$ready"; exit 1; }
-    port=${ready##*:}
-}
-stop() { [ -z "${server:-}" ] || { kill "$server" && wait "$server" || true; }; }
-trap 'stop; [ -z "${machine:-}" ] || kill "$machine" 2>/dev/null || true' EXIT
+# shellcheck source=tests/driver/simulator.sh
+. "$here/simulator.sh"
 
 # Readings that stay, for several clients to agree on.
 hold_still() {
@@ -31,39 +19,11 @@ for s in json.load(sys.stdin)["sensors"]:
         print("{number}@{owner}/{lun} {raw}".format(**s))')
 }
 
-# What the test in the machine asks for on its console, as "simulator: WORD...".
-carry_out() {
-    case $1 in
-    serve) serve "$2" ;;
-    *) (cd "$here" && ctl "$@") ;;
-    esac
-}
-attend() {
-    local line
-    while read -r line; do
-        line=${line%$'\r'}
-        echo "$line" >>"$work/console.txt"
-        if [[ $line = "simulator: "* ]]; then
-            # shellcheck disable=SC2086
-            carry_out ${line#simulator: }
-            echo done >&"$answers"
-        fi
-    done
-}
-
 prepare "$1" simulator
 serve sample
 hold_still
 read -r logged _ < <(ctl sel | tail -1)
-mkfifo "$work/console.in" "$work/console.out"
-exec {answers}<>"$work/console.in"
-emulate simulator-test "pipe:$work/console" -chardev "socket,id=c0,host=127.0.0.1,port=$port,reconnect=1" \
-    -device ipmi-bmc-extern,id=bmc0,chardev=c0 &
-machine=$!
-attend <"$work/console.out"
-wait $machine || { echo "the emulated machine failed:"; cat "$work/console.txt"; exit 1; }
-machine=
-results
+emulate_served simulator-test
 
 # step NAME STATUS SECONDS PATTERN: how a client ended, how long it took at most, and what it said.
 failed=0

@@ -17,6 +17,7 @@ import unittest
 TOOL, SIM = sys.argv[1:3]
 SAMPLE = pathlib.Path(__file__).resolve().parents[2] / "sim" / "machines" / "sample.json"
 BUSY = {"netfn": 6, "cmd": 1, "count": 1, "busy_ms": 2500}
+STARTING = {"netfn": 6, "cmd": 1, "count": 8, "completion_code": 0xd2}
 MOMENT = 2  # seconds: one, and what a busy machine adds
 
 
@@ -117,9 +118,10 @@ class MonitorTest(unittest.TestCase):
     def test_silence(self):
         process = self.tool("monitor")
         self.line(process, "start")
-        for _ in range(2):
-            self.faults(BUSY)
-            self.assertEqual(self.line(process, "lost")["reason"], "the BMC does not answer")
+        for fault, reason in ((BUSY, "the BMC does not answer"), (BUSY, "the BMC does not answer"),
+                              (STARTING, "the BMC answers only with completion code 0xd2, BMC initialisation in progress")):
+            self.faults(fault)
+            self.assertEqual(self.line(process, "lost")["reason"], reason)
             self.ctl("event", sensor="Fan 1", offset=1)
             self.line(process, "regained")
             self.line(process, "event")
