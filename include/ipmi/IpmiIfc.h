@@ -76,8 +76,8 @@ public:
     static void start(int node, int interval);
     static void start(int interval);
     /// Ends the node's loop and frees its records, handlers, pipe and device; its sensors and event records stay. Waits
-    /// until the loop has ended: what it or another thread waits for from the BMC is given up at once, and later
-    /// commands are refused. Before any start it waits for one.
+    /// until the loop has ended: what it or another thread waits for, an answer of the BMC or the moment of a retry, is
+    /// given up at once, and later commands are refused. Before any start it waits for one.
     /// Throws CmpiStatus rc 200 when it was called before, and in a handler of the node, which changes nothing.
     static void stop(int node);
     static void stop();
