@@ -14,12 +14,12 @@ namespace
 {
 
 constexpr unsigned kSensorsPerOwner = 250;
-constexpr std::uint8_t kFirstOwner = 0x22, kGetSdr = 0x23;
+constexpr std::uint8_t kGetSdr = 0x23;
 
-Sim::Bytes recordOf(unsigned index)
+Sim::Bytes recordOf(unsigned index, std::uint8_t firstOwner)
 {
     Sim::SensorRecord record;
-    record.key = {.owner = static_cast<std::uint8_t>(kFirstOwner + 2 * (index / kSensorsPerOwner)),
+    record.key = {.owner = static_cast<std::uint8_t>(firstOwner + 2 * (index / kSensorsPerOwner)),
                   .number = static_cast<std::uint8_t>(index % kSensorsPerOwner)};
     record.entityId = 7;
     record.capabilities = 0x28; // thresholds and hysteresis readable and settable
@@ -34,12 +34,12 @@ Sim::Bytes recordOf(unsigned index)
 
 } // namespace
 
-Sim::Machine bigMachine(unsigned records)
+Sim::Machine bigMachine(unsigned records, std::uint8_t firstOwner)
 {
     Sim::Machine machine;
     machine.name = "big";
     for (unsigned i = 0; i < records; ++i)
-        machine.sdr.push_back(recordOf(i));
+        machine.sdr.push_back(recordOf(i, firstOwner));
     machine.sensors = Sim::sensorsOf(machine.sdr);
     return machine;
 }

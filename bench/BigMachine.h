@@ -11,8 +11,8 @@ namespace Bench
 {
 
 /// `records` full records of threshold sensors with all six thresholds and hysteresis, 250 to a controller; the ids are
-/// 1, 2, ... All their controllers are behind the BMC.
-Sim::Machine bigMachine(unsigned records);
+/// 1, 2, ... The first controller has this address; all others, and it if the default, are behind the BMC.
+Sim::Machine bigMachine(unsigned records, std::uint8_t firstOwner = 0x22);
 
 /// The simulated BMC, but Get SDR finds a record by its id at once: what is measured is to be the library, not a search
 /// in the simulator.

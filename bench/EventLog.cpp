@@ -1,13 +1,11 @@
 // What the event log costs: loading a long one, following it while it grows, and the room that its records take.
 #include "BareExchange.h"
+#include "LoggedBmc.h"
 #include "Measure.h"
 #include "Scenario.h"
-#include "SimDevice.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiNode.h"
-#include "sim/Bmc.h"
-#include "sim/SelLayout.h"
 
 #include <benchmark/benchmark.h>
 #include <vector>
@@ -20,58 +18,33 @@ namespace
 
 using Ipmi::IpmiIfc;
 
-/// A machine with a log of so many events, and the library's node 0 open on it.
+/// The library's node 0, open on a BMC with a log of so many events.
 class LoggedNode
 {
 public:
-    explicit LoggedNode(unsigned events) : bmc_(machine()), device_(bmc_)
+    explicit LoggedNode(unsigned events) : bmc_(events)
     {
-        Ipmi::KEEP_SEL_NUMBER = kCapacity;
-        addEvents(events);
-        bmc_.clearCounts();
         IpmiIfc::registerSelEventHandler(
             0, [](void* handled, Ipmi::IpmiSelData*) { ++*static_cast<std::size_t*>(handled); }, &handled_);
     }
 
-    /// They happen a second later: the log's times are what a check goes by.
-    void addEvents(unsigned count)
-    {
-        bmc_.setSelTime(++time_);
-        for (unsigned i = 0; i < count; ++i)
-            bmc_.addEvent(kEvent);
-        events_ += count;
-    }
-
+    void addEvents(unsigned count) { bmc_.addEvents(count); }
     /// Has the log checked from now on as a polling loop does: what is new is read, and handled.
     void poll() { Ipmi::_setState(0, IpmiIfc::IPMI_STATE_RUNNING); }
 
     void check(benchmark::State& state) const
     {
         Ipmi::IpmiIfcSelGetInfo(0, nullptr);
-        if (IpmiIfc::getSelData(0).size() != events_)
+        if (IpmiIfc::getSelData(0).size() != bmc_.events())
             state.SkipWithError("not every record was read once");
     }
 
-    double commands() const { return static_cast<double>(bmc_.count()); }
+    double commands() const { return bmc_.commands(); }
     std::size_t handled() const { return handled_; }
 
 private:
-    static constexpr int kCapacity = 20'000;
-    static constexpr Sim::SelRecord kEvent{
-        0, 0, Sim::SelLayout::kSystemEvent, 0, 0, 0, 0, 0x20, 0, Sim::SelLayout::kEventRevision, 1, 1, 1, 0x57, 90, 85};
-
-    static Sim::Machine machine()
-    {
-        Sim::Machine made;
-        made.selCapacity = kCapacity;
-        return made;
-    }
-
-    Sim::Bmc bmc_;
-    SimDevice device_;
+    LoggedBmc bmc_;
     OpenNode node_;
-    std::uint32_t time_ = 0x60000000;
-    std::size_t events_ = 0;
     std::size_t handled_ = 0;
 };
 

@@ -1,7 +1,6 @@
 #include "Measure.h"
 
 #include <algorithm>
-#include <ctime>
 #include <malloc.h>
 
 namespace Bench
@@ -12,18 +11,24 @@ double microsecondsSince(Timepoint start)
     return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
 }
 
-double processorTime()
+double processorTime(clockid_t clock)
 {
     timespec used{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    clock_gettime(clock, &used);
     return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
+}
+
+double quantile(std::vector<double>& values, double part)
+{
+    const auto count = static_cast<double>(values.size());
+    const auto at = values.begin() + static_cast<std::ptrdiff_t>(count * part);
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
 }
 
 double median(std::vector<double>& values)
 {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    return quantile(values, 0.5);
 }
 
 std::size_t heapInUse()

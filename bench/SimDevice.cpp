@@ -1,6 +1,5 @@
 #include "SimDevice.h"
 
-#include <cerrno>
 #include <chrono>
 
 namespace Bench
@@ -19,9 +18,7 @@ std::chrono::milliseconds now()
 SimDevice::SimDevice(Sim::Responder& responder) : device_(responder, now)
 {
     hooks_.context = this;
-    hooks_.connect = [](void* self, int node) {
-        return node == 0 ? static_cast<SimDevice*>(self)->connect() : -ENOENT;
-    };
+    hooks_.connect = [](void* self, int) { return static_cast<SimDevice*>(self)->connect(); };
     hooks_.sent = [](void* self, int) { static_cast<SimDevice*>(self)->serve(); };
     Sim::Shim::install(&hooks_);
 }

@@ -1,4 +1,4 @@
-// /dev/ipmi0 of this process: a simulated device that answers inside the send, in real time.
+// Every /dev/ipmi<N> of this process: one simulated device that answers inside the send, in real time.
 #pragma once
 
 #include "sim/device/Device.h"

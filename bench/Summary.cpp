@@ -82,6 +82,26 @@ void Summary::printLog() const
               "bytes", "(aim: at most 80)");
 }
 
+void Summary::printEvents(const std::string& records) const
+{
+    const std::string run = "eventToHandler/" + records, what = "event to handler, log of " + records + ": ";
+    printLine(what + "commands", value(run, "commands"), "");
+    printLine(what + "whole, median", value(run, "whole_us"), "us");
+    printLine(what + "beyond them, median", value(run, "us"), "us", "(aim: below 1000)");
+    printLine(what + "beyond them, 99 %", value(run, "us_99"), "us");
+}
+
+void Summary::printIdle(const std::string& kind) const
+{
+    for (const std::string part : {"", "mean_"}) {
+        const std::string what = "idle cycle, " + kind + (part.empty() ? ", ordinary: " : ", mean: ");
+        const std::string counter = kind + '_' + part;
+        printLine(what + "commands", value("idleCycle", counter + "commands"), "");
+        printLine(what + "processor time", value("idleCycle", counter + "us"), "us");
+        printLine(what + "against bare exchanges", value("idleCycle", counter + "ratio"), "x");
+    }
+}
+
 void Summary::printClients(const std::string& run, const char* own, const char* first, const char* second) const
 {
     const double time = value(run + "/0", "ms");
@@ -109,6 +129,10 @@ void Summary::print() const
     printAbsent("designed refresh, 20 cycles, absent satellite: ", "absentSatellite/0");
     printAbsent("refresh of all, 20 cycles, absent satellite: ", "absentSatellite/1");
     printLog();
+    for (const char* records : {"1000", "10000"})
+        printEvents(records);
+    for (const char* kind : {"log", "sensors", "normal"})
+        printIdle(kind);
     printClients("client", "trx-ipmi sensors", "ipmitool sensor list", "ipmi-sensors");
     printClients("logClient", "trx-ipmi sel, 500 records", "ipmitool sel list", "ipmi-sel");
 }

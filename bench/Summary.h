@@ -28,6 +28,8 @@ private:
     void printScaling(const char* verb) const;
     void printAdditions(const std::string& added, const char* aim) const;
     void printLog() const;
+    void printEvents(const std::string& records) const;
+    void printIdle(const std::string& kind) const;
     void printClients(const std::string& run, const char* own, const char* first, const char* second) const;
 
     std::map<std::string, Counters> runs_;
