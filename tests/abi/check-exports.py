@@ -35,12 +35,7 @@ def declarations(include):
     """The library's namespace as clang sees it through the umbrella header: one tree for each time it is opened."""
     text = output(CLANG, "-x", "c++", "-std=c++17", "-fsyntax-only", "-I", include, "-Xclang", "-ast-dump=json",
                   "-Xclang", "-ast-dump-filter=Ipmi", "-", text='#include "ipmi/ipmi.h"\n')
-    decoder, position, end = json.JSONDecoder(), 0, len(text.rstrip())
-    while position < end:
-        tree, position = decoder.raw_decode(text, position)
-        yield tree
-        while position < end and text[position].isspace():
-            position += 1
+    return json.loads("[" + text.replace("\n}\n{", "\n},{") + "]")
 
 
 def is_inline(node):
@@ -60,20 +55,18 @@ def in_library(node):
     return not (pure or node.get("isImplicit") or node.get("explicitlyDeleted") or is_inline(node))
 
 
-def visit(node, promised):
-    """Collects the symbols that must be exported, and whether each is a virtual function."""
-    if node.get("kind") in ("NamespaceDecl", "LinkageSpecDecl", "CXXRecordDecl"):
-        for child in node.get("inner", []):
-            visit(child, promised)
-    elif "mangledName" in node and in_library(node):
-        promised.add((node["mangledName"], is_virtual(node)))
+def promises(nodes):
+    """The symbols that must be exported, and whether each is a virtual function."""
+    for node in nodes:
+        if node.get("kind") in ("NamespaceDecl", "LinkageSpecDecl", "CXXRecordDecl"):
+            yield from promises(node.get("inner", []))
+        elif "mangledName" in node and in_library(node):
+            yield node["mangledName"], is_virtual(node)
 
 
 def declared(include):
     """Names that the public headers promise; a class with virtual functions has tables of its own."""
-    promised = set()
-    for tree in declarations(include):
-        visit(tree, promised)
+    promised = set(promises(declarations(include)))
     classes = {name.split("(")[0].rpartition("::")[0] for name in names(symbol for symbol, virtual in promised if virtual)}
     return names(symbol for symbol, _ in promised) | {table + name for table in TABLES for name in classes}
 

@@ -3,14 +3,13 @@
 set -euo pipefail
 include=$1
 flags=(-std=c++17 -fsyntax-only -x c++ -Wall -Wextra -Wconversion -pedantic -Werror -I "$include")
-failures=0
+failures=
 for header in "$include"/ipmi/*.h; do
     name=ipmi/$(basename "$header")
     for compiler in g++ clang++-14; do
-        if ! printf '#include "%s"\n#include "%s"\n' "$name" "$name" | "$compiler" "${flags[@]}" -; then
-            echo "$name does not compile alone with $compiler"
-            failures=$((failures + 1))
-        fi
+        printf '#include "%s"\n#include "%s"\n' "$name" "$name" | "$compiler" "${flags[@]}" - ||
+            failures+="$name does not compile alone with $compiler"$'\n'
     done
 done
-exit $((failures > 0))
+printf %s "$failures"
+[ -z "$failures" ]

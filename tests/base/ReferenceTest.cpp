@@ -8,9 +8,8 @@
 namespace
 {
 
-std::atomic<int> alive{0};
-
 struct Counted {
+    static inline std::atomic<int> alive{0};
     Counted() { ++alive; }
     virtual ~Counted() { --alive; }
 };
@@ -30,21 +29,19 @@ TEST(Reference, destroysWithTheLastHandle)
     EXPECT_EQ(second.get(), moved.get());
     moved = *&moved;
     moved = Handle();
-    EXPECT_EQ(alive, 1);
+    EXPECT_EQ(Counted::alive, 1);
     second = Handle(new Derived);
-    EXPECT_EQ(alive, 1);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([mine = second] {
+    EXPECT_EQ(Counted::alive, 1);
+    {
+        const auto copyOften = [mine = second] {
             for (int round = 0; round < 1000; ++round)
                 auto copy = mine;
-        });
-    for (auto& thread : threads)
-        thread.join();
-    threads.clear();
-    EXPECT_EQ(alive, 1);
+        };
+        const std::jthread one(copyOften), two(copyOften), three(copyOften);
+    }
+    EXPECT_EQ(Counted::alive, 1);
     second = Handle(static_cast<Counted*>(nullptr));
-    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(Counted::alive, 0);
 }
 
 } // namespace

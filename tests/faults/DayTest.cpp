@@ -6,6 +6,9 @@
 
 #include <malloc.h>
 
+#include <climits>
+#include <optional>
+
 using namespace FaultTest;
 using namespace LifeTest;
 using namespace std::chrono_literals;
@@ -39,69 +42,56 @@ std::size_t heapInUse()
     return info.uordblks + info.hblkhd;
 }
 
-/// Polls on its own thread, and comes to rest twice: without faults, with an empty log and everything read anew.
-struct Day {
-    static constexpr int kCyclesToRest = 4;
-    const Sim::Machine machine = steady(Sim::loadMachine("sample"));
-    Node node{machine};
-    std::chrono::milliseconds begin = node.sim.clock().steadyTime(), restAt = begin + 1h;
-    int cycle = 0, events = 0, restCycle = 0;
-    std::function<void()> atRest;
-
-    explicit Day(std::function<void()> then) : atRest(std::move(then))
-    {
-        node.bmc.keepLog(false);
-        TRX::setLogSink([](int, const char*) {}); // a day's lines would be on the heap
-        node.bmc.setFaults(faults(1));
-        node.sim.clock().onWait([this] { nextCycle(); });
-    }
-
-    void nextCycle()
-    {
-        if (++cycle == 1)
-            IpmiIfc::registerSelEventHandler([](void* count, IpmiSelData*) { ++*static_cast<int*>(count); }, &events);
-        if (node.sim.clock().steadyTime() < restAt) {
-            if (cycle % 50 == 0)
-                node.addEvent(1);
-            return;
-        }
-        if (restCycle == 0) {
-            node.bmc.setFaults({});
-            node.bmc.change([this](Sim::Machine& changed) { changed = machine; });
-            node.bmc.clearSel();
-        }
-        node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-        if (++restCycle <= kCyclesToRest)
-            return;
-        restCycle = 0;
-        node.record.shutdown = restAt == begin + kDay;
-        restAt = begin + kDay;
-        node.bmc.setFaults(faults(2));
-        atRest();
-    }
+/// What a node at rest holds.
+struct Held {
+    Model model = currentModel();
+    std::ptrdiff_t descriptors = openDescriptors();
+    std::size_t heap = heapInUse();
 };
 
 TEST(Poll, ofADayLeavesNothingBehind)
 {
+    constexpr int kCyclesToRest = 4;             // without faults, with an empty log and everything read anew
     constexpr std::size_t kTolerance = 48 << 10; // free chunks that malloc keeps for the thread count as used
-    Model model;
-    std::ptrdiff_t descriptors = 0;
-    std::size_t heap = 0;
-    Day day([&] {
-        if (model.empty()) {
-            model = currentModel();
-            descriptors = openDescriptors();
-            heap = heapInUse();
-            return;
+    const Sim::Machine machine = steady(Sim::loadMachine("sample"));
+    Node node(machine);
+    TRX::setLogSink([](int, const char*) {}); // a day's lines would be on the heap
+    node.bmc.keepLog(false);
+    node.bmc.setFaults(faults(1));
+    std::atomic<int> nulls{0};
+    std::optional<Held> afterAnHour;
+    const auto begin = node.sim.clock().steadyTime();
+    auto restAt = begin + 1h;
+    int cycles = 0, restCycle = 0;
+    node.live(INT_MAX, [&](int wait) {
+        cycles = wait;
+        if (wait == 1)
+            IpmiIfc::registerSelEventHandler(countNulls, &nulls);
+        if (node.sim.clock().steadyTime() < restAt)
+            return wait % 50 == 0 ? node.addEvent(1) : void();
+        if (restCycle++ == 0) {
+            node.bmc.setFaults({});
+            node.bmc.change([&](Sim::Machine& changed) { changed = machine; });
+            node.bmc.clearSel();
         }
-        EXPECT_EQ(currentModel(), model);
-        EXPECT_EQ(openDescriptors(), descriptors);
-        EXPECT_LE(heapInUse(), heap + kTolerance);
+        node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
+        if (restCycle <= kCyclesToRest)
+            return;
+        if (!afterAnHour) {
+            afterAnHour.emplace();
+            restCycle = 0;
+            restAt = begin + kDay;
+            return node.bmc.setFaults(faults(2));
+        }
+        EXPECT_EQ(currentModel(), afterAnHour->model);
+        EXPECT_EQ(openDescriptors(), afterAnHour->descriptors);
+        EXPECT_LE(heapInUse(), afterAnHour->heap + kTolerance);
+        node.record.shutdown = true;
     });
-    IpmiIfc::start(1);
-    EXPECT_GT(model.size(), 30u);
-    EXPECT_GT(day.events, 50);
-    EXPECT_GT(day.cycle, kDay / 25s);
+    ASSERT_TRUE(afterAnHour);
+    EXPECT_GT(afterAnHour->model.size(), 30u);
+    EXPECT_GT(nulls, 50);
+    EXPECT_GT(cycles, kDay / 25s);
 }
 
 } // namespace

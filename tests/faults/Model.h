@@ -5,8 +5,8 @@
 
 #include "ipmi/IpmiIfc.h"
 
-#include <iomanip>
-#include <sstream>
+#include <cstdlib>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,40 +17,43 @@ namespace FaultTest
 /// of the event log.
 using Model = std::vector<std::string>;
 
+template <typename Numbers = std::initializer_list<unsigned>> std::string inWords(const Numbers& numbers)
+{
+    std::string words;
+    for (const unsigned number : numbers)
+        words += ' ' + std::to_string(number);
+    return words;
+}
+
 inline Model currentModel()
 {
     Model lines;
     for (const auto& sensor : Ipmi::IpmiIfc::getSensors(0)) {
-        std::ostringstream line;
-        const auto put = [&line](unsigned byte) { line << ' ' << std::setw(2) << byte; };
-        line << sensor->getName() << std::hex << std::setfill('0');
         const unsigned char* record = nullptr;
         int length = 0;
         sensor->RawRecord(record, length);
-        for (int i = 0; i < length; ++i)
-            put(record[i]);
-        const auto reading = sensor->getLastReading();
-        for (const unsigned byte : {reading.cc, reading.raw, reading.flags, reading.state1, reading.state2})
-            put(byte);
-        line << (reading.valid ? " valid" : ""); // not whether it is present: those that are not are asked rarely
+        const auto reading = sensor->getLastReading(); // not whether it is present: those that are not are asked rarely
         const auto thresholds = sensor->getLastThresholds();
-        put(thresholds.cc);
-        put(thresholds.readable);
-        for (const unsigned byte : thresholds.raw)
-            put(byte);
-        lines.push_back(line.str());
+        lines.push_back(sensor->getName() + inWords(std::span(record, static_cast<std::size_t>(length))) +
+                        inWords({reading.cc, reading.raw, reading.flags, reading.state1, reading.state2, reading.valid,
+                                 thresholds.cc, thresholds.readable}) +
+                        inWords(thresholds.raw));
     }
     for (const Ipmi::IpmiEntity& entity : Ipmi::IpmiIfc::getEntities(0)) {
         const Ipmi::IpmiEntity parent = entity.getParent();
-        lines.push_back(entity.getName() + ' ' + std::to_string(entity.getInstance()) + " in " + parent.getName() +
-                        ' ' + std::to_string(parent.getInstance()));
+        lines.push_back(entity.getName() + inWords({entity.getInstance()}) + " in " + parent.getName() +
+                        inWords({parent.getInstance()}));
     }
-    for (const auto& record : Ipmi::IpmiIfc::getSelData(0)) {
-        lines.push_back("event");
-        for (const unsigned byte : record->rawRecord().bytes)
-            lines.back() += ' ' + std::to_string(byte);
-    }
+    for (const auto& record : Ipmi::IpmiIfc::getSelData(0))
+        lines.push_back("event" + inWords(record->rawRecord().bytes));
     return lines;
+}
+
+/// Of a random test: every run is the same, but where TRX_SEED says otherwise.
+inline std::uint64_t firstSeed()
+{
+    const char* text = std::getenv("TRX_SEED");
+    return text ? std::strtoull(text, nullptr, 0) : 1;
 }
 
 /// The machine with readings that stay.

@@ -21,12 +21,6 @@ constexpr std::uint64_t kFaultyCommands = 30'000;
 constexpr std::uint64_t kFaultyCommands = 100'000;
 #endif
 
-std::uint64_t firstSeed()
-{
-    const char* text = std::getenv("TRX_SEED");
-    return text ? std::strtoull(text, nullptr, 0) : 1;
-}
-
 unsigned below(Random& random, unsigned limit)
 {
     return static_cast<unsigned>(random() % limit);
@@ -49,12 +43,6 @@ void useSensors(Random& random)
             Support::useSensor(*sensor);
 }
 
-void askIdentity(Random&)
-{
-    Ipmi::IpmiIfcInitForCLI(0); // forgets what it knew
-    Support::useIdentity(0);
-}
-
 void sendRaw(Random& random)
 {
     Bytes data = noise(random, 40), room(below(random, 41));
@@ -70,12 +58,10 @@ void sendRaw(Random& random)
 }
 
 constexpr void (*kActionsOfCallers[])(Random&) = {
-    [](Random&) { Ipmi::IpmiIfcSdrGetInfo(0); },
-    [](Random&) { Ipmi::IpmiIfcSensorUpdateReading(0); },
-    [](Random&) { Ipmi::IpmiIfcSensorRefreshAll(0); },
-    useSensors,
-    askIdentity,
-    sendRaw,
+    [](Random&) { Ipmi::IpmiIfcSdrGetInfo(0); },       [](Random&) { Ipmi::IpmiIfcSensorUpdateReading(0); },
+    [](Random&) { Ipmi::IpmiIfcSensorRefreshAll(0); }, useSensors,
+    [](Random&) { Ipmi::IpmiIfcInitForCLI(0); }, // forgets who the BMC is
+    [](Random&) { Support::useIdentity(0); },          sendRaw,
 };
 
 /// Some of what a caller can do, with so many of a thousand commands going wrong. @return how many did, about

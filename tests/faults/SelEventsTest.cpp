@@ -5,6 +5,7 @@
 //   check that took over their addition time, for it met faults;
 // - those heard again: read by a check whose info they were newer than; or the addition time was set back behind them.
 // Every run is the same; TRX_SEED=<seed> starts with that seed, as a failure names it.
+#include "faults/Model.h"
 #include "sel/SelBmc.h"
 
 #include <cstdlib>
@@ -213,8 +214,7 @@ struct World {
 
 TEST(SelEvents, AreHeardOnceButForTheReasonsThatThereAre)
 {
-    const char* text = std::getenv("TRX_SEED");
-    const std::uint64_t first = text ? std::strtoull(text, nullptr, 0) : 1;
+    const std::uint64_t first = FaultTest::firstSeed();
     std::map<std::string, int> reasons;
     for (std::uint64_t seed = first; seed < first + kSeeds && !HasFailure(); ++seed) {
         SCOPED_TRACE("TRX_SEED=" + std::to_string(seed));

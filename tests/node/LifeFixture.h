@@ -18,21 +18,13 @@ namespace LifeTest
 using namespace Ipmi;
 using namespace SdrTest;
 
-inline Sim::Machine machineWith(unsigned sensors)
+inline Sim::Machine machineWith(unsigned sensors = 1)
 {
     std::vector<Bytes> records;
     for (std::uint8_t number = 1; number <= sensors; ++number)
         records.push_back(sensorRecord(Kind::full, 0x01, {{kNumberAt, number}}, number));
     Sim::Machine machine = machineOf(std::move(records));
     machine.selAddTime = machine.selEraseTime = 0x60000000;
-    return machine;
-}
-
-inline Sim::Machine oneSensor(int events = 0)
-{
-    Sim::Machine machine = machineWith(1);
-    for (int i = 1; i <= events; ++i)
-        machine.sel.push_back({static_cast<std::uint8_t>(i), 0, 2, 1, 0, 0, 0x60, 0x20, 0, 4, 1, 1, 1, 0x57});
     return machine;
 }
 
@@ -43,7 +35,7 @@ struct Node : Sim::Responder {
     Support::SimNode sim;
     IpmiNode& record;
 
-    explicit Node(Sim::Machine machine = oneSensor(), int node = 0)
+    explicit Node(Sim::Machine machine = machineWith(), int node = 0)
         : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this, node),
           record(g_IpmiNode[node])
     {
@@ -61,6 +53,17 @@ struct Node : Sim::Responder {
         return before && !before(request) ? Sim::Answer{.answered = false, .bytes = {}} : bmc.handle(request);
     }
 
+    /// Its life on this thread. `atWait` is called in each pause between two cycles, counted from 1; the last ends it.
+    void live(int waits, const std::function<void(int)>& atWait)
+    {
+        int wait = 0;
+        sim.clock().onWait([&] {
+            atWait(++wait);
+            if (wait >= waits)
+                record.shutdown = true;
+        });
+        IpmiIfc::start(1);
+    }
     /// Logs an event that carries this number.
     void addEvent(std::uint8_t serial)
     {
@@ -78,21 +81,26 @@ inline std::ptrdiff_t openDescriptors()
     return std::distance(begin(all), end(all));
 }
 
-/// Nodes that run, each in a thread of its own; a handler of each counts its null calls.
+/// A handler that counts its null calls.
+inline void countNulls(void* count, IpmiSelData* event)
+{
+    *static_cast<std::atomic<int>*>(count) += !event;
+}
+
+/// Nodes that run, each in a thread of its own, and how often each has told its handlers of a cycle.
 struct RunningNodes {
-    static constexpr int kNodes = kNodeCount;
     std::vector<std::unique_ptr<Node>> nodes;
     std::vector<std::thread> threads;
-    std::array<std::atomic<int>, kNodes> cycles{};
+    std::array<std::atomic<int>, kNodeCount> cycles{};
 
-    explicit RunningNodes(int count = kNodes, const Sim::Machine& machine = oneSensor())
+    explicit RunningNodes(int count = kNodeCount, const Sim::Machine& machine = machineWith())
     {
         for (int node = 0; node < count; ++node)
             nodes.push_back(std::make_unique<Node>(machine, node));
         for (int node = 0; node < count; ++node) {
             threads.emplace_back([node] { IpmiIfc::start(node, 0); });
             IpmiIfc::waitState(node, IpmiIfc::IPMI_STATE_RUNNING);
-            IpmiIfc::registerSelEventHandler(node, count_, &cycles[static_cast<std::size_t>(node)]);
+            IpmiIfc::registerSelEventHandler(node, countNulls, &cycles[static_cast<std::size_t>(node)]);
         }
     }
     ~RunningNodes()
@@ -104,9 +112,6 @@ struct RunningNodes {
             thread.join();
     }
     std::vector<int> counted() const { return {cycles.begin(), cycles.end()}; }
-
-private:
-    static void count_(void* cycles, IpmiSelData* event) { *static_cast<std::atomic<int>*>(cycles) += !event; }
 };
 
 } // namespace LifeTest

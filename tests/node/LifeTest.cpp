@@ -42,7 +42,7 @@ bool liveThroughReset(const Reset& reset, int nth)
     constexpr int kLastCycle = 6;
     Node node(machineWith(kSensors));
     Heard heard;
-    int wait = 0, asked = 0;
+    int asked = 0;
     std::ptrdiff_t descriptors = 0;
     const auto resetInTurn = [&](const Sim::Request&) {
         if (++asked != nth)
@@ -57,8 +57,8 @@ bool liveThroughReset(const Reset& reset, int nth)
         node.bmc.setSelTime(node.bmc.selTime() + static_cast<std::uint32_t>(reset.hours * 3600));
         return true;
     };
-    node.sim.clock().onWait([&] {
-        if (++wait == 1) {
+    node.live(kLastCycle + 1, [&](int wait) {
+        if (wait == 1) {
             IpmiIfc::registerSelEventHandler(hear, &heard);
             node.before = resetInTurn;
             descriptors = openDescriptors();
@@ -69,9 +69,7 @@ bool liveThroughReset(const Reset& reset, int nth)
             node.addEvent(static_cast<std::uint8_t>(wait));
         if (wait == kLastCycle)
             node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-        node.record.shutdown = wait > kLastCycle;
     });
-    IpmiIfc::start(1);
     EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_EQ(heard[kLastCycle], 1);
     for (const auto& [serial, times] : heard) // where the clock went back, what was newer than its new time comes again
@@ -99,9 +97,9 @@ TEST(Life, isASilentOneAfterAReopenThatFailed)
     const auto descriptors = openDescriptors();
     for (int nth = 1; nth <= 20; ++nth) {
         Node node(machineWith(3));
-        int wait = 0, opens = 0;
-        node.sim.clock().onWait([&] {
-            if (++wait == 1) {
+        int opens = 0;
+        node.live(5, [&](int wait) {
+            if (wait == 1) {
                 node.sim.fail(IPMICTL_SEND_COMMAND, EBUSY, nth);
                 node.sim.fail(Support::SimNode::kOpen, ENODEV);
                 node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
@@ -109,12 +107,11 @@ TEST(Life, isASilentOneAfterAReopenThatFailed)
                 opens = node.sim.calls(Support::SimNode::kOpen);
                 node.bmc.clearCounts();
             }
-            node.record.shutdown = wait > 4;
         });
-        IpmiIfc::start(1);
         EXPECT_EQ(node.record.fd, -1);
         EXPECT_EQ(node.sim.calls(Support::SimNode::kOpen), opens);
         EXPECT_EQ(node.bmc.count(), 0u);
+        EXPECT_TRUE(node.sim.log().has(LOG_INFO, "Node 0: Unable to open node No such device"));
         EXPECT_EQ(node.sim.log().count(LOG_WARNING, "Could not get SEL info for node 0 after 10 tries"),
                   nth == 1 ? 4 : 3);
     }
@@ -197,7 +194,7 @@ TEST(Stop, endsAnyPauseBeforeARetry)
             Node node(machineWith(3));
             node.bmc.setFaults(Sim::FaultPlan(busy));
             std::thread stopper;
-            int slept = 0, wait = 0;
+            int slept = 0;
             std::chrono::milliseconds begin{0};
             node.sim.clock().onSleep([&] {
                 if (++slept != nth)
@@ -205,12 +202,10 @@ TEST(Stop, endsAnyPauseBeforeARetry)
                 stopper = beginStop(node);
                 begin = node.sim.clock().steadyTime();
             });
-            node.sim.clock().onWait([&] {
+            node.live(5, [&](int) {
                 node.addEvent(0);
                 node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-                node.record.shutdown = ++wait > 4;
             });
-            IpmiIfc::start(1);
             ASSERT_TRUE(stopper.joinable()) << "nothing to wait for";
             stopper.join();
             EXPECT_EQ(slept, nth) << "waited after the stop";
@@ -246,10 +241,12 @@ TEST(Stop, endsAPollAllThatWaitsForTheNode)
         };
         EXPECT_EQ(IpmiIfc::pollAll(2, serial, IpmiIfc::IPMI_POLL_FULL, nullptr), 0); // in its cycle
         other.join();
+        EXPECT_THROW(IpmiIfc::stop(0), CmpiStatus);
+        EXPECT_EQ(IpmiIfc::unRegisterSelEventHandler(0, hear), 2);
 
-        Node late(oneSensor(), 2);
+        Node late(machineWith(), 2);
         std::thread stopper([] { IpmiIfc::stop(2); });
-        EXPECT_EQ(IpmiIfc::pollAll(3, serial, IpmiIfc::IPMI_POLL_FULL, nullptr), 0); // before it
+        EXPECT_EQ(IpmiIfc::pollAll(3, serial, IpmiIfc::IPMI_POLL_FULL, nullptr), 0); // before it, and without node 0
         IpmiIfc::start(2, 1);
         stopper.join();
         EXPECT_EQ(running.cycles[1], 2);
@@ -259,6 +256,7 @@ TEST(Stop, endsAPollAllThatWaitsForTheNode)
 TEST(Stop, isRefusedToTheNodesHandlersAndSoIsPollAll)
 {
     RunningNodes running(2);
+    IpmiIfc::pollAll(2, true, IpmiIfc::IPMI_POLL_NONE, nullptr); // waits until they know their logs
     int refused = 0;
     const auto handler = [](void* count, IpmiSelData*) {
         EXPECT_EQ(IpmiIfc::pollAll(2, true, IpmiIfc::IPMI_POLL_FULL, nullptr), -1);

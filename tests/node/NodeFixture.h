@@ -16,6 +16,7 @@ class NodeFixture : public testing::Test
 {
 protected:
     using Bytes = std::vector<std::uint8_t>;
+    using Lines = std::vector<Support::LogLine>;
 
     NodeFixture()
     {

@@ -1,15 +1,16 @@
-// A node's life: start, its polling loop's schedule, pollAll and stop.
+// A node's life: start, its polling loop's schedule and pollAll.
 #include "node/LifeFixture.h"
 #include "support/FailingFcntl.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 
 #include <algorithm>
+#include <numeric>
 #include <span>
 
 using namespace LifeTest;
 using namespace std::chrono_literals;
+using enum IpmiIfc::IPMI_POLL_TYPE;
 
 namespace
 {
@@ -38,105 +39,82 @@ struct Schedule {
     int nullCalls; ///< of a handler
 };
 
-void PrintTo(const Schedule& schedule, std::ostream* out)
-{
-    *out << schedule.name;
-}
-
 char eighth(int cycle, int first, bool repository)
 {
-    if (cycle % 8 != first % 8 || cycle < first)
-        return kEventLog;
-    return repository ? kRepository : kReadings;
+    return cycle % 8 != first % 8 || cycle < first ? kEventLog : repository ? kRepository : kReadings;
+}
+
+char afterEvents(int cycle)
+{
+    if (cycle == 3 || cycle == 100)
+        return kRepository;
+    return cycle < 100 ? eighth(cycle, 11, cycle == 11) : eighth(cycle, 108, cycle == 108 || cycle == 348);
 }
 
 const Schedule kSchedules[] = {
-    {"ordinary", IpmiIfc::IPMI_POLL_NORMAL, 30, {}, [](int n) { return eighth(n, 7, n == 231 || n == 471); }, 62},
-    {"each fourth", IpmiIfc::IPMI_POLL_NORMAL, 4, {}, [](int n) { return eighth(n, 7, (n + 1) / 8 % 4 == 3); }, 62},
-    {"step 0 is 1", IpmiIfc::IPMI_POLL_NORMAL, 0, {}, [](int n) { return eighth(n, 7, true); }, 62},
-    {"full", IpmiIfc::IPMI_POLL_FULL, 30, {}, [](int) { return char(kRepository); }, 500},
-    {"sensors", IpmiIfc::IPMI_POLL_SENSORS, 30, {}, [](int) { return char(kReadings); }, 0},
-    {"event log", IpmiIfc::IPMI_POLL_SEL, 30, {}, [](int) { return char(kEventLog); }, 0},
-    {"none", IpmiIfc::IPMI_POLL_NONE, 30, {}, [](int) { return char(kNothing); }, 0},
-    {"new events",
-     IpmiIfc::IPMI_POLL_NORMAL,
-     30,
-     {3, 100},
-     [](int n) {
-         if (n == 3 || n == 100)
-             return char(kRepository);
-         return n < 100 ? eighth(n, 11, n == 11) : eighth(n, 108, n == 108 || n == 348);
-     },
-     2 + 12 + 50},
-    {"new events of a cycle for readings",
-     IpmiIfc::IPMI_POLL_SENSORS,
+    {"ordinary", IPMI_POLL_NORMAL, 30, {}, [](int n) { return eighth(n, 7, n == 231 || n == 471); }, 62},
+    {"each fourth", IPMI_POLL_NORMAL, 4, {}, [](int n) { return eighth(n, 7, (n + 1) / 8 % 4 == 3); }, 62},
+    {"step 0 is 1", IPMI_POLL_NORMAL, 0, {}, [](int n) { return eighth(n, 7, true); }, 62},
+    {"full", IPMI_POLL_FULL, 30, {}, [](int) { return char(kRepository); }, 500},
+    {"sensors", IPMI_POLL_SENSORS, 30, {}, [](int) { return char(kReadings); }, 0},
+    {"event log", IPMI_POLL_SEL, 30, {}, [](int) { return char(kEventLog); }, 0},
+    {"none", IPMI_POLL_NONE, 30, {}, [](int) { return char(kNothing); }, 0},
+    {"new events", IPMI_POLL_NORMAL, 30, {3, 100}, afterEvents, 2 + 12 + 50},
+    {"new events, readings",
+     IPMI_POLL_SENSORS,
      30,
      {5},
      [](int n) { return char(n == 5 ? kRepository : kReadings); },
      1},
 };
 
-struct PollSchedule : testing::TestWithParam<Schedule> {
-};
-
-TEST_P(PollSchedule, isKeptForFiveHundredCycles)
+TEST(Poll, keepsItsScheduleForFiveHundredCycles)
 {
     constexpr int kCycles = 500;
-    const Schedule& row = GetParam();
-    SKIP_SDR_STEP = row.step;
-    Node node;
-    int cycle = 0, nulls = 0;
-    std::string asked, expected;
-    node.sim.clock().onWait([&] {
-        if (cycle++ > 0)
-            asked += askedIn(node.bmc.counts());
-        else
-            IpmiIfc::registerSelEventHandler(
-                [](void* calls, IpmiSelData* event) { *static_cast<int*>(calls) += !event; }, &nulls);
-        node.bmc.clearCounts();
-        node.record.pollType = row.type;
-        node.record.shutdown = cycle > kCycles;
-        if (std::ranges::count(row.eventsBefore, cycle) != 0)
-            node.bmc.change([](Sim::Machine& machine) {
-                const std::uint8_t id = static_cast<std::uint8_t>(machine.sel.size() + 1);
-                machine.sel.push_back({id, 0, 2, 0, 0, 0, 0x61, 0x20, 0, 4, 1, 1, 1, 0x57});
-                ++machine.selAddTime;
-            });
-    });
-    const auto begin = node.sim.clock().steadyTime();
-    IpmiIfc::start(1);
-    EXPECT_GE(node.sim.clock().steadyTime() - begin, kCycles * 16s);
-    for (int n = 1; n <= kCycles; ++n)
-        expected += row.expected(n);
-    EXPECT_EQ(asked, expected);
-    EXPECT_EQ(nulls, row.nullCalls);
-    EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
+    for (const Schedule& row : kSchedules) {
+        SCOPED_TRACE(row.name);
+        SKIP_SDR_STEP = row.step;
+        Node node;
+        std::atomic<int> nulls{0};
+        std::string asked, expected;
+        const auto begin = node.sim.clock().steadyTime();
+        node.live(kCycles + 1, [&](int wait) {
+            if (wait == 1)
+                IpmiIfc::registerSelEventHandler(countNulls, &nulls);
+            else
+                asked += askedIn(node.bmc.counts());
+            node.bmc.clearCounts();
+            node.record.pollType = row.type;
+            if (std::ranges::count(row.eventsBefore, wait) != 0)
+                node.addEvent(0);
+        });
+        EXPECT_GE(node.sim.clock().steadyTime() - begin, kCycles * 16s);
+        for (int n = 1; n <= kCycles; ++n)
+            expected += row.expected(n);
+        EXPECT_EQ(asked, expected);
+        EXPECT_EQ(nulls, row.nullCalls);
+        EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, PollSchedule, testing::ValuesIn(kSchedules), [](const auto& info) {
-    std::string name = info.param.name;
-    std::ranges::replace(name, ' ', '_');
-    return name;
-});
 
 TEST(Poll, aSilentEventLogCostsTenTriesAndAClearedOneIsNotNew)
 {
-    Node node(oneSensor(57));
-    int cycle = 0;
+    Node node;
+    for (int i = 0; i < 57; ++i)
+        node.addEvent(0);
     std::string asked;
-    node.sim.clock().onWait([&] {
-        asked += cycle > 0 ? std::string(1, askedIn(node.bmc.counts())) : "";
+    node.live(4, [&](int wait) {
+        if (wait > 1)
+            asked += askedIn(node.bmc.counts());
         node.bmc.clearCounts();
-        if (++cycle == 2)
+        if (wait == 2)
             node.bmc.change([](Sim::Machine& machine) {
                 machine.sel.resize(1);
                 ++machine.selEraseTime;
             });
-        node.bmc.setFaults(cycle == 3 ? Sim::FaultPlan({{.netfn = 0x0a, .cmd = 0x40, .action = code(0xc1)}})
-                                      : Sim::FaultPlan());
-        node.record.shutdown = cycle > 3;
+        if (wait == 3)
+            node.bmc.setFaults(Sim::FaultPlan({{.netfn = 0x0a, .cmd = 0x40, .action = code(0xc1)}}));
     });
-    IpmiIfc::start(0, 1);
     EXPECT_EQ(asked, "...");
     EXPECT_EQ(node.sim.log().count(LOG_DEBUG, "Retrying IpmiIfcSelGetInfo"), 1);
     EXPECT_EQ(node.sim.log().count(LOG_WARNING, "Could not get SEL info for node 0 after 10 tries"), 1);
@@ -146,28 +124,22 @@ TEST(Poll, aSilentEventLogCostsTenTriesAndAClearedOneIsNotNew)
 TEST(Poll, nothingThatAHandlerThrowsEndsTheLoop)
 {
     Node node;
-    int cycle = 0, calls = 0;
+    int calls = 0;
+    std::atomic<int> calmCalls{0};
     const auto angry = [](void* argument, IpmiSelData* event) {
         if (int& count = *static_cast<int*>(argument); ++count % 2 == 0)
             throw CmpiStatus(CMPI_RC_ERR_FAILED);
         throw event;
     };
-    const auto calm = [](void* argument, IpmiSelData*) { ++*static_cast<int*>(argument); };
-    int calmCalls = 0;
-    node.sim.clock().onWait([&] {
-        if (cycle == 0) {
-            IpmiIfc::registerSelEventHandler(calm, &calmCalls);
+    node.live(5, [&](int wait) {
+        if (wait == 1) {
+            IpmiIfc::registerSelEventHandler(countNulls, &calmCalls);
             IpmiIfc::registerSelEventHandler(angry, &calls);
         }
-        node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-        if (++cycle == 3)
-            node.bmc.change([](Sim::Machine& machine) {
-                machine.sel.push_back({1, 0, 2, 0, 0, 0, 0x61, 0x20, 0, 4, 1, 1, 1, 0x57});
-                machine.selAddTime = 0x61000000;
-            });
-        node.record.shutdown = cycle > 4;
+        node.record.pollType = IPMI_POLL_FULL;
+        if (wait == 3)
+            node.addEvent(0);
     });
-    IpmiIfc::start(1);
     EXPECT_EQ(node.sim.log().count(LOG_WARNING, "Event handler ran into issues"), 1);
     EXPECT_EQ(node.sim.log().count(LOG_WARNING, "Event handler ran into issues: (null)(1)"), 2);
     EXPECT_EQ(node.sim.log().count(LOG_ERR, "IPMI polling thread caught exception while polling node 0"), 1);
@@ -179,8 +151,7 @@ TEST(Poll, nothingThatAHandlerThrowsEndsTheLoop)
 TEST(Start, asksWhoIsThereAndThenForTheEventLog)
 {
     Node node;
-    node.sim.clock().onWait([&] { node.record.shutdown = true; });
-    IpmiIfc::start(1);
+    node.live(1, [](int) {});
     std::vector<int> asked;
     for (const Sim::Request& request : node.bmc.log())
         asked.push_back(request.netfn << 8 | request.cmd);
@@ -194,29 +165,10 @@ TEST(Start, asksWhoIsThereAndThenForTheEventLog)
 }
 
 struct Refusal {
-    const char* name;
     void (*arrange)(Node& node);
     int rc; ///< 0: start returns
     Support::LogLine line;
 };
-
-void leaveNoDescriptors(Node&)
-{
-    rlimit none{0, 0};
-    getrlimit(RLIMIT_NOFILE, &none);
-    none.rlim_cur = 0;
-    setrlimit(RLIMIT_NOFILE, &none);
-}
-
-void restore()
-{
-    Support::SimNode::setRoot(true);
-    Support::failFcntl(-1);
-    rlimit all{};
-    getrlimit(RLIMIT_NOFILE, &all);
-    all.rlim_cur = all.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &all);
-}
 
 template <int command, int accessMode> void failFcntl(Node&)
 {
@@ -230,17 +182,15 @@ Support::LogLine fcntlLine(const std::string& end, const std::string& command)
 }
 
 const Refusal kRefusals[] = {
-    {"not root",
-     [](Node&) { Support::SimNode::setRoot(false); },
-     2,
-     {LOG_ERR, "CmpiStatus error 2 Only root user allowed"}},
-    {"no pipe", leaveNoDescriptors, 100, {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"}},
-    {"read end, get", failFcntl<F_GETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_GETFL, 0")},
-    {"read end, set", failFcntl<F_SETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_SETFL, fdflags")},
-    {"write end, get", failFcntl<F_GETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_GETFL, 0")},
-    {"write end, set", failFcntl<F_SETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_SETFL, fdflags")},
-    {"no device",
-     [](Node& node) { node.sim.remove(); },
+    {[](Node&) { Support::SimNode::setRoot(false); }, 2, {LOG_ERR, "CmpiStatus error 2 Only root user allowed"}},
+    {[](Node&) { Support::SimNode::setDescriptors(false); },
+     100,
+     {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"}},
+    {failFcntl<F_GETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_GETFL, 0")},
+    {failFcntl<F_SETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_SETFL, fdflags")},
+    {failFcntl<F_GETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_GETFL, 0")},
+    {failFcntl<F_SETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_SETFL, fdflags")},
+    {[](Node& node) { node.sim.remove(); },
      0,
      {LOG_INFO, "Node 0: Unable to open node, Error(2):No such file or directory"}},
 };
@@ -249,7 +199,7 @@ TEST(Start, isRefusedInWordsAndLeavesTheNodeStopped)
 {
     const auto descriptors = openDescriptors();
     for (const Refusal& row : kRefusals) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.line.text);
         Node node;
         row.arrange(node);
         for (int attempt = 1; attempt <= 2; ++attempt) {
@@ -264,13 +214,15 @@ TEST(Start, isRefusedInWordsAndLeavesTheNodeStopped)
             EXPECT_EQ(node.sim.log().count(LOG_INFO, "Node 0: IpmiIfc polling thread stopped."), attempt);
             EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
         }
-        restore();
+        Support::failFcntl(-1);
+        Support::SimNode::setRoot(true);
         EXPECT_EQ(node.bmc.count(), 0u);
+        Support::SimNode::setDescriptors(true);
     }
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-// --- stop and pollAll, from other threads
+// --- pollAll, from another thread
 
 TEST(PollAll, doesOneFullCycleARoundWhereNodesAreFew)
 {
@@ -279,46 +231,23 @@ TEST(PollAll, doesOneFullCycleARoundWhereNodesAreFew)
         RunningNodes running;
         SKIP_SDR_STEP = SKIP_FRU_STEP = 30;
         volatile bool shutdown = false;
-        std::vector<int> before = running.counted();
         for (int round = 0; round < 7; ++round) {
-            EXPECT_EQ(IpmiIfc::pollAll(kNodeCount, serial, IpmiIfc::IPMI_POLL_NORMAL, &shutdown), 0);
+            EXPECT_EQ(IpmiIfc::pollAll(kNodeCount, serial, IPMI_POLL_NORMAL, &shutdown), 0);
             EXPECT_LE(std::ranges::count(running.counted(), 1), round < 6 ? 0 : 1);
         }
         EXPECT_EQ(SKIP_SDR_STEP, serial ? 30 * kNodeCount : 30) << "multiplied by the process's first call alone";
         for (int node = 0; node < kNodeCount; ++node) { // the others' were put off: one after the other
-            int done = 0;
-            for (const int count : running.counted())
-                done += count;
-            EXPECT_EQ(done, node + 1);
-            EXPECT_EQ(IpmiIfc::pollAll(kNodeCount, serial, IpmiIfc::IPMI_POLL_NORMAL, nullptr), 0);
+            const auto cycles = running.counted();
+            EXPECT_EQ(std::reduce(cycles.begin(), cycles.end()), node + 1);
+            EXPECT_EQ(IpmiIfc::pollAll(kNodeCount, serial, IPMI_POLL_NORMAL, nullptr), 0);
         }
-        EXPECT_EQ(IpmiIfc::pollAll(16, serial, IpmiIfc::IPMI_POLL_NONE, nullptr), 0);
-        EXPECT_EQ(IpmiIfc::pollAll(16, serial, IpmiIfc::IPMI_POLL_FULL, nullptr), 0);
+        EXPECT_EQ(IpmiIfc::pollAll(16, serial, IPMI_POLL_NONE, nullptr), 0);
+        EXPECT_EQ(IpmiIfc::pollAll(16, serial, IPMI_POLL_FULL, nullptr), 0);
     }
     RunningNodes one(1);
     volatile bool shutdown = true;
-    EXPECT_EQ(IpmiIfc::pollAll(2, true, IpmiIfc::IPMI_POLL_NORMAL, &shutdown), -1) << "node 1 has not begun";
+    EXPECT_EQ(IpmiIfc::pollAll(2, true, IPMI_POLL_NORMAL, &shutdown), -1) << "node 1 has not begun";
     EXPECT_TRUE(one.nodes[0]->sim.log().has(LOG_INFO, "Shutdown signal received. Returning from IpmiIfc::pollAll()"));
-}
-
-TEST(Stop, endsALoopThatWaitsForTheBmcAndNothingLeaks)
-{
-    RunningNodes running(2);
-    IpmiNode& node = running.nodes[0]->record;
-    IpmiIfc::registerSelEventHandler(
-        1, [](void*, IpmiSelData*) { IpmiIfc::stop(1); }, nullptr);
-    IpmiIfc::pollAll(2, false, IpmiIfc::IPMI_POLL_FULL, nullptr);
-    EXPECT_TRUE(running.nodes[1]->sim.log().has(LOG_WARNING, "Event handler ran into issues: (null)(200)"));
-    EXPECT_FALSE(running.nodes[1]->record.shutdown) << "refused on the node's own thread";
-
-    IpmiIfc::stop(0);
-    EXPECT_THROW(IpmiIfc::stop(0), CmpiStatus);
-    EXPECT_EQ(IpmiIfc::getState(0), IpmiIfc::IPMI_STATE_STOPPED);
-    EXPECT_EQ(node.fd, -1);
-    EXPECT_EQ(node.signalCmdPipeFds[FD_READ], -1);
-    EXPECT_EQ(node.signalCmdPipeFds[FD_WRITE], -1);
-    EXPECT_EQ(IpmiIfc::unRegisterSelEventHandler(0, [](void*, IpmiSelData*) {}), 2);
-    EXPECT_EQ(IpmiIfc::pollAll(2, true, IpmiIfc::IPMI_POLL_FULL, nullptr), 0) << "a stopped node is left out";
 }
 
 } // namespace

@@ -12,101 +12,88 @@
 
 using namespace Ipmi;
 using State = IpmiIfc::IPMI_STATE;
+using enum IpmiIfc::IPMI_STATE;
 
 namespace
 {
 
 constexpr int kNode = 2;
 IpmiNode& node = g_IpmiNode[kNode];
-constexpr State kNone = IpmiIfc::IPMI_STATE_NONE, kIdle = IpmiIfc::IPMI_STATE_IDLE,
-                kStarting = IpmiIfc::IPMI_STATE_STARTING, kRunning = IpmiIfc::IPMI_STATE_RUNNING,
-                kStopped = IpmiIfc::IPMI_STATE_STOPPED, kCli = IpmiIfc::IPMI_STATE_CLI;
+constexpr State kStates[] = {IPMI_STATE_NONE,    IPMI_STATE_IDLE,    IPMI_STATE_STARTING,
+                             IPMI_STATE_RUNNING, IPMI_STATE_STOPPED, IPMI_STATE_CLI};
 
-struct NodeState : testing::TestWithParam<State> {
-    Support::LogCapture log;
-};
-INSTANTIATE_TEST_SUITE_P(From, NodeState, testing::Values(kNone, kIdle, kStarting, kRunning, kStopped, kCli));
-
-TEST_P(NodeState, changesOnlyFromTheStateNamed)
+TEST(NodeState, changesOnlyFromTheStateNamed)
 {
-    for (const State from : {kNone, kIdle, kStarting, kRunning, kStopped, kCli}) {
-        node.state = GetParam();
-        const bool allowed = from == GetParam();
-        const std::string name = std::to_string(from), current = std::to_string(GetParam());
-        std::vector<Support::LogLine> expected{
-            {LOG_DEBUG, "IPMI Node 2: _changeState (" + name + ", 8)  called..."},
-            {LOG_DEBUG, "IPMI Node 2: _changeState have lock"},
-            {LOG_ERR, "IpmiIfc unexpected state transition: (" + name + "->8), Current state " + current},
-            {LOG_ERR, "CmpiStatus error 200 IpmiIfc unexpected state transition"}};
-        if (allowed) {
-            expected.resize(2);
-            expected.push_back({LOG_DEBUG, "IPMI Node 2: _changeState check passed"});
-            expected.push_back({LOG_DEBUG, "_changeState notifying..."});
-            expected.push_back({LOG_DEBUG, "IPMI Node 2: _changeState done"});
-            _changeState(kNode, from, kStopped);
-        } else {
-            EXPECT_THROW(_changeState(kNode, from, kStopped), CmpiStatus);
+    for (const State current : kStates)
+        for (const State from : kStates) {
+            const std::string change = "(" + std::to_string(from) + "->8), Current state " + std::to_string(current);
+            Support::LogCapture log;
+            _setState(kNode, current);
+            std::vector<Support::LogLine> refusal;
+            if (from == current) {
+                _changeState(kNode, from, IPMI_STATE_STOPPED);
+            } else {
+                EXPECT_THROW(_changeState(kNode, from, IPMI_STATE_STOPPED), CmpiStatus);
+                refusal = {{LOG_ERR, "IpmiIfc unexpected state transition: " + change},
+                           {LOG_ERR, "CmpiStatus error 200 IpmiIfc unexpected state transition"}};
+            }
+            EXPECT_EQ(log.complaints(), refusal);
+            EXPECT_EQ(IpmiIfc::getState(kNode), from == current ? IPMI_STATE_STOPPED : current);
         }
-        EXPECT_EQ(log.lines(), expected);
-        EXPECT_EQ(_getState(kNode), allowed ? kStopped : GetParam());
-        log.clear();
-    }
-    _setState(kNode, kIdle);
-    EXPECT_EQ(log.lines(), (std::vector<Support::LogLine>{{LOG_DEBUG, "IPMI Node 2: _setState (1) called..."}}));
-    EXPECT_EQ(IpmiIfc::getState(kNode), kIdle);
 }
 
-TEST_P(NodeState, allButStartingAndRunningNodesCanBeInitialised)
-{
-    node.state = GetParam();
-    node.nextMsgId = 7;
-    node.pollingInterval = 5;
-    node.fd = 1234;
-    const bool refused = GetParam() == kStarting || GetParam() == kRunning;
-    if (refused)
-        EXPECT_THROW(InitIpmiNode(kNode), CmpiStatus);
-    else
-        InitIpmiNode(kNode);
-    EXPECT_EQ(node.state, refused ? GetParam() : kIdle);
-    EXPECT_EQ(node.nextMsgId, refused ? 7 : 1445);
-    EXPECT_EQ(node.pollingInterval, refused ? 5 : -1);
-    EXPECT_EQ(node.fd, 1234) << "the device stays as it is";
-    node.fd = -1;
-}
-
-TEST(NodeStateWaits, wakeForAnyStateOfTheirMask)
+TEST(NodeState, decidesWhetherTheNodeCanBeInitialised)
 {
     Support::LogCapture log;
-    node.state = kIdle;
-    constexpr int mask = kRunning | kStopped;
-    std::thread plain([] { EXPECT_EQ(IpmiIfc::waitState(kNode, mask), kRunning); });
-    std::thread timed([] { EXPECT_EQ(IpmiIfc::timedWaitState(kNode, mask, 3600, 0), kRunning); });
-    _changeState(kNode, kIdle, kStarting);
-    _changeState(kNode, kStarting, kRunning);
+    for (const State state : kStates) {
+        const bool refused = state == IPMI_STATE_STARTING || state == IPMI_STATE_RUNNING;
+        node.state = state;
+        node.nextMsgId = 7;
+        node.pollingInterval = 5;
+        node.fd = 1234;
+        if (refused)
+            EXPECT_THROW(InitIpmiNode(kNode), CmpiStatus) << state;
+        else
+            InitIpmiNode(kNode);
+        EXPECT_EQ(node.state, refused ? state : IPMI_STATE_IDLE);
+        EXPECT_EQ(node.nextMsgId, refused ? 7 : 1445);
+        EXPECT_EQ(node.pollingInterval, refused ? 5 : -1);
+        EXPECT_EQ(node.fd.exchange(-1), 1234) << "the device stays as it is";
+    }
+}
+
+TEST(NodeState, wakesWhoeverWaitsForIt)
+{
+    Support::LogCapture log;
+    node.state = IPMI_STATE_IDLE;
+    constexpr int mask = IPMI_STATE_RUNNING | IPMI_STATE_STOPPED;
+    std::thread plain([] { EXPECT_EQ(IpmiIfc::waitState(kNode, mask), IPMI_STATE_RUNNING); });
+    std::thread timed([] { EXPECT_EQ(IpmiIfc::timedWaitState(kNode, mask, 3600, 0), IPMI_STATE_RUNNING); });
+    _changeState(kNode, IPMI_STATE_IDLE, IPMI_STATE_STARTING);
+    _changeState(kNode, IPMI_STATE_STARTING, IPMI_STATE_RUNNING);
     plain.join();
     timed.join();
-    EXPECT_TRUE(log.has(LOG_DEBUG, "Node 2: IpmiIfc::waitState (12) called..."));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "Node 2: IpmiIfc::timedWaitState (12, 3600, 0) called ..."));
+    for (const char* text :
+         {"IPMI Node 2: _changeState (1, 2)  called...", "IPMI Node 2: _changeState have lock",
+          "IPMI Node 2: _changeState check passed", "_changeState notifying...", "IPMI Node 2: _changeState done",
+          "Node 2: IpmiIfc::waitState (12) called...", "Node 2: IpmiIfc::timedWaitState (12, 3600, 0) called ..."})
+        EXPECT_TRUE(log.has(LOG_DEBUG, text)) << text;
 }
 
-TEST(NodeStateWaits, areOnlyRearmedByTheirTimeOut)
+TEST(NodeState, isWaitedForAgainAfterATimeOut)
 {
-    struct Row {
-        long seconds, microseconds;
-        std::chrono::microseconds::rep wait; ///< of each round
-    };
-    constexpr auto longest = 100LL * 365 * 86'400 * 1'000'000;
-    const Row rows[] = {{2, 500'000, 2'500'000}, {0, 5'000'000'000, 5'000'000'000}, {0, 0, 1'000},
-                        {-5, 0, 1'000},          {LONG_MIN, LONG_MIN, 1'000},       {LONG_MAX, LONG_MAX, longest}};
-    for (const Row& row : rows) {
-        Support::LogCapture log;
+    Support::LogCapture log;
+    using Row = std::tuple<long, long, std::chrono::milliseconds>; // seconds, microseconds, one wait
+    for (const auto& [seconds, microseconds, wait] : {Row{2, 500'000, 2'500}, Row{LONG_MIN, LONG_MIN, 1}}) {
         Support::FakeClock clock;
-        node.state = kIdle;
+        node.state = IPMI_STATE_IDLE;
         int rounds = 0;
-        clock.onWait([&] { node.state = ++rounds == 3 ? kRunning : kIdle; }); // as this thread holds the lock
-        const auto before = clock.wallTime();
-        EXPECT_EQ(IpmiIfc::timedWaitState(kNode, kRunning, row.seconds, row.microseconds), kRunning);
-        EXPECT_EQ((clock.wallTime() - before).count(), 3 * row.wait) << row.seconds << ' ' << row.microseconds;
+        clock.onWait([&] {
+            node.state = ++rounds == 3 ? IPMI_STATE_RUNNING : IPMI_STATE_IDLE;
+        }); // as this thread holds the lock
+        const auto before = clock.steadyTime();
+        EXPECT_EQ(IpmiIfc::timedWaitState(kNode, IPMI_STATE_RUNNING, seconds, microseconds), IPMI_STATE_RUNNING);
+        EXPECT_EQ(clock.steadyTime() - before, 3 * wait) << seconds << ' ' << microseconds;
     }
 }
 

@@ -1,17 +1,13 @@
-// Many threads on one node, and on several that poll.
+// Many threads on nodes that poll.
 #include "base/Log.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"
-#include "sim/Bmc.h"
-#include "sim/MachineFile.h"
 #include "support/CallerUse.h"
-#include "support/SimNode.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <thread>
@@ -23,120 +19,33 @@ namespace
 
 constexpr std::uint8_t kControllers[] = {0x20, 0x82, 0x90};
 
-/// Answers with the address asked and the request's data, from command 03h on not at all.
-struct Echo final : Sim::Responder {
-    std::atomic<bool> silent{false};
-    Sim::Answer handle(const Sim::Request& request) override
-    {
-        if (request.cmd == 0x03)
-            silent = true;
-        Sim::Answer answer;
-        answer.answered = !silent;
-        answer.bytes = {0x00, request.address};
-        answer.bytes.insert(answer.bytes.end(), request.data.begin(), request.data.end());
-        return answer;
-    }
-};
-
-TEST(Threads, everyoneGetsTheAnswerToHisOwnQuestionAndShutdownWakesTheExchange)
-{
-    Echo echo;
-    Support::SimNode sim(echo, 0, Support::SimNode::Serve::inThread);
-    ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
-    ASSERT_EQ(IpmiIfcInitForCLI(0), 0);
-    std::vector<std::thread> threads;
-    for (std::uint8_t i = 0; i < 6; ++i) {
-        threads.emplace_back([i] {
-            Response reused;
-            for (std::uint8_t round = 0; round < 100; ++round) {
-                const std::uint8_t address = round % 2 == 1 ? static_cast<std::uint8_t>(0x40 + 2 * i) : 0x20;
-                const std::uint8_t data[] = {i, round};
-                {
-                    const TargetScope scope(0, address, 0, 0);
-                    sendCommand(0, 0x06, 0x02, data, reused);
-                }
-                EXPECT_EQ(reused.at(1), address);
-                EXPECT_EQ(reused.at(2), i);
-                EXPECT_EQ(reused.at(3), round);
-                IpmiIfc::getHostOsName();
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-
-    IpmiNode& node = g_IpmiNode[0];
-    std::thread asker([] { EXPECT_FALSE(sendCommand(0, 0x06, 0x03)); });
-    while (!echo.silent)
-        std::this_thread::yield();
-    node.shutdown = true;
-    EXPECT_EQ(write(node.signalCmdPipeFds[FD_WRITE], "\xff", 1), 1);
-    asker.join();
-    node.shutdown = false;
-    IpmiIfcCloseForCLI(0);
-}
-
-/// Get Device ID of one controller after the other, while others ask theirs: the answer tells who was asked.
-void askEveryController()
+/// Get Device ID, whose answer tells who was asked.
+void expectAsked(int node, std::uint8_t address)
 {
     constexpr std::size_t kProduct = 10;
-    for (const std::uint8_t address : kControllers) {
-        const TargetScope controller(0, address, 0, 0);
-        EXPECT_EQ(sendCommand(0, 0x06, 0x01).at(kProduct), address);
-    }
+    const Response answer = sendCommand(node, 0x06, 0x01);
+    const bool isLate = address != 0x20 && answer && answer->cc == 0xc3; // others moved time on meanwhile
+    EXPECT_TRUE(answer.at(kProduct) == address || isLate || g_IpmiNode[node].shutdown) << int{address};
 }
 
-TEST(Threads, callersMeetRefreshersAndReloaders)
+/// One controller after the other is this thread's, while others have theirs.
+void askEveryController(int node)
 {
-    constexpr int kCallers = 16, kLoads = 3;
-    Sim::Machine machine = Sim::loadMachine("sample");
+    const TargetScope last(node, kControllers[2], 0, 0);
+    for (const std::uint8_t address : kControllers) {
+        const TargetScope controller(node, address, 0, 0), otherNode((node + 1) % kNodeCount, 0x40, 0, 0);
+        expectAsked(node, address);
+    }
+    expectAsked(node, kControllers[2]);
+}
+
+Sim::Machine machineWithControllers()
+{
+    Sim::Machine machine = LifeTest::machineWith(4);
     for (const std::uint8_t address : kControllers)
         (address == Sim::kBmcAddress ? machine.identity : machine.controllers[address].identity).product = address;
-    for (auto& [address, controller] : machine.controllers)
-        controller.latency = {};
-    Sim::Bmc bmc(std::move(machine));
-    Support::SimNode sim(bmc, 0, Support::SimNode::Serve::inThread);
-    ASSERT_GT(IpmiIfcOpenIpmiOpen(0), 0);
-    ASSERT_EQ(IpmiIfcInitForCLI(0), 0);
-    ASSERT_EQ(IpmiIfcSdrGetInfo(0), 0);
-    const std::size_t sensors = IpmiIfc::getSensors().size(), entities = IpmiIfc::getEntities().size();
-    sim.log().clear();
-
-    std::atomic<bool> end{false};
-    std::vector<std::thread> threads;
-    const auto again = [&](auto what) {
-        threads.emplace_back([&end, what] {
-            for (int round = 0; !end || round == 0; ++round)
-                what(round);
-        });
-    };
-    again([](int) { IpmiIfcSensorRefreshAll(0); });
-    again([](int) { IpmiIfcSensorUpdateReading(0); });
-    for (int caller = 0; caller < kCallers; ++caller) {
-        again([=](int round) {
-            askEveryController();
-            Support::useIdentity(0);
-            EXPECT_EQ(IpmiIfc::getEntities().size(), entities);
-            for (const IpmiEntity& entity : IpmiIfc::getEntities())
-                EXPECT_FALSE((entity.getName() + entity.getParent().getName() + entity.getAlertClassName()).empty());
-            const auto all = IpmiIfc::getSensors();
-            if (!all.empty())
-                Support::useSensor(*all[static_cast<std::size_t>(caller + kCallers * round) % all.size()]);
-        });
-    }
-    again([](int) { EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); });
-    for (int load = 0; load < kLoads; ++load)
-        EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0);
-    end = true;
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(IpmiIfc::getSensors().size(), sensors);
-    for (const auto& line : sim.log().complaints())
-        EXPECT_FALSE(line.text.starts_with("IpmiIfcSdr")) << line.text; // no load took another's reservation
-    IpmiIfcCloseForCLI(0);
+    return machine;
 }
-
-// --- nodes with their loops
 
 void useEventLog(int node, int round)
 {
@@ -166,13 +75,17 @@ void useCommands(int node)
     IpmiIfcRespDel(&reply);
 }
 
+std::size_t entityCount = 0; ///< of each node, whatever is loaded anew
+
 void useModel(int node, int round)
 {
     IpmiIfc::getSdr(node);
-    for (const IpmiEntity& entity : IpmiIfc::getEntities(node))
-        EXPECT_FALSE((entity.getName() + entity.getParent().getName()).empty());
-    IpmiIfc::getEntityParent(node, 3, 1);
+    const auto entities = IpmiIfc::getEntities(node);
     const auto sensors = IpmiIfc::getSensors(node);
+    EXPECT_TRUE((entities.size() == entityCount && !sensors.empty()) || g_IpmiNode[node].shutdown);
+    for (const IpmiEntity& entity : entities)
+        EXPECT_FALSE((entity.getName() + entity.getParent().getName() + entity.getAlertClassName()).empty());
+    IpmiIfc::getEntityParent(node, 3, 1);
     if (sensors.empty())
         return;
     IpmiSensor& sensor = *sensors[static_cast<std::size_t>(round) % sensors.size()];
@@ -188,6 +101,7 @@ void useNode(int node, int round)
               lives);
     IpmiIfc::getPollingInterval(node);
     Support::useIdentity(node);
+    askEveryController(node);
     useModel(node, round);
     useEventLog(node, round);
     useCommands(node);
@@ -225,8 +139,12 @@ TEST(Threads, useRunningNodesUntilTheyStopAndBeyond)
 {
     constexpr int kCallers = 16, kRounds = 10;
     constexpr std::chrono::minutes kTime{30};
-    LifeTest::RunningNodes running(kNodeCount, LifeTest::machineWith(4));
-    auto& clock = running.nodes[0]->sim.clock();
+    LifeTest::RunningNodes running(kNodeCount, machineWithControllers());
+    Support::SimNode& sim = running.nodes[0]->sim;
+    auto& clock = sim.clock();
+    EXPECT_EQ(IpmiIfc::pollAll(kNodeCount, false, IpmiIfc::IPMI_POLL_FULL, nullptr), 0);
+    entityCount = IpmiIfc::getEntities(0).size();
+    sim.log().clear();
     const auto begin = clock.steadyTime();
     std::atomic<bool> end{false};
     std::vector<std::thread> threads;
@@ -242,6 +160,8 @@ TEST(Threads, useRunningNodesUntilTheyStopAndBeyond)
         IpmiIfc::registerSelEventHandler(node, busyHandler, &node);
     for (int caller = 0; caller < kCallers; ++caller)
         again([=](int round) { useNode(caller % kNodeCount, caller + kCallers * round); });
+    for (int (*use)(int) : {IpmiIfcSdrGetInfo, IpmiIfcSensorRefreshAll, IpmiIfcSensorUpdateReading})
+        again([use](int round) { use(round % kNodeCount); });
     again([](int round) { visit(round % kNodeCount); });
     again([](int round) { IpmiIfc::doPoll(round % kNodeCount); });
     again([](int round) { IpmiIfc::setPollingInterval(round % kNodeCount, round % 3); });
@@ -252,6 +172,8 @@ TEST(Threads, useRunningNodesUntilTheyStopAndBeyond)
         running.nodes[static_cast<std::size_t>(round % kNodeCount)]->addEvent(1);
         IpmiIfc::pollAll(kNodeCount, false, IpmiIfc::IPMI_POLL_FULL, nullptr);
     }
+    for (const auto& line : sim.log().complaints())
+        EXPECT_FALSE(line.text.starts_with("IpmiIfcSdr")) << line.text; // no load took another's reservation
     std::vector<std::thread> stoppers;
     for (const int node : numbers)
         stoppers.emplace_back([node] { IpmiIfc::stop(node); });
@@ -263,9 +185,8 @@ TEST(Threads, useRunningNodesUntilTheyStopAndBeyond)
     for (const int node : numbers) {
         EXPECT_EQ(IpmiIfc::getState(node), IpmiIfc::IPMI_STATE_STOPPED);
         EXPECT_GT(running.cycles[static_cast<std::size_t>(node)], 0);
-        EXPECT_EQ(running.nodes[static_cast<std::size_t>(node)]->sim.log().count(
-                      LOG_ERR, "IPMI polling thread caught exception while polling node " + std::to_string(node)),
-                  0);
+        EXPECT_FALSE(
+            sim.log().has(LOG_ERR, "IPMI polling thread caught exception while polling node " + std::to_string(node)));
     }
 }
 

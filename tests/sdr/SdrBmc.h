@@ -111,9 +111,8 @@ struct SdrBmc : Sim::Responder {
     std::function<void(const Sim::Request&)> before{}; ///< called before each request
     Support::SimNode sim;
 
-    explicit SdrBmc(Sim::Machine machine, Faults faults = {},
-                    Support::SimNode::Serve serve = Support::SimNode::Serve::atOnce)
-        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this, 0, serve)
+    explicit SdrBmc(Sim::Machine machine, Faults faults = {})
+        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this)
     {
         EXPECT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);

@@ -14,33 +14,31 @@ namespace
 using S = IpmiSensor;
 using T = IpmiThresholdSensor;
 
-template <typename Sensor, typename... Members> void callAll(const Sensor& sensor, Members... members)
+using Texts = std::vector<std::string>;
+
+/// Calls each of these members. @return what is text of it
+template <typename Sensor, typename... Members> Texts callAll(const Sensor& sensor, Members... members)
 {
-    (static_cast<void>((sensor.*members)()), ...);
+    Texts texts;
+    const auto note = [&texts](const auto& value) {
+        if constexpr (std::is_convertible_v<decltype(value), std::string>)
+            texts.push_back(value);
+    };
+    (note((sensor.*members)()), ...);
+    return texts;
 }
 
-void useNumbers(const S& sensor)
+Texts useProperties(const S& sensor)
 {
-    callAll(sensor, &S::getSensorNumber, &S::getOwnerId, &S::getLun, &S::getChannel, &S::getSensorType,
-            &S::getEventReadingType, &S::getRateUnit, &S::getModifierUnitUse, &S::getBaseUnit, &S::getModifierUnit,
-            &S::getSensorDirection, &S::getHysteresisSupport, &S::getThresholdAccessSupport, &S::getEventMessageSupport,
-            &S::getSensorRecordNumber, &S::getFlags, &S::getAssertionEventMask, &S::getDeassertionEventMask,
-            &S::isDiscrete, &S::isLinear, &S::isAnalog, &S::isConvertible, &S::hasReadingTime,
-            &S::readingStateUnavailable, &S::scanningDisabled, &S::getReadingAge);
-}
-
-std::vector<std::string> textsOf(const S& sensor)
-{
-    return {sensor.getDeviceId(),
-            sensor.getDescription(),
-            sensor.getEventReadingTypeString(),
-            sensor.getSensorIdString(),
-            sensor.getName(),
-            sensor.getSensorTypeString(),
-            sensor.getSensorDirectionString(),
-            sensor.getBaseUnitString(),
-            sensor.getModifierUnitString(),
-            sensor.getUnitsString()};
+    return callAll(sensor, &S::getSensorNumber, &S::getOwnerId, &S::getLun, &S::getChannel, &S::getSensorType,
+                   &S::getEventReadingType, &S::getRateUnit, &S::getModifierUnitUse, &S::getBaseUnit,
+                   &S::getModifierUnit, &S::getSensorDirection, &S::getHysteresisSupport, &S::getThresholdAccessSupport,
+                   &S::getEventMessageSupport, &S::getSensorRecordNumber, &S::getFlags, &S::getAssertionEventMask,
+                   &S::getDeassertionEventMask, &S::isDiscrete, &S::isLinear, &S::isAnalog, &S::isConvertible,
+                   &S::hasReadingTime, &S::readingStateUnavailable, &S::scanningDisabled, &S::getReadingAge,
+                   &S::getDeviceId, &S::getDescription, &S::getEventReadingTypeString, &S::getSensorIdString,
+                   &S::getName, &S::getSensorTypeString, &S::getSensorDirectionString, &S::getBaseUnitString,
+                   &S::getModifierUnitString, &S::getUnitsString);
 }
 
 void useThresholds(const T& sensor)
@@ -51,7 +49,7 @@ void useThresholds(const T& sensor)
          {&T::getLowerThresholdNonCritical, &T::getLowerThresholdCritical, &T::getLowerThresholdNonRecoverable,
           &T::getUpperThresholdNonCritical, &T::getUpperThresholdCritical, &T::getUpperThresholdNonRecoverable}) {
         try {
-            static_cast<void>((sensor.*threshold)());
+            callAll(sensor, threshold);
         } catch (const CmpiStatus&) { // not readable
         }
     }
@@ -81,10 +79,9 @@ void ask(IpmiSensor& sensor)
 
 std::vector<std::string> useSensor(IpmiSensor& sensor)
 {
-    useNumbers(sensor);
+    Texts texts = useProperties(sensor);
     convert(sensor);
     ask(sensor);
-    std::vector<std::string> texts = textsOf(sensor);
     const IpmiEntity entity = sensor.getEntity();
     texts.insert(texts.end(),
                  {sensor.getState(true), entity.getName(), entity.getAlertClassName(), entity.getParent().getName()});
@@ -92,7 +89,7 @@ std::vector<std::string> useSensor(IpmiSensor& sensor)
     if (const auto* threshold = dynamic_cast<const IpmiThresholdSensor*>(&sensor))
         useThresholds(*threshold);
     else if (const auto* discrete = dynamic_cast<const IpmiDiscreteSensor*>(&sensor))
-        static_cast<void>(discrete->getReadingMask());
+        callAll(*discrete, &IpmiDiscreteSensor::getReadingMask);
     return texts;
 }
 
@@ -108,7 +105,7 @@ std::vector<std::string> useIdentity(int node)
     IpmiIfc::getDeviceId(node, byte);
     IpmiIfc::getDeviceRevision(node, byte);
     IpmiIfc::getSelfTest(node, word);
-    std::vector<std::string> texts;
+    Texts texts;
     for (const auto getter : kGetters)
         texts.push_back(getter(node));
     return texts;

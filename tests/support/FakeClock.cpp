@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace Support
 {
@@ -27,11 +28,6 @@ FakeClock::FakeClock() : before_(TRX::Clock::use(this)), wallOffset_(0)
     setWallTime(kStart);
 }
 
-FakeClock::~FakeClock()
-{
-    TRX::Clock::use(before_);
-}
-
 void FakeClock::sleep(seconds duration, int wake)
 {
     {
@@ -44,18 +40,10 @@ void FakeClock::sleep(seconds duration, int wake)
     waitReadable(&descriptor, 1, steadyTime() + duration);
 }
 
-bool FakeClock::pollFails()
-{
-    const std::lock_guard lock(mutex_);
-    return pollsToFailure_ > 0 && --pollsToFailure_ == 0;
-}
-
 int FakeClock::poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds)
 {
-    if (pollFails()) {
-        errno = pollError_;
+    if (atNextPoll_ && (errno = std::exchange(atNextPoll_, nullptr)()) != 0)
         return -1;
-    }
     const bool forever = timeoutMilliseconds < 0;
     const milliseconds wait = forever ? hours(24) : milliseconds(timeoutMilliseconds);
     const int ready = waitReadable(descriptors, count, steadyTime() + wait);
@@ -69,13 +57,11 @@ int FakeClock::poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds)
 /// As poll(2); time moves from one thing that is due to the next.
 int FakeClock::waitReadable(pollfd* descriptors, nfds_t count, milliseconds end)
 {
-    for (bool more = true; more;) {
+    for (bool more = true;; more = actUntil(end)) {
         const int ready = ::poll(descriptors, count, 0);
-        if (ready != 0)
+        if (ready != 0 || !more) // looked at once more: another thread may have moved time to the end and beyond
             return ready;
-        more = actUntil(end);
     }
-    return 0;
 }
 
 /// Moves time to what is due first and lets it happen; false: to the end, and nothing is due before it.
@@ -99,16 +85,6 @@ std::optional<milliseconds> FakeClock::nextDue()
     return next;
 }
 
-microseconds FakeClock::wallTime()
-{
-    return steadyTime() + microseconds(wallOffset_.load());
-}
-
-milliseconds FakeClock::steadyTime()
-{
-    return milliseconds(now_.load());
-}
-
 void FakeClock::waitUntil(TRX::ConditionVariable& condition, TRX::Mutex& mutex, const timespec& deadline)
 {
     if (condition.waitUntil(mutex, soon()))
@@ -127,22 +103,10 @@ void FakeClock::advance(milliseconds time)
         ;
 }
 
-void FakeClock::setWallTime(microseconds time)
-{
-    wallOffset_.store((time - duration_cast<microseconds>(steadyTime())).count());
-}
-
 std::vector<unsigned int> FakeClock::sleeps() const
 {
     const std::lock_guard lock(mutex_);
     return sleeps_;
-}
-
-void FakeClock::failPoll(int error, int nth)
-{
-    const std::lock_guard lock(mutex_);
-    pollError_ = error;
-    pollsToFailure_ = nth;
 }
 
 } // namespace Support

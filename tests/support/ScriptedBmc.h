@@ -7,6 +7,8 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace Support
@@ -22,28 +24,36 @@ public:
     {
     public:
         /// To another controller, or to another LUN of the BMC.
-        Step& to(std::uint8_t address, std::uint8_t lun = 0, std::uint8_t channel = 0);
-        Step& lun(std::uint8_t lun);
-        Step& after(std::chrono::milliseconds delay);
+        Step& to(std::uint8_t address, std::uint8_t lun = 0, std::uint8_t channel = 0)
+        {
+            return set(request.address, address).set(request.channel, channel).lun(lun);
+        }
+        Step& lun(std::uint8_t lun) { return set(request.lun, lun); }
+        Step& after(std::chrono::milliseconds delay) { return set(answer.delay, delay); }
         /// From then on the driver refuses commands (EBUSY) for so long.
-        Step& busy(std::chrono::milliseconds time);
+        Step& busy(std::chrono::milliseconds time) { return set(answer.busy, time); }
         /// No answer. The driver's own repetitions to a silent satellite belong to this step.
-        Step& silent();
+        Step& silent() { return set(answer.answered, false); }
         /// The same again and again.
-        Step& times(int count);
+        Step& times(int times) { return set(count, times); }
         /// Done when the request has come, before the answer leaves.
-        Step& then(std::function<void()> action);
+        Step& then(std::function<void()> what) { return set(action, std::move(what)); }
 
     private:
         friend class ScriptedBmc;
+        template <typename Field> Step& set(Field& field, std::type_identity_t<Field> value)
+        {
+            field = std::move(value);
+            return *this;
+        }
+
         Sim::Request request;
         Sim::Answer answer;
         int count = 1;
         std::function<void()> action;
     };
 
-    ScriptedBmc() = default;
-    ~ScriptedBmc() override;
+    ~ScriptedBmc() override { done(); }
 
     /// @param request network function, command, data bytes
     /// @param answer  completion code, data bytes
@@ -58,8 +68,7 @@ public:
 private:
     mutable std::mutex mutex_;
     std::deque<Step> steps_;
-    Sim::Request lastSilent_;
-    bool wasSilent_ = false;
+    std::string lastSilent_; ///< the last request, if it was not answered
     int handled_ = 0;
 };
 

@@ -11,11 +11,11 @@
 #include "support/FakeClock.h"
 #include "support/LogCapture.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <thread>
 
 namespace Support
 {
@@ -23,41 +23,44 @@ namespace Support
 class SimNode final : Timed
 {
 public:
-    enum class Serve {
-        atOnce,   ///< the answer waits when the send returns; fake time; no thread
-        inThread, ///< a thread serves, in real time: for tests with many threads of their own
-    };
     static constexpr int kNodes = 16;
     static constexpr unsigned int kOpen = 0; ///< for fail(): not an ioctl but the open
 
     /// Several at once, each on another node, share time and log. `responder` must outlive the node.
-    explicit SimNode(Sim::Responder& responder, int node = 0, Serve serve = Serve::atOnce);
+    explicit SimNode(Sim::Responder& responder, int node = 0);
     ~SimNode() override;
     SimNode(const SimNode&) = delete;
     SimNode& operator=(const SimNode&) = delete;
 
-    /// Fake time; not there when a thread serves.
-    FakeClock& clock();
-    LogCapture& log();
+    FakeClock& clock() { return world_->clock; }
+    LogCapture& log() { return world_->log; }
     /// Does something with the driver's side: events, any message, a hang-up, timing.
     void device(const std::function<void(Sim::Device&)>& how);
 
-    /// From the nth open (kOpen) or ioctl with this request on, counted from now, `times` of them fail with `error`.
-    void fail(unsigned int request, int error, int nth = 1, int times = 1);
+    /// The nth open (kOpen) or ioctl with this request fails, counted from now.
+    void fail(unsigned int request, int error, int nth = 1);
     /// How many opens (kOpen) or ioctls with this request there were.
     int calls(unsigned int request) const;
     /// The device is no longer there for further opens (ENOENT).
-    void remove();
+    void remove() { removed_ = true; }
     /// What geteuid() says, on all nodes; true at first.
     static void setRoot(bool root);
+    /// Whether the program may open more file descriptors; true at first.
+    static void setDescriptors(bool left);
 
 private:
-    struct World;
+    /// What all nodes share, from the first to the last.
+    struct World {
+        FakeClock clock;
+        LogCapture log;
+
+        World();
+        ~World();
+        static std::shared_ptr<World> get();
+    };
     struct Failure {
-        unsigned int request;
-        int error;
-        int skip;
-        int times;
+        int call = 0; ///< the one that fails, counted from 1
+        int error = 0;
     };
 
     std::optional<std::chrono::milliseconds> nextDue() override;
@@ -65,22 +68,16 @@ private:
     int connect();
     void sent();
     int failureOf(unsigned int request);
-    void runThread();
-    void wake() const;
 
     static SimNode* at(int node);
 
     const int node_;
-    const Serve serve_;
-    std::shared_ptr<World> world_;
+    std::shared_ptr<World> world_ = World::get();
     mutable std::recursive_mutex mutex_; ///< a responder may act on its own device
     Sim::Device device_;
-    bool removed_ = false;
-    std::vector<Failure> failures_;
-    std::map<unsigned int, int> calls_; ///< by request
-    int wakePipe_[2] = {-1, -1};
-    bool stop_ = false;
-    std::thread thread_;
+    std::atomic<bool> removed_{false};
+    std::map<unsigned int, Failure> failures_; ///< by request
+    std::map<unsigned int, int> calls_;
 };
 
 } // namespace Support
