@@ -4,8 +4,7 @@
 #include "sim/Bmc.h"
 #include "sim/SdrSensors.h"
 #include "support/CallerUse.h"
-#include "support/Check.h"
-#include "support/Input.h"
+#include "support/Fuzz.h"
 #include "support/SimNode.h"
 
 #include <algorithm>
@@ -18,17 +17,14 @@ namespace
 /// Some of the sample machine: every kind of record, and few enough for many runs.
 Sim::Machine someSensors()
 {
-    constexpr std::size_t kStep = 7;
+    constexpr unsigned kStep = 7;
     Sim::Machine machine = Sim::loadMachine("sample");
-    std::vector<Sim::Bytes> records;
-    for (std::size_t i = 0; i < machine.sdr.size(); i += kStep)
-        records.push_back(machine.sdr[i]);
-    machine.sensors = Sim::sensorsOf(records);
-    machine.sdr = std::move(records);
+    std::erase_if(machine.sdr, [i = 0U](const Sim::Bytes&) mutable { return i++ % kStep != 0; });
+    machine.sensors = Sim::sensorsOf(machine.sdr);
     return machine;
 }
 
-/// Each answer takes a byte of the input, which says what becomes of it; when there is none any more all is well.
+/// Each answer takes a byte or two of the input, which say what becomes of it; when there is none any more all is well.
 class Spoiler final : public Sim::Responder
 {
 public:
@@ -37,35 +33,22 @@ public:
     Sim::Answer handle(const Sim::Request& request) override
     {
         Fuzz::demand(++commands_ < kMostCommands, "an end");
+        const unsigned what = input_.u8(), place = what >> 3;
+        const std::uint8_t value = what % 8 > 3 ? input_.u8() : std::uint8_t{0};
+        const Sim::FaultAction actions[8] = {
+            {},
+            {.lostReservation = true},
+            {.noAnswer = true},
+            {.cutTo = place},
+            {.delay = std::chrono::seconds(value)},
+            {.completionCode = value},
+            {.changed = {{place, value}}},
+        };
+        bmc_.setFaults(Sim::FaultPlan({{.action = actions[what % 8]}}));
         Sim::Answer answer = bmc_.handle(request);
-        const unsigned what = input_.u8(), value = what >> 3;
-        switch (what & 7) {
-        case 1:
-            answer.answered = false;
-            break;
-        case 2:
-            answer.delay = std::chrono::seconds(value);
-            break;
-        case 3:
-            answer.bytes.resize(std::min<std::size_t>(value, answer.bytes.size()));
-            break;
-        case 4: {
-            const auto piece = Fuzz::nextPiece(input_);
-            answer.bytes.assign(piece.begin(), piece.end());
-            break;
-        }
-        case 5:
-            answer.bytes = {input_.u8()};
-            break;
-        case 6:
-            bmc_.loseReservations();
-            break;
-        case 7:
-            if (value < answer.bytes.size())
-                answer.bytes[value] = input_.u8();
-            break;
-        default:
-            break;
+        if (what % 8 == 7) { // anything at all
+            const auto bytes = input_.bytes(std::min<std::size_t>(value, input_.remaining()));
+            answer.bytes.assign(bytes.begin(), bytes.end());
         }
         return answer;
     }
@@ -93,11 +76,10 @@ void useNode()
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void Fuzz::use(Span input)
 {
     static const Sim::Machine machine = someSensors();
-    Spoiler spoiler(machine, {data, size});
+    Spoiler spoiler(machine, input);
     Support::SimNode node(spoiler);
     useNode();
-    return 0;
 }

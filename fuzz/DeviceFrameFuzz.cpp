@@ -1,13 +1,13 @@
 // Datagrams from the users of a simulated device, read by the driver's side and answered by the sample machine.
 #include "sim/Bmc.h"
 #include "sim/device/Device.h"
-#include "support/Check.h"
-#include "support/Input.h"
+#include "support/Fuzz.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 
 namespace
 {
@@ -25,39 +25,34 @@ void drain(int fd)
                      "a whole frame");
         Fuzz::demand(frame.header.kind == Sim::Frame::kHello || frame.header.kind == Sim::Frame::kMessage, "a message");
     }
+    ::close(fd);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void Fuzz::use(Span bytes)
 {
     static const Sim::Machine machine = Sim::loadMachine("sample");
-    constexpr std::size_t kUsers = 2;
     Sim::Bmc bmc(machine);
     Milliseconds now{1};
     Sim::Device device(bmc, [&now] { return now; });
-    int users[kUsers];
+    std::array<int, 2> users{};
     for (int& user : users) {
         int ends[2];
-        Fuzz::demand(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0, "a socket pair");
+        demand(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0, "a socket pair");
         device.adopt(ends[0]);
         user = ends[1];
     }
-    TRX::WireReader input({data, size});
-    while (input.remaining() != 0) {
+    for (TRX::WireReader input(bytes); input.remaining() != 0; device.pump()) {
         const unsigned step = input.u8(); // whose datagram it is, and how long after the one before
-        const auto piece = Fuzz::nextPiece(input);
-        ::send(users[step % kUsers], piece.data(), piece.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        const auto piece = nextPiece(input);
+        ::send(users[step % users.size()], piece.data(), piece.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         now += Milliseconds(step * 10);
-        device.pump();
     }
     for (unsigned left = 1000; left != 0 && device.nextDue(); --left) {
         now = std::max(now, *device.nextDue());
         device.pump();
     }
-    for (const int user : users) {
+    for (const int user : users)
         drain(user);
-        ::close(user);
-    }
-    return 0;
 }

@@ -1,7 +1,6 @@
 // Records of the event log, one after another, the last one cut off: everything that a caller can ask of each.
 #include "ipmi/IpmiSelData.h"
-#include "support/Check.h"
-#include "support/Input.h"
+#include "support/Fuzz.h"
 
 #include <algorithm>
 
@@ -10,19 +9,13 @@ using namespace Ipmi;
 namespace
 {
 
-void useTexts(const IpmiSelData& data)
+void useRecord(const IpmiSelData& data)
 {
     const std::string caption = data.caption(), values = data.recordDataString();
-    Fuzz::demandClean(
-        {caption, values, data.description(), data.messageFormat(), IpmiSelData::recordId(data.recordId())});
+    Fuzz::demandClean({caption, values, data.description(), data.messageFormat(), data.recordId(data.recordId())});
     Fuzz::demand(caption.empty() || caption.starts_with("Assert + ") || caption.starts_with("Deassert + "),
-                 "a direction");
+                 "a caption");
     Fuzz::demand(std::count(values.begin(), values.end(), '*') == 17 && values.ends_with("*1*"), "16 values");
-}
-
-void use(const IpmiSelData& data)
-{
-    useTexts(data);
     const unsigned int severity = data.severity(), alert = data.alertType();
     Fuzz::demand(severity == 0 || (severity >= 5 && severity <= 7), "a severity");
     Fuzz::demand(alert == 0 || alert == 5 || alert == 6 || alert == 8, "an alert type");
@@ -35,14 +28,13 @@ void use(const IpmiSelData& data)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void Fuzz::use(Span input)
 {
-    for (Fuzz::Span rest{data, size}; !rest.empty();) {
+    for (Span rest = input; !rest.empty();) {
         sel_event_record record;
         const std::size_t count = std::min(rest.size(), sizeof record.bytes);
         std::copy_n(rest.begin(), count, record.bytes);
-        use({&record, 0});
+        useRecord({&record, 0});
         rest = rest.subspan(count);
     }
-    return 0;
 }

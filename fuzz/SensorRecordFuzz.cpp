@@ -4,8 +4,7 @@
 #include "sdr/IpmiIfcSdr.h"
 #include "sdr/IpmiIfcSensor.h"
 #include "support/CallerUse.h"
-#include "support/Check.h"
-#include "support/Input.h"
+#include "support/Fuzz.h"
 
 #include <algorithm>
 
@@ -54,9 +53,9 @@ void file(Fuzz::Span record)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void Fuzz::use(Span input)
 {
-    const auto records = recordsOf({data, size});
+    const auto records = recordsOf(input);
     for (const Fuzz::Span record : records) {
         useAs<IpmiThresholdSensor>(record);
         useAs<IpmiDiscreteSensor>(record);
@@ -74,5 +73,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     IpmiIfcSensorUpdateReading(0);
     IpmiIfcSensorRefreshAll(0);
     IpmiIfcCloseForCLI(0);
-    return 0;
 }

@@ -3,8 +3,7 @@
 #include "sim/Bmc.h"
 #include "sim/SystemInterface.h"
 #include "sim/vm/VmFrame.h"
-#include "support/Check.h"
-#include "support/Input.h"
+#include "support/Fuzz.h"
 
 using namespace Sim;
 
@@ -22,12 +21,12 @@ std::optional<VmFrame> decoded(const Bytes& bytes)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void Fuzz::use(Span input)
 {
     static Bmc bmc(loadMachine("absent"));
     SystemInterface interface(bmc, [] { return std::chrono::milliseconds(0); });
     VmDecoder decoder;
-    for (const std::uint8_t byte : Fuzz::Span(data, size)) {
+    for (const std::uint8_t byte : input) {
         const auto frame = decoder.take(byte);
         const auto request = frame ? vmRequest(*frame) : std::nullopt;
         if (!request)
@@ -37,5 +36,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Fuzz::demand(back && back->bytes.size() == 3 + answer.size(), "an answer that reads back");
         Fuzz::demand(back->bytes[0] == request->sequence, "the request's sequence number");
     }
-    return 0;
 }

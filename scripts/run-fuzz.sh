@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# run-fuzz.sh JOBS CORPUS OPTION...: runs every fuzz target of build/fuzz with these libFuzzer options. A target starts from made
-# seeds, from fuzz/corpus/<target> (inputs that once failed), and from what it has learnt, which stays in the folder CORPUS.
+# run-fuzz.sh JOBS CORPUS OPTION...: runs every fuzz target of build/fuzz with these libFuzzer options. A target starts from
+# fuzz/corpus/<target> (real inputs, and those that once failed), the readers of machines and repositories from the sample machine
+# too, and from what it has learnt, which stays in the folder CORPUS.
 set -euo pipefail
 jobs=$1 corpus=$2
 shift 2
 cd "$(dirname "$(readlink -f "$0")")/.."
 out=build/fuzz
-"$out/bin/fuzz-seeds" "$out/seeds"
+mkdir -p "$out/seeds/SensorRecordFuzz" "$out/seeds/JsonFileFuzz"
+"$out/bin/trx-bmcsim" sdr "$out/seeds/SensorRecordFuzz/repository"
+cp sim/machines/*.json "$out/seeds/JsonFileFuzz"
 
 run() {
     local target=$1 folders

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""serve_test.py TRX-BMCSIM: a served simulator, its control, and how programs find it."""
+"""serve_test.py TRX-BMCSIM: a served simulator, its control, and how programs find it; and programs run on one of their own."""
 import json
 import os
 import re
@@ -170,6 +170,64 @@ class ServeTest(unittest.TestCase):
             os.chown(self.root + "/trx-bmcsim", 65534, 65534)
             for arguments in (["serve"], ["env"], ["ctl", "sensors"]):
                 self.assertRegex(self.run_sim(*arguments).stderr, r"\Atrx-bmcsim: [^\n]*somebody else[^\n]*\n\Z")
+
+
+class ExecTest(unittest.TestCase):
+    """Unmodified programs on the simulated device: statuses, signals, mistakes."""
+
+    def check(self, line, status, text):
+        """Status 2 is one line, whatever is wrong; nothing is ever left behind."""
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        with open(folder + "/busy.json", "w", encoding="utf-8") as f:
+            f.write('{"faults": [{"netfn": 6, "cmd": 8, "nth": 1, "busy_ms": 700}]}')
+        environment = {**os.environ, "BMCSIM": SIM, "EXEC": SIM + " exec --", "TOOL": "ipmitool -I open", "FOLDER": folder,
+                       "TMPDIR": folder}
+        result = subprocess.run(["sh", "-c", line], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, encoding="latin-1", timeout=60,
+                                check=False, env=environment)
+        self.assertEqual(result.returncode, status, result.stdout)
+        self.assertIn(text, result.stdout)
+        self.assertTrue(status != 2 or result.stdout.count("\n") == 1, result.stdout)
+        self.assertFalse([name for name in os.listdir(folder) if name.startswith("trx-bmcsim-")])
+
+    def test_exec(self):
+        freeipmi = "--driver-type=openipmi --sdr-cache-directory=$FOLDER"
+        rows = [  # the program that must be there, and what is done with it
+            ("sh", [
+                ("$EXEC sh -c 'kill -9 $$'", 137, ""), ("$EXEC printf '<%s>' '[a,b]' '' -- '{x}'", 0, "<[a,b]><><--><{x}>"),
+                ("$EXEC id -u", 0, "0\n"), ("$EXEC sh -c 'stat -c %a $TRX_BMCSIM_DIR'", 0, "700\n"),
+                ("ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=libm.so.6 $EXEC sh -c 'echo $LD_PRELOAD'", 0, "libm.so.6:/"),
+                ("$EXEC sh -c ': <>/dev/ipmi1'", 2, "/dev/ipmi1"), ("$EXEC sh -c 'kill -INT $PPID; exec sleep 9'", 130, ""),
+                ("$EXEC sh -c 'trap \"exit 3\" TERM; kill -TERM $PPID; while :; do sleep 0.05; done'", 3, ""),
+                ("$BMCSIM machines", 0, "sample\n"),
+                ("$BMCSIM sdr $FOLDER/a && $BMCSIM sdr --machine sample $FOLDER/b && cmp $FOLDER/a $FOLDER/b", 0, ""),
+                ("$BMCSIM", 2, "subcommand"), ("$BMCSIM exec", 2, "needs a command after --"), ("$EXEC $FOLDER/none", 2, "cannot run"),
+                ("$BMCSIM sdr $FOLDER/none/x", 2, "cannot write"),
+                *((f"$BMCSIM exec {option} -- true", 2, mistake) for option, mistake in (
+                    ("--wrong", "--wrong"), ("--machine none", "none"), ("--sdr $FOLDER/none", "none: No such file"),
+                    ("--faults /dev/null", "/dev/null"), ("--fru 256=/dev/null", "--fru 256=/dev/null"), ("--fru x", "--fru x"),
+                    ("--latency -1", "--latency")))]),
+            ("ipmitool", [
+                ("$EXEC $TOOL mc info", 0, "Manufacturer ID           : 32473"), ("$EXEC $TOOL fru", 0, "Sample Mainboard"),
+                ("$EXEC $TOOL sensor list", 0, "CPU Temp         | 40.000     | degrees C  | ok"),
+                ("$EXEC $TOOL sensor get 'Riser Temp'", 0, "Sensor Reading        : 44"),
+                ("$BMCSIM exec --ipmb-timeout 20 -- $TOOL -t 0x84 mc info", 1, "Timeout"), ("$EXEC $TOOL -d 1 mc info", 1, "No such file"),
+                ('$BMCSIM exec --faults $FOLDER/busy.json -- sh -c "$TOOL raw 6 8 && ! $TOOL raw 6 1; sleep 1; $TOOL raw 6 4"', 0,
+                 "Device or resource busy"),
+                ("$EXEC sh -c \"$TOOL sensor thresh 'CPU Temp' ucr 96; $TOOL sensor get 'CPU Temp'\"", 0,
+                 "Upper Critical        : 96.000"),
+                ('$EXEC sh -c "for i in 1 2 3 4 5 6; do $TOOL mc guid & done; wait"', 0, "System GUID")]),
+            ("ipmi-sensors", [
+                (f"$EXEC ipmi-sensors {freeipmi}", 0, "| CPU Temp         | Temperature              | 40.00      | C"),
+                (f"$EXEC ipmi-sel {freeipmi}", 0, "Upper Non-critical - going high ; Sensor Reading = 90.00 C"),
+                (f"$EXEC ipmi-fru {freeipmi}", 0, "FRU Board Product Name: Sample Mainboard"),
+                ("$EXEC bmc-info --driver-type=openipmi", 0, "Product ID            : 4660")]),
+        ]
+        for program, lines in rows:
+            for line in lines:
+                with self.subTest(line=line):
+                    if not shutil.which(program):
+                        self.skipTest("no " + program)
+                    self.check(*line)
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 // What the simulated driver's requests do, beside what the Linux driver was seen to do.
 #include "sim/Bmc.h"
+#include "sim/Descriptor.h"
 #include "sim/shim/Shim.h"
 #include "support/ScriptedBmc.h"
 #include "support/SimNode.h"
@@ -13,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <numeric>
 #include <tuple>
 
@@ -24,31 +26,20 @@ using Bytes = std::vector<std::uint8_t>;
 namespace
 {
 
-class Descriptor
-{
-public:
-    explicit Descriptor(const char* path = "/dev/ipmi0", int flags = O_RDWR | O_CLOEXEC) : fd_(::open(path, flags)) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    ~Descriptor()
-    {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    int fd() const { return fd_; }
+/// An open device, or another file.
+struct Descriptor : Sim::Descriptor {
+    explicit Descriptor(const char* path = "/dev/ipmi0") : Sim::Descriptor(::open(path, O_RDWR)) {}
     /// 0 or the errno.
     int control(unsigned long request, void* argument) const
     {
-        return ::ioctl(fd_, request, argument) == 0 ? 0 : errno;
+        return ::ioctl(get(), request, argument) == 0 ? 0 : errno;
     }
     short ready(short wanted = POLLIN) const
     {
-        pollfd waiting{fd_, wanted, 0};
+        pollfd waiting{get(), wanted, 0};
         ::poll(&waiting, 1, 0);
         return waiting.revents;
     }
-
-private:
-    int fd_;
 };
 
 /// A request with its parts, all of them to be bent by a test.
@@ -66,9 +57,10 @@ struct Send {
         request.msgid = msgid;
         request.msg = {bytes[0], bytes[1], static_cast<std::uint16_t>(data.size()), data.data()};
     }
-    Send& to(int type, short channel, std::uint8_t byte6, std::uint8_t byte7 = 0)
+    Send& to(int type, int channel, int byte6, int byte7 = 0)
     {
-        const ipmi_ipmb_addr given{type, channel, byte6, byte7};
+        const ipmi_ipmb_addr given{type, static_cast<short>(channel), static_cast<unsigned char>(byte6),
+                                   static_cast<unsigned char>(byte7)};
         std::memcpy(address.data(), &given, sizeof given);
         return *this;
     }
@@ -86,12 +78,12 @@ struct Receive {
     Bytes room;
     ipmi_recv message{};
 
-    explicit Receive(std::uint16_t size = 64) : room(size, 0xef)
+    Receive() : room(64, 0xef)
     {
         message.addr = address.data();
         message.addr_len = sizeof address;
         message.msg.data = room.data();
-        message.msg.data_len = size;
+        message.msg.data_len = 64;
         message.recv_type = -1;
     }
     int by(const Descriptor& device, unsigned long request = IPMICTL_RECEIVE_MSG_TRUNC)
@@ -100,6 +92,15 @@ struct Receive {
     }
     Bytes data() const { return {room.begin(), room.begin() + message.msg.data_len}; }
 };
+
+/// What waits at a device; without data when there is nothing.
+Receive received(const Descriptor& device)
+{
+    Receive receive;
+    if (receive.by(device) != 0)
+        receive.message.msg.data_len = 0;
+    return receive;
+}
 
 class Driver : public ::testing::Test
 {
@@ -116,50 +117,49 @@ TEST_F(Driver, opensEveryUsualPathAndNothingElse)
 {
     const auto before = Sim::Shim::served();
     for (const char* path : {"/dev/ipmi0", "/dev/ipmi/0", "/dev/ipmidev/0"})
-        EXPECT_GE(Descriptor(path).fd(), 0) << path;
+        EXPECT_GE(Descriptor(path).get(), 0) << path;
     for (const int fd : {::open64("/dev/ipmi0", O_RDWR), ::openat(AT_FDCWD, "/dev/ipmi0", O_RDWR),
                          ::openat64(AT_FDCWD, "/dev/ipmi0", O_RDWR)})
         EXPECT_EQ(::close(fd), 0);
     EXPECT_EQ(Sim::Shim::served() - before, 6U) << "the shim is bypassed";
     for (const char* path : {"/dev/ipmi1", "/dev/ipmi", "/dev/ipmix", "/dev/ipmi00000000000", "/dev/ipmi256"})
-        EXPECT_TRUE(Descriptor(path).fd() < 0 && errno == ENOENT && ::access(path, F_OK) == -1) << path;
+        EXPECT_TRUE(Descriptor(path).get() < 0 && errno == ENOENT && ::access(path, F_OK) == -1) << path;
     EXPECT_EQ(::access("/dev/ipmi0", R_OK | W_OK), 0);
-    for (const int closeOnExec : {O_CLOEXEC, 0})
-        EXPECT_EQ(::fcntl(Descriptor("/dev/ipmi0", O_RDWR | closeOnExec).fd(), F_GETFD) != 0, closeOnExec != 0);
+    const Sim::Descriptor closedOnExec(::open("/dev/ipmi0", O_RDWR | O_CLOEXEC));
+    EXPECT_TRUE(::fcntl(device.get(), F_GETFD) == 0 && ::fcntl(closedOnExec.get(), F_GETFD) == FD_CLOEXEC);
 }
 
 TEST_F(Driver, knowsItsDescriptorsByMoreThanTheirNumber)
 {
     EXPECT_EQ(::ioctl(STDIN_FILENO, IPMICTL_GET_MY_ADDRESS_CMD, nullptr), -1) << "not a device";
-    const int copy = ::dup(device.fd());
+    const int copy = ::dup(device.get());
     EXPECT_EQ(::ioctl(copy, IPMICTL_GET_MY_ADDRESS_CMD, &value), 0) << "duplicated";
     ::close(copy);
     EXPECT_EQ(device.control(IPMICTL_GET_MY_ADDRESS_CMD, &value), 0);
     const Descriptor other("/dev/null");
-    ::dup2(other.fd(), device.fd()); // the device is closed behind the shim's back
+    ::dup2(other.get(), device.get()); // the device is closed behind the shim's back
     EXPECT_EQ(device.control(IPMICTL_GET_MY_ADDRESS_CMD, &value), ENOTTY) << "another file by now";
 }
 
 TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 {
-    struct Row {
-        const char* name;
-        int type;
-        std::uint8_t channel, byte6, byte7;
+    const std::tuple<const char*, int, std::uint8_t, std::uint8_t, std::uint8_t> rows[] = {
+        {"the BMC", 0x0c, 15, 0, 0},
+        {"the BMC, LUN 3", 0x0c, 15, 3, 0},
+        {"a satellite", 0x01, 0, 0x82, 2},
+        {"another IPMB", 0x01, 6, 0x2c, 0},
     };
     sim.device([](Sim::Device& driver) { driver.setIpmbChannels(1U << 0 | 1U << 6); });
     const Descriptor later; // the channels hold for those that open from now on
-    for (const Row& row : {Row{"the BMC", 0x0c, 15, 0, 0}, Row{"the BMC, LUN 3", 0x0c, 15, 3, 0},
-                           Row{"a satellite", 0x01, 0, 0x82, 2}, Row{"another IPMB", 0x01, 6, 0x2c, 0}}) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, type, channel, byte6, byte7] : rows) {
+        SCOPED_TRACE(name);
         auto& step = bmc.expect({0x06, 0x01, 0xaa}, {0x00, 0x20});
-        row.type == 0x0c ? step.lun(row.byte6) : step.to(row.byte6, row.byte7, row.channel);
+        type == 0x0c ? step.lun(byte6) : step.to(byte6, byte7, channel);
         Send send({0x06, 0x01, 0xaa}, 0x123456789abcL);
         EXPECT_EQ(later.ready(), 0);
-        EXPECT_EQ(send.to(row.type, row.channel, row.byte6, row.byte7).by(later), 0);
+        EXPECT_EQ(send.to(type, channel, byte6, byte7).by(later), 0);
         EXPECT_EQ(later.ready(POLLIN | POLLRDNORM | POLLPRI), POLLIN | POLLRDNORM);
-        Receive receive;
-        EXPECT_EQ(receive.by(later), 0);
+        const Receive receive = received(later);
         const ipmi_recv& message = receive.message;
         EXPECT_EQ(std::tuple(message.recv_type, message.msgid, message.msg.netfn, message.msg.cmd, message.addr_len),
                   std::tuple(IPMI_RESPONSE_RECV_TYPE, 0x123456789abcL, 0x07, 0x01, 8U));
@@ -171,10 +171,11 @@ TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 
 TEST_F(Driver, refusesBadRequests)
 {
+    const auto at = [](long place) { return reinterpret_cast<std::uint8_t*>(place); };
     const struct {
         const char* name;
         int error;
-        void (*bend)(Send&);
+        std::function<void(Send&)> bend;
     } rows[] = {
         {"271 bytes", EMSGSIZE, [](Send& s) { s.length(271); }},
         {"odd network function", EINVAL, [](Send& s) { s.request.msg.netfn = 0x07; }},
@@ -182,26 +183,22 @@ TEST_F(Driver, refusesBadRequests)
         {"long address", EINVAL, [](Send& s) { s.request.addr_len = 41; }},
         {"the driver's own Send Message", EINVAL, [](Send& s) { s.request.msg.cmd = 0x34; }},
         {"broadcast of a reset", EINVAL, [](Send& s) { s.to(0x41, 0, 0x82), s.request.msg.cmd = 0x02; }},
-        {"bad address pointer", EFAULT, [](Send& s) { s.request.addr = nullptr; }},
-        {"unmapped address pointer", EFAULT, [](Send& s) { s.request.addr = reinterpret_cast<std::uint8_t*>(-64L); }},
-        {"bad data pointer", EFAULT,
-         [](Send& s) { s.length(2), s.request.msg.data = reinterpret_cast<std::uint8_t*>(1); }},
+        {"no address", EFAULT, [&](Send& s) { s.request.addr = nullptr; }},
+        {"unmapped address", EFAULT, [&](Send& s) { s.request.addr = at(-64); }},
+        {"unmapped data", EFAULT, [&](Send& s) { s.length(2), s.request.msg.data = at(1); }},
+        {"the BMC on channel 0", EINVAL, [](Send& s) { s.to(0x0c, 0, 0); }},
+        {"LUN 4 of the BMC", EINVAL, [](Send& s) { s.to(0x0c, 15, 4); }},
+        {"LUN 4 of a satellite", EINVAL, [](Send& s) { s.to(0x01, 0, 0x82, 4); }},
+        {"unknown type", EINVAL, [](Send& s) { s.to(0x22, 0, 0); }},
+        {"channel without an IPMB", EINVAL, [](Send& s) { s.to(0x01, 1, 0x82); }},
+        {"channel past the last", EINVAL, [](Send& s) { s.to(0x01, 12, 0x82); }},
+        {"channel below the first", EINVAL, [](Send& s) { s.to(0x01, -1, 0x82); }},
     };
     for (const auto& row : rows) {
         Send send;
         row.bend(send);
         EXPECT_EQ(send.by(device), row.error) << row.name;
     }
-    // BMC on channel 0, LUN 4 of the BMC and of a satellite, an unknown type, channels without an IPMB
-    const std::array<int, 4> addresses[] = {{0x0c, 0, 0, 0}, {0x0c, 15, 4, 0}, {0x01, 0, 0x82, 4}, {0x22, 0, 0, 0},
-                                            {1, 1, 0x82, 0}, {1, 12, 0x82, 0}, {1, -1, 0x82, 0}};
-    for (const auto& [type, channel, byte6, byte7] : addresses)
-        EXPECT_EQ(Send()
-                      .to(type, static_cast<short>(channel), static_cast<std::uint8_t>(byte6),
-                          static_cast<std::uint8_t>(byte7))
-                      .by(device),
-                  EINVAL)
-            << type << ' ' << channel;
     for (const auto request : {IPMICTL_SEND_COMMAND, IPMICTL_RECEIVE_MSG})
         EXPECT_EQ(device.control(request, nullptr), EFAULT) << request;
     for (const unsigned long request : {_IO('i', 99), static_cast<unsigned>(TIOCGWINSZ)})
@@ -225,15 +222,14 @@ TEST_F(Driver, receivesByTheRoomGiven)
         std::uint16_t room, addressRoom;
         int error;
         bool consumed;
-        std::uint8_t given;
     } rows[] = {
-        {"fits", IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true, 40},
-        {"fits, not truncating", IPMICTL_RECEIVE_MSG, 40, 8, 0, true, 40},
-        {"cut", IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true, 32},
-        {"cut to nothing", IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true, 0},
-        {"stays", IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false, 0},
-        {"address room 4", IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false, 0},
-        {"address room 4, not truncating", IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false, 0},
+        {"fits", IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true},
+        {"fits, not truncating", IPMICTL_RECEIVE_MSG, 40, 8, 0, true},
+        {"cut", IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true},
+        {"cut to nothing", IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true},
+        {"stays", IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false},
+        {"address room 4", IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false},
+        {"address room 4, not truncating", IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false},
     };
     Bytes answer(40);
     std::iota(answer.begin(), answer.end(), std::uint8_t{0});
@@ -241,57 +237,47 @@ TEST_F(Driver, receivesByTheRoomGiven)
         SCOPED_TRACE(row.name);
         bmc.expect({0x06, 0x01}, answer);
         ASSERT_EQ(Send().by(device), 0);
-        Receive receive(64);
+        Receive receive;
         receive.message.msg.data_len = row.room;
         receive.message.addr_len = row.addressRoom;
         EXPECT_EQ(receive.by(device, row.request), row.error);
         EXPECT_EQ(device.ready() == 0, row.consumed);
-        EXPECT_EQ(receive.room[row.given], 0xef) << "past the room";
-        if (row.consumed) {
-            EXPECT_EQ(receive.data(), Bytes(answer.begin(), answer.begin() + row.given));
-            EXPECT_EQ(receive.message.recv_type, IPMI_RESPONSE_RECV_TYPE);
-        } else {
-            EXPECT_EQ(receive.message.recv_type, -1) << "untouched";
-            Receive again;
-            EXPECT_EQ(again.by(device), 0);
-            EXPECT_EQ(again.data(), answer);
-        }
-        Receive nothing;
-        EXPECT_EQ(nothing.by(device, row.request), EAGAIN);
-        EXPECT_EQ(nothing.message.recv_type, -1);
+        EXPECT_EQ(receive.message.recv_type, row.consumed ? IPMI_RESPONSE_RECV_TYPE : -1);
+        EXPECT_EQ(receive.room[row.consumed ? row.room : 0U], 0xef) << "past the room";
+        EXPECT_EQ(receive.data(), row.consumed ? Bytes(answer.begin(), answer.begin() + row.room) : receive.data());
+        Receive again;
+        EXPECT_EQ(again.by(device, row.request), row.consumed ? EAGAIN : 0);
+        EXPECT_EQ(again.message.recv_type, row.consumed ? -1 : IPMI_RESPONSE_RECV_TYPE);
+        EXPECT_EQ(row.consumed ? answer : again.data(), answer);
     }
 }
 
 TEST_F(Driver, keepsSettingsPerDescriptor)
 {
     const Descriptor other;
-    ipmi_timing_parms timing{};
-    const auto timingOf = [&](const Descriptor& of) {
-        EXPECT_EQ(of.control(IPMICTL_GET_TIMING_PARMS_CMD, &timing), 0);
-        return std::pair(timing.retries, timing.retry_time_ms);
-    };
-    timing = {7, 1234};
+    ipmi_timing_parms timing{7, 1234};
     EXPECT_EQ(device.control(IPMICTL_SET_TIMING_PARMS_CMD, &timing), 0);
-    EXPECT_EQ(timingOf(other), std::pair(-1, 0U));
-    EXPECT_EQ(timingOf(device), std::pair(7, 1234U));
-
+    for (const auto& [of, retries, time] : {std::tuple(&other, -1, 0U), {&device, 7, 1234U}}) {
+        EXPECT_EQ(of->control(IPMICTL_GET_TIMING_PARMS_CMD, &timing), 0);
+        EXPECT_EQ(std::pair(timing.retries, timing.retry_time_ms), std::pair(retries, time));
+    }
+    const auto get = [&](unsigned long request) { return device.control(request, &value) == 0 ? value : ~0U; };
+    constexpr unsigned long kMode = IPMICTL_SET_MAINTENANCE_MODE_CMD, kGetMode = IPMICTL_GET_MAINTENANCE_MODE_CMD;
     const struct {
-        const char* name;
         unsigned long set, get;
         unsigned int before, given, after;
         int error = 0;
     } rows[] = {
-        {"address", IPMICTL_SET_MY_ADDRESS_CMD, IPMICTL_GET_MY_ADDRESS_CMD, 0x20, 0x182, 0x82},
-        {"LUN", IPMICTL_SET_MY_LUN_CMD, IPMICTL_GET_MY_LUN_CMD, 2, 7, 3},
-        {"maintenance", IPMICTL_SET_MAINTENANCE_MODE_CMD, IPMICTL_GET_MAINTENANCE_MODE_CMD, 0, 2, 2},
-        {"no such mode", IPMICTL_SET_MAINTENANCE_MODE_CMD, IPMICTL_GET_MAINTENANCE_MODE_CMD, 2, 3, 2, EINVAL},
+        {IPMICTL_SET_MY_ADDRESS_CMD, IPMICTL_GET_MY_ADDRESS_CMD, 0x20, 0x182, 0x82},
+        {IPMICTL_SET_MY_LUN_CMD, IPMICTL_GET_MY_LUN_CMD, 2, 7, 3},
+        {kMode, kGetMode, 0, 2, 2},
+        {kMode, kGetMode, 2, 3, 2, EINVAL}, // no such mode
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_TRUE(device.control(row.get, &value) == 0 && value == row.before) << value;
+        EXPECT_EQ(get(row.get), row.before) << row.given;
         value = row.given;
-        EXPECT_EQ(device.control(row.set, &value), row.error);
-        EXPECT_TRUE(device.control(row.get, &value) == 0 && value == row.after) << value;
+        EXPECT_EQ(device.control(row.set, &value), row.error) << row.given;
+        EXPECT_EQ(get(row.get), row.after) << row.given;
     }
     ipmi_channel_lun_address_set set{11, 0x42};
     EXPECT_EQ(device.control(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, &set), 0);
@@ -319,17 +305,14 @@ TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
     EXPECT_EQ(Send().by(device), EBUSY);
     EXPECT_EQ(device.ready(), 0) << "all wait for the first";
     sim.clock().advance(50ms);
-    for (long i = 0; i < 100; ++i) {
-        Receive receive;
-        ASSERT_EQ(receive.by(device), 0);
-        ASSERT_EQ(receive.message.msgid, i);
-    }
+    for (long i = 0; i < 100; ++i)
+        ASSERT_EQ(received(device).message.msgid, i);
     std::vector<Descriptor> users;
     for (int i = 1; i < 30; ++i)
-        ASSERT_GE(users.emplace_back().fd(), 0) << i;
-    EXPECT_TRUE(Descriptor().fd() < 0 && errno == EBUSY);
+        ASSERT_GE(users.emplace_back().get(), 0) << i;
+    EXPECT_TRUE(Descriptor().get() < 0 && errno == EBUSY);
     users.clear();
-    EXPECT_GE(Descriptor().fd(), 0);
+    EXPECT_GE(Descriptor().get(), 0);
 }
 
 TEST_F(Driver, refusesCommandsForAWhile)
@@ -344,56 +327,51 @@ TEST_F(Driver, refusesCommandsForAWhile)
             EXPECT_EQ(Send().by(*user), EBUSY);
         EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), EBUSY);
     }
-    EXPECT_EQ(Receive().by(device), 0) << "the answer that came with it";
+    EXPECT_EQ(received(device).data(), Bytes{0x00}) << "the answer that came with it";
     sim.clock().advance(1ms);
     EXPECT_EQ(Send().by(later), 0);
 }
 
 TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
 {
-    using Sim::FaultAction;
     struct Row {
-        const char* name;
-        std::vector<Sim::FaultRule> rules;
+        std::string rules; ///< of the fault plan; the messaging commands are 31h, 33h and 34h
         std::chrono::milliseconds delivered;
         std::uint8_t code = 0;
         std::uint64_t sent = 1; ///< Send Messages
         ipmi_timing_parms timing{-1, 0};
     };
-    using Rules = std::vector<Sim::FaultRule>;
-    const auto satellite = [](const FaultAction& first, const FaultAction& later = {}) {
-        return Rules{{.address = 0x82, .count = 1, .action = first}, {.address = 0x82, .from = 2, .action = later}};
-    };
-    const auto bmcs = [](std::uint8_t cmd, const FaultAction& action, std::uint64_t count = 1) {
-        return Rules{{.cmd = cmd, .count = count, .action = action}};
-    };
-    constexpr std::uint8_t kFlags = 0x31, kGet = 0x33, kSend = 0x34;
     std::vector<Row> rows{
-        {"all is well", bmcs(0xee, {}), 0ms},
-        {"satellite busy", satellite({.completionCode = 0xc0}), 0ms, 0xc0},
-        {"satellite silent", satellite({.noAnswer = true}, {.noAnswer = true}), 10250ms, 0xc3, 5},
-        {"no more tries", satellite({.noAnswer = true}), 1000ms, 0xc3, 1, {0, 1000}},
-        {"late", satellite({.delay = 1500ms}), 1000ms, 0xc3, 1, {0, 1000}},
-        {"in the second try", satellite({.delay = 1500ms}, {.noAnswer = true}), 1500ms, 0x00, 2, {1, 1000}},
-        {"never sent", bmcs(kSend, {.completionCode = 0x83}, 0), 10250ms, 0xc3, 5},
-        {"checksums are not looked at", bmcs(kGet, {.changed = {{3, 0x55}}}), 0ms},
-        {"flags refused", bmcs(kFlags, {.completionCode = 0xff}, 3), 300ms},
-        {"flags empty", bmcs(kFlags, {.changed = {{1, 0}}}), 100ms},
-        {"Get Message refused", bmcs(kGet, {.completionCode = 0xff}), 100ms},
-        {"Get Message cut", bmcs(kGet, {.cutTo = 5}), 2050ms, 0, 2},
-        {"Get Message silent", bmcs(kGet, {.noAnswer = true}), 100ms},
-        {"Send Message silent", bmcs(kSend, {.noAnswer = true}), 2050ms, 0, 2},
+        {R"({"cmd": 99})", 0ms},
+        {R"({"address": 130, "completion_code": 192})", 0ms, 0xc0},
+        {R"({"address": 130, "no_answer": true})", 10250ms, 0xc3, 5},
+        {R"({"address": 130, "no_answer": true})", 1000ms, 0xc3, 1, {0, 1000}},
+        {R"({"address": 130, "delay_ms": 1500})", 1000ms, 0xc3, 1, {0, 1000}},
+        {R"({"cmd": 1, "nth": 1, "delay_ms": 1500}, {"cmd": 1, "from": 2, "no_answer": true})",
+         1500ms,
+         0,
+         2,
+         {1, 1000}},
+        {R"({"cmd": 52, "completion_code": 131})", 10250ms, 0xc3, 5},
+        {R"({"cmd": 51, "nth": 1, "change": [{"offset": 3, "value": 85}]})", 0ms}, // checksums are not looked at
+        {R"({"cmd": 49, "count": 3, "completion_code": 255})", 300ms},
+        {R"({"cmd": 49, "nth": 1, "change": [{"offset": 1, "value": 0}]})", 100ms},
+        {R"({"cmd": 51, "nth": 1, "completion_code": 255})", 100ms},
+        {R"({"cmd": 51, "nth": 1, "cut_to": 5})", 2050ms, 0, 2},
+        {R"({"cmd": 51, "nth": 1, "no_answer": true})", 100ms},
+        {R"({"cmd": 52, "nth": 1, "no_answer": true})", 2050ms, 0, 2},
     };
-    for (const std::uint8_t again : Bytes{0x81, 0x82, 0x83, 0xc0})
-        rows.push_back({"sent in the third try", bmcs(kSend, {.completionCode = again}, 2), 4100ms, 0, 3});
+    for (const int again : {0x81, 0x82, 0x83, 0xc0}) // sent in the third try
+        rows.push_back({R"({"cmd": 52, "count": 2, "completion_code": )" + std::to_string(again) + "}", 4100ms, 0, 3});
     for (const std::uint8_t final : Bytes{0x80, 0xc1, 0xc3, 0xcb, 0xd3, 0xff})
-        rows.push_back({"refused", bmcs(kSend, {.completionCode = final}, 0), 0ms, final});
-    for (const std::uint8_t offset : Bytes{1, 2, 4, 5, 6})
-        rows.push_back({"another's response", bmcs(kGet, {.changed = {{offset, 0x55}}}), 2050ms, 0, 2});
+        rows.push_back({R"({"cmd": 52, "completion_code": )" + std::to_string(final) + "}", 0ms, final});
+    for (const int offset : {1, 2, 4, 5, 6}) // another's response
+        rows.push_back({R"({"cmd": 51, "nth": 1, "change": [{"value": 85, "offset": )" + std::to_string(offset) + "}]}",
+                        2050ms, 0, 2});
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.rules);
         Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130}]})", "file"));
-        machine.setFaults(Sim::FaultPlan(row.rules));
+        machine.setFaults(Sim::parseFaultPlan("{\"faults\": [" + row.rules + "]}", "plan"));
         SimNode node(machine, 1);
         const Descriptor device("/dev/ipmi1");
         ipmi_timing_parms timing = row.timing;
@@ -403,9 +381,7 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
             sim.clock().advance(row.delivered - 1ms);
         EXPECT_EQ(device.ready() == 0, row.delivered != 0ms);
         sim.clock().advance(1ms);
-        Receive receive;
-        ASSERT_EQ(receive.by(device), 0);
-        EXPECT_EQ(receive.data().at(0), row.code);
+        EXPECT_EQ(received(device).data().at(0), row.code);
         EXPECT_EQ(machine.count(0x06, 0x34), row.sent);
         sim.clock().advance(1min);
         EXPECT_EQ(device.ready(), 0) << "answered twice";
@@ -428,8 +404,7 @@ TEST_F(Driver, tellsManyResponsesApart)
         ASSERT_EQ(Send({0x06, 0x01, id}, id).to(0x01, 0, 0x82).by(device), 0);
     sim.clock().advance(1s);
     for (int i = 0; i < 100; ++i) {
-        Receive receive;
-        ASSERT_EQ(receive.by(device), 0) << i;
+        const Receive receive = received(device);
         EXPECT_EQ(receive.data().at(1), receive.message.msgid);
     }
 }
@@ -442,9 +417,8 @@ TEST_F(Driver, eventsGoToThoseThatTakeThem)
     EXPECT_EQ(device.control(IPMICTL_SET_GETS_EVENTS_CMD, &on), 0);
     sim.device([](Sim::Device& driver) { driver.event(Bytes(16, 0x22)); });
     EXPECT_EQ(other.ready(), 0);
-    for (const std::uint8_t byte : {std::uint8_t{0x11}, std::uint8_t{0x22}}) {
-        Receive receive;
-        EXPECT_EQ(receive.by(device), 0);
+    for (const std::uint8_t byte : Bytes{0x11, 0x22}) {
+        const Receive receive = received(device);
         EXPECT_EQ(receive.message.recv_type, IPMI_ASYNC_EVENT_RECV_TYPE);
         EXPECT_EQ(receive.data(), Bytes(16, byte));
     }

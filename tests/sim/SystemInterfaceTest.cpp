@@ -12,149 +12,66 @@ namespace Sim
 namespace
 {
 
-constexpr const char* kMachine = R"({"controllers": [{"address": "0x82"}, {"address": "0x86", "latency_ms": 70},
+const Machine kMachine = parseMachine(R"({"controllers": [{"address": "0x82"}, {"address": "0x86", "latency_ms": 70},
     {"address": "0x84", "absent": "silent"}, {"address": "0x88", "absent": "nak"}, {"address": "0x8a", "busy": 2},
     {"address": "0x8c", "channel": 6}], "sdr": [{"name": "a", "number": 3, "owner": "0x82", "lun": 1, "entity": 1,
-    "type": "fan", "value": 7}]})";
-
-class SimSystemInterface : public ::testing::Test
-{
-protected:
-    /// Network function, command, data bytes, in hexadecimal.
-    Bytes give(const std::string& request, std::uint8_t lun = 0)
-    {
-        const Bytes bytes = hex(request);
-        return driver.handle({0x0f, 0x20, lun, bytes.at(0), bytes.at(1), {bytes.begin() + 2, bytes.end()}}).bytes;
-    }
-    /// Send Message with Get Device ID, or another request.
-    Bytes sendTo(std::uint8_t address, const std::string& request = "06 01", std::uint8_t lun = 0,
-                 std::uint8_t channel = 0)
-    {
-        const Bytes asked = hex(request);
-        const IpmbFrame frame{address, lun, 0x20, 2, asked.at(0), 5, asked.at(1), {asked.begin() + 2, asked.end()}};
-        Bytes data{channel};
-        const Bytes bytes = frame.bytes();
-        data.insert(data.end(), bytes.begin(), bytes.end());
-        return driver.handle({.netfn = 6, .cmd = 0x34, .data = data}).bytes;
-    }
-    /// The completion code that came back from a controller; nullopt: no message, or a damaged one.
-    std::optional<std::uint8_t> received()
-    {
-        Bytes message = give("06 33");
-        if (message.size() < 2)
-            return std::nullopt;
-        message[1] = 0x20;
-        const auto frame = readIpmbFrame(std::span(message).subspan(1));
-        return frame && frame->intact ? std::optional(frame->data.at(0)) : std::nullopt;
-    }
-
-    std::chrono::milliseconds time{1000};
-    Bmc bmc{parseMachine(kMachine, "file")};
-    SystemInterface driver{bmc, [this] { return time; }};
-};
+    "type": "fan", "value": 7}]})",
+                                      "file");
 
 } // namespace
 
-TEST_F(SimSystemInterface, RefusesOrLosesWhatIsWrong)
+// Send Message, message flags, Get Message.
+TEST(SimSystemInterface, MessagesGoAndComeBack)
 {
-    const struct {
-        const char *name, *request, *answer;
-        bool comes = false;
-        std::uint8_t lun = 0;
-    } rows[] = {
-        {"no IPMB", "06 34 03 82 18 66 20 02 01 dd", "cc"},
-        {"system interface", "06 34 0f 82 18 66 20 02 01 dd", "cc"},
-        {"tracked", "06 34 40 82 18 66 20 02 01 dd", "00", true},
-        {"broadcast", "06 34 00 00 82 18 66 20 02 01 dd", "00", true},
-        {"raw", "06 34 80 82 18 66 20 02 01 dd", "cc"},
-        {"encrypted", "06 34 20 82 18 66 20 02 01 dd", "cc"},
-        {"nothing", "06 34", "c7"},
-        {"short", "06 34 00 82 18 66 20 02 01", "c7"},
-        {"33 bytes", "06 34 00 82 18 66 20 02 01 1 2 3 4 5 6 7 8 9 a b c d e f 1 2 3 4 5 6 7 8 9 a b c", "c7"},
-        {"other LUN", "06 34 00 82 18 66 20 02 01 dd", "c2", false, 1},
-        {"header's checksum", "06 34 00 82 18 67 20 02 01 dd", "00"},
-        {"checksum", "06 34 00 82 18 66 20 02 01 de", "00"},
-        {"not from the BMC", "06 34 00 82 18 66 22 02 01 db", "00"},
-        {"not from the software", "06 34 00 82 18 66 20 00 01 df", "00"},
-        {"flags with data", "06 31 00", "c7"},
-        {"enables without", "06 2e", "c7"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(give(row.request, row.lun), hex(row.answer)) << row.name;
-        EXPECT_EQ(received().has_value(), row.comes) << row.name;
-    }
+    converse(kMachine, R"(
+        no IPMB: 06 34 03 82 18 66 20 02 01 dd > cc | 06 34 0f 82 18 66 20 02 01 dd > cc | 06 31 > 00 00;
+        secured, or raw: 06 34 20 82 18 66 20 02 01 dd > cc | 06 34 80 82 18 66 20 02 01 dd > cc | 06 31 > 00 00;
+        wrong length: 06 34 > c7 | 06 34 00 82 18 66 20 02 01 > c7 | 06 31 00 > c7 | 06 2e > c7 |
+            06 34 00 82 18 66 20 02 01 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 01 02 03 04 05 06 07 08 09 0a 0b
+                d1 > c7;
+        at another LUN: @20/1/f 06 34 00 82 18 66 20 02 01 dd > c2;
+        checksums: 06 34 00 82 18 67 20 02 01 dd > 00 | 06 34 00 82 18 66 20 02 01 de > 00 | 06 31 > 00 00;
+        not from the BMC's software: 06 34 00 82 18 66 22 02 01 db > 00 | 06 34 00 82 18 66 20 00 01 df > 00 |
+            06 31 > 00 00;
+        tracked: 06 34 40 82 18 66 20 02 01 dd > 00 | 06 31 > 00 01 | 06 33 > 00 00 1e c2 82 00 01 00.. | 06 33 > 80;
+        broadcast: 06 34 00 00 82 18 66 20 02 01 dd > 00 | 06 33 > 00 00 1e c2 82 00 01 00.. | 06 31 > 00 00;
+        two: 06 34 00 82 18 66 20 02 01 dd > 00 | 06 34 00 82 18 66 20 06 01 d9 > 00 | 06 33 > 00 00 1e c2 82 00.. |
+            06 31 > 00 01 | 06 33 > 00 00 1e c2 82 04..;
+        taken away: 06 34 00 82 18 66 20 02 01 dd > 00 | 06 30 01 > 00 | 06 33 > 80;
+        its sensor: 06 34 00 82 11 6d 20 02 2d 03 ae > 00 | 06 33 > 00 00 16 ca 82 01 2d 00 07 c0 c0 00 c9;
+        no such sensor: 06 34 00 82 10 6e 20 02 2d 03 ae > 00 | 06 33 > 00 00 16 ca 82 00 2d cb 86;
+        the BMC's alone: 06 34 00 82 28 56 20 02 20 be > 00 | 06 33 > 00 00 2e b2 82 00 20 c1 9d;
+        the BMC: 06 34 00 20 28 b8 20 02 20 be > 00 | 06 33 > 00 00 2e b2 20 00 20 00..;
+        slow: 06 34 00 86 18 62 20 02 01 dd > 00 | +69 | 06 31 > 00 00 | 06 33 > 80 | +1 |
+            06 31 > 00 01 | 06 33 > 00 00..;
+        silent: 06 34 00 84 18 64 20 02 01 dd > 00 | 06 31 > 00 00;
+        not there: 06 34 00 88 18 60 20 02 01 dd > 83 | 06 31 > 00 00;
+        unknown: 06 34 00 8e 18 5a 20 02 01 dd > 00 | 06 31 > 00 00;
+        busy: 06 34 00 8a 18 5e 20 02 01 dd > 00 | 06 34 00 8a 18 5e 20 02 01 dd > 00 |
+            06 34 00 8a 18 5e 20 02 01 dd > 00 | 06 33 > 00 00 1e c2 8a 00 01 c0 b5 |
+            06 33 > 00 00 1e c2 8a 00 01 c0 b5 | 06 33 > 00 00 1e c2 8a 00 01 00..;
+        other IPMB: 06 34 06 8c 18 5c 20 02 01 dd > 00 | 06 33 > 00 06 1e c2 8c 00 01 00..;
+        on the wrong IPMB: 06 34 00 8c 18 5c 20 02 01 dd > 00 | 06 31 > 00 00;)");
+    World world(kMachine);
     for (std::size_t length = 0; length < 300; ++length)
-        EXPECT_EQ(driver.handle({.netfn = 6, .cmd = 0x34, .data = Bytes(length)}).bytes.size(), 1U) << length;
-    EXPECT_FALSE(driver.attention());
+        EXPECT_EQ(world.driver.handle({.netfn = 6, .cmd = 0x34, .data = Bytes(length)}).bytes.size(), 1U) << length;
+    EXPECT_FALSE(world.driver.attention());
 }
 
-TEST_F(SimSystemInterface, ControllersAnswerEachInTheirWay)
+TEST(SimSystemInterface, QueueIsBoundedAndInTheOrderOfArrival)
 {
-    using Codes = std::vector<std::optional<std::uint8_t>>;
-    const struct {
-        const char* name;
-        std::uint8_t address, sent;
-        std::chrono::milliseconds delay;
-        Codes codes;
-        const char* request = "06 01";
-        std::uint8_t lun = 0, channel = 0;
-    } rows[] = {
-        {"there", 0x82, 0, 0ms, {0x00, 0x00}},
-        {"its sensor", 0x82, 0, 0ms, {0x00}, "04 2d 03", 1},
-        {"no such sensor", 0x82, 0, 0ms, {0xcb}, "04 2d 03", 0},
-        {"the BMC's alone", 0x82, 0, 0ms, {0xc1}, "0a 20"},
-        {"the BMC", 0x20, 0, 0ms, {0x00}, "0a 20"},
-        {"slow", 0x86, 0, 70ms, {0x00}},
-        {"silent", 0x84, 0, 0ms, {std::nullopt}},
-        {"not there", 0x88, 0x83, 0ms, {std::nullopt}},
-        {"unknown", 0x8e, 0, 0ms, {std::nullopt}},
-        {"busy", 0x8a, 0, 0ms, {0xc0, 0xc0, 0x00, 0xc0}},
-        {"other IPMB", 0x8c, 0, 0ms, {0x00}, "06 01", 0, 6},
-        {"on the wrong IPMB", 0x8c, 0, 0ms, {std::nullopt}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        for (const auto& code : row.codes) {
-            EXPECT_EQ(sendTo(row.address, row.request, row.lun, row.channel), Bytes{row.sent});
-            EXPECT_EQ(driver.attention(), code && row.delay == 0ms);
-            EXPECT_EQ(driver.nextDue(), row.delay == 0ms ? std::nullopt : std::optional(time + row.delay));
-            time += row.delay;
-            EXPECT_EQ(received(), code);
-        }
-    }
-}
-
-TEST_F(SimSystemInterface, QueueIsBoundedAndInTheOrderOfArrival)
-{
-    sendTo(0x86, "04 2d 01"); // CBh, late
+    World world(kMachine);
+    world.converse("06 34 00 86 10 6a 20 02 2d 01 b0 > 00"); // CBh, late
+    EXPECT_FALSE(world.driver.attention());
+    EXPECT_EQ(world.driver.nextDue(), world.time + 70ms);
     for (std::size_t i = 0; i < 2 * SystemInterface::kQueueSize; ++i)
-        sendTo(0x82);
-    time += 70ms;
+        world.converse("06 34 00 82 18 66 20 02 01 dd > 00");
+    EXPECT_TRUE(world.driver.attention());
+    EXPECT_EQ(world.driver.nextDue(), std::nullopt);
+    world.time += 70ms;
     for (std::size_t i = 1; i < SystemInterface::kQueueSize; ++i)
-        EXPECT_EQ(received(), 0x00);
-    EXPECT_EQ(received(), 0xcb);
-    EXPECT_EQ(received(), std::nullopt);
-    sendTo(0x82);
-    EXPECT_EQ(give("06 30 01"), Bytes{0});
-    EXPECT_FALSE(driver.attention());
-}
-
-TEST_F(SimSystemInterface, EventsWaitForADriverThatEnablesThem)
-{
-    const Bytes event(16, 0x11);
-    EXPECT_EQ(give("06 2f"), hex("00 09"));
-    EXPECT_FALSE(driver.putEvent(event));
-    EXPECT_EQ(give("06 2e 0f"), Bytes{0});
-    EXPECT_EQ(give("06 2f"), hex("00 0f"));
-    for (const char* taken : {"06 35", "06 30 02"}) {
-        EXPECT_TRUE(driver.putEvent(event));
-        EXPECT_FALSE(driver.putEvent(event)) << "one at a time";
-        EXPECT_TRUE(driver.attention());
-        EXPECT_EQ(give("06 31"), hex("00 02"));
-        give(taken);
-        EXPECT_FALSE(driver.attention()) << taken;
-    }
-    EXPECT_EQ(give("06 35"), Bytes{0x80});
+        world.converse("06 33 > 00 00 1e c2 82 00 01 00..");
+    world.converse("06 33 > 00 00 16 ca 86 00 2d cb 82 | 06 33 > 80");
 }
 
 } // namespace Sim

@@ -1,5 +1,7 @@
 #include "sim/vm/VmServer.h"
 
+#include "sim/vm/VmFrame.h"
+
 #include "sim/SimSupport.h"
 
 #include <arpa/inet.h>
@@ -7,6 +9,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace Sim
 {
@@ -17,22 +20,13 @@ using std::chrono::milliseconds;
 
 constexpr int kPatience = 10'000;
 
-class Script final : public Responder
-{
-public:
-    Answer handle(const Request& request) override
-    {
-        asked.push_back(request.cmd);
-        return answer;
-    }
-
-    Answer answer{.bytes = {0x00}};
-    Bytes asked;
-};
-
-class VmServerTest : public ::testing::Test
+class VmServerTest : public ::testing::Test, protected World
 {
 protected:
+    VmServerTest() : World(parseMachine(R"({"controllers": [{"address": "0x82"}]})", "file"))
+    {
+        converse(R"({"cmd": 1, "cut_to": 1})"); // short answers
+    }
     /// A new virtual machine.
     Descriptor connect()
     {
@@ -74,18 +68,13 @@ protected:
         EXPECT_EQ(room, expected);
         EXPECT_EQ(more == 0, bytes == nullptr);
     }
-    void at(int time)
+    void pass(int span)
     {
-        clock = milliseconds(time);
+        time += milliseconds(span);
         EXPECT_TRUE(server.serve());
     }
 
-    milliseconds clock{0};
-    Script script;
-    SystemInterface interface {
-        script, [this] { return clock; }
-    };
-    VmServer server{interface, [this] { return clock; }, 0};
+    VmServer server{driver, [this] { return time; }, 0};
 };
 
 // Sequence bytes 3 and 4: Get Device ID. Send Message to 82h, Get Message.
@@ -117,35 +106,64 @@ TEST_F(VmServerTest, ServesOneMachineAtATime)
     hears(connect(), kHello);
 }
 
+TEST_F(VmServerTest, AnswersWhatIsWholeAndDropsTheRest)
+{
+    const std::string one = "03 18 42 00 a3 a0", answer = "03 1c 42 00 00 01 01 00 f2 1b 00 00 00 90 a0";
+    const std::pair<std::string, std::string> rows[] = {
+        {"commands: ff 01 a1 08 3f a1 " + one, answer},
+        {"escapes: 01 18 01 aa b0 aa b1 aa ba fb a0", "01 1c 01 c7 1b a0"},
+        {"more escapes: aa b0 18 01 47 a0 aa b1 18 01 46 a0", "aa b0 1c 01 00 43 a0 aa b1 1c 01 00 42 a0"},
+        {"LUN 1: 05 29 20 b2 a0", "05 2d 20 c2 ec a0"},
+        {"escaped end: 01 18 01 e6 a0 aa ba 18 01 3d a0", "01 1c 01 00 e2 a0 aa ba 1c 01 00 39 a0"},
+        {"cut before another: 04 18 a0 " + one, answer},
+        {"wrong checksum: 04 18 01 e2 a0 " + one, answer},
+        {"escape without its byte: 04 18 01 e3 aa a0 " + one, answer},
+        {"nothing: a0 a1 a0 aa a1 00 a0 04 18 e4 a0 " + one, answer},
+    };
+    const Descriptor machine = connect();
+    hears(machine, kHello);
+    for (const auto& [said, heard] : rows) {
+        SCOPED_TRACE(said);
+        say(machine, said.substr(said.find(':') + 1));
+        hears(machine, heard.c_str());
+    }
+    for (const std::size_t count : {VmDecoder::kLongest - 1, VmDecoder::kLongest, 10 * VmDecoder::kLongest}) {
+        Bytes bytes{0x04, 0x18, 0x01};
+        bytes.resize(count, 0x11);
+        bytes.push_back(static_cast<std::uint8_t>(-std::accumulate(bytes.begin(), bytes.end(), 0)));
+        say(machine, text(bytes) + " a0 " + one);
+        hears(machine, ((count < VmDecoder::kLongest ? "04 1c 01 c7 18 a0 " : "") + answer).c_str());
+    }
+}
+
 TEST_F(VmServerTest, NeverSendsAnAnswerThatQemuHasGivenUp)
 {
     const Descriptor machine = connect();
     hears(machine, kHello);
     const struct {
-        Answer answer;
+        const char* rule;
         int early, late; ///< when to look
         const char* heard;
     } rows[] = {
-        {{.delay = milliseconds(300), .bytes = {0}}, 299, 300, "03 1c 01 00 e0 a0"},
-        {{.delay = milliseconds(3800), .bytes = {0}}, 3799, 3800, "03 1c 01 00 e0 a0"},
-        {{.delay = milliseconds(3800), .bytes = {0}}, 3799, 4100, ""}, // the simulator itself was held up
-        {{.delay = milliseconds(4001), .bytes = {0}}, 4000, 5000, ""},
-        {{.answered = false, .bytes = {}}, 0, 60000, ""},
+        {R"({"cut_to": 1, "delay_ms": 300})", 299, 1, "03 1c 01 00 e0 a0"},
+        {R"({"cut_to": 1, "delay_ms": 3800})", 3799, 1, "03 1c 01 00 e0 a0"},
+        {R"({"cut_to": 1, "delay_ms": 3800})", 3799, 301, ""}, // the simulator itself was held up
+        {R"({"cut_to": 1, "delay_ms": 4001})", 4000, 1000, ""},
+        {R"({"no_answer": true})", 0, 60000, ""},
     };
     for (const auto& row : rows) {
-        clock = milliseconds(0);
-        script.answer = row.answer;
+        converse(row.rule);
         say(machine, kThird);
-        at(row.early);
+        pass(row.early);
         hears(machine, "");
-        at(row.late);
+        pass(row.late);
         hears(machine, row.heard);
         EXPECT_FALSE(server.nextDue());
     }
-    script.answer = {.delay = milliseconds(300), .bytes = {0}};
+    converse(rows[0].rule);
     say(machine, kThird);
     say(machine, kFourth); // the third is given up
-    at(60300);
+    pass(300);
     hears(machine, "04 1c 01 00 df a0");
 }
 
@@ -160,11 +178,11 @@ TEST_F(VmServerTest, TellsAttention)
     say(machine, kGet);
     hears(machine, "00 a1 06 1c 33 00 00 1e c2 82 00 01 00 7d cb a0");
 
-    script.answer.delay = milliseconds(500);
+    converse(R"({"address": "0x82", "delay_ms": 500})");
     say(machine, kSend);
     hears(machine, "05 1c 34 00 ab a0");
-    EXPECT_EQ(server.nextDue(), milliseconds(500));
-    at(500);
+    EXPECT_EQ(server.nextDue(), time + milliseconds(500));
+    pass(500);
     hears(machine, "02 a1");
 }
 

@@ -16,8 +16,17 @@ import unittest
 
 TOOL, SIM = sys.argv[1:3]
 SAMPLE = pathlib.Path(__file__).resolve().parents[2] / "sim" / "machines" / "sample.json"
-THRESHOLDS = ["lower_non_recoverable", "lower_critical", "lower_non_critical",
-              "upper_non_critical", "upper_critical", "upper_non_recoverable"]
+SHORT = {"lower_non_recoverable": "lnr", "lower_critical": "lc", "lower_non_critical": "lnc",
+         "upper_non_critical": "unc", "upper_critical": "uc", "upper_non_recoverable": "unr"}
+
+
+def part(found, wanted):
+    """What is `found` where `wanted` has something; lists by their entries' names or ids."""
+    if not isinstance(wanted, dict):
+        return round(found, 2) if isinstance(found, float) else found
+    if isinstance(found, list):
+        found = {entry["name"] if "name" in entry else entry["id"]: entry for entry in found}
+    return {key: part(found[key], value) for key, value in wanted.items()}
 
 
 def run(*args, sim=None, text=True, **more):
@@ -49,10 +58,22 @@ class ToolTest(unittest.TestCase):
         self.folder = self.enterContext(tempfile.TemporaryDirectory())
         self.path = pathlib.Path(self.folder, "sdr.bin")
 
-    def assert_one_line(self, result, pattern, start="trx-ipmi: "):
-        self.assertEqual((result.returncode, result.stdout), (2, ""), result.stderr)
-        self.assertRegex(result.stderr, rf"\A{start}[^\n]*\n\Z")
-        self.assertRegex(result.stderr, pattern)
+    def check(self, args, out="", err=r"\A\Z", status=0, **more):
+        """One run: its exit status; its error, which is one line; patterns that its output has, or facts of its JSON. Its output."""
+        with self.subTest(args=args[:6], **more):
+            result = run(*args, **more)
+            self.assertEqual(result.returncode, status, result.stderr)
+            self.assertRegex(result.stderr, err)
+            self.assertRegex(result.stderr, r"\A(trx-(ipmi|bmcsim): [^\n]*\n)?\Z")
+            if status == 2 and out == "":
+                self.assertEqual((result.stdout, result.stderr == ""), ("", False))
+            if isinstance(out, dict):
+                found = json.loads(result.stdout)
+                self.assertEqual(part(found, out), out)
+                return found
+            for pattern in [out] if isinstance(out, str) else out:
+                self.assertRegex(result.stdout, re.compile(pattern, re.M))
+            return result.stdout
 
     def written(self, name, content):
         path = pathlib.Path(self.folder, name)
@@ -63,9 +84,7 @@ class ToolTest(unittest.TestCase):
         return [*self.machine, "--faults", self.written("faults.json", {"faults": rules})]
 
     def json(self, *args):
-        result = run(self.sim, "--json", *args)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        return json.loads(result.stdout)
+        return self.check([self.sim, "--json", *args], {})
 
     def tree(self, entities=None, parent=None):
         """Of each entity: what it is, the one that it is in, and its sensors."""
@@ -77,49 +96,48 @@ class ToolTest(unittest.TestCase):
     def test_mistakes(self):
         missing = os.path.join(self.folder, "missing")
         rows = [
-            ([], "no verb"), (["--json"], "no verb"), (["sdr"], "no verb"),
-            (["sensor"], "not expected: sensor"), (["sensors", "info"], "not expected: info"),
+            ([], "no verb"), (["sdr"], "no verb"), (["sensors", "info"], "not expected: info"),
             (["sensors", "--bad"], "not expected: --bad"), (["--node", "4", "info"], "4 not in range"),
-            (["--node", "-1", "info"], "-1"), (["--node", "one", "info"], "one"), (["info", "--node"], "--node"),
-            (["raw"], "required"), (["raw", "6"], "At least 2"), (["raw", "\033[31m", "1"], r'"\?\[31m" is no byte'),
+            (["--node", "one", "info"], "one"), (["--sim", "--node=1", "info"], "node 0 only"),
+            (["raw", "6"], "At least 2"), (["raw", "\033[31m", "1"], r'"\?\[31m" is no byte'),
             *((["raw", "6", "1", number], f'"{number}" is no byte') for number in ("256", "0x", "-1", "1 ")),
             (["raw", "7", "1"], "0x07 is no request"), (["raw", "0x40", "1"], "0x40 is no request"),
             (["raw", "6", "1"] + ["0"] * 256, "at most 255"), (["sdr", "dump"], "FILE is required"),
-            (["sdr", "dump", missing + "/file"], "cannot write .*: No such file"),
             (["sdr", "dump", self.folder], "cannot write .*: Is a directory"),
-            (["sdr", "dump", missing + "/"], "cannot write"), (["sdr", "dump", ""], "cannot write"),
-            (["--sim", "--node=1", "info"], "node 0 only"),
+            *((["sdr", "dump", file], "cannot write") for file in (missing + "/", missing + "/file", "")),
             (["sensors", "--count", "2"], "--count requires --watch"),
             (["sensors", "--watch", "1", "--verbose"], "--verbose excludes --watch"),
             (["sensors", "--watch", "1", "--count", "0"], "0 not in range"),
             *((["sensors", "--watch", seconds], "give 0.1 to 86400 seconds") for seconds in ("nan", "0", "1e9", "x")),
             ([self.sim, "sensors", "--type", "\033"], r'no sensor of type "\?" here: there are .*Fan, .*Voltage'),
             *(([self.sim, "sensors", "--entity", entity], r"no entity .* here: there are .*System Board 1 \(7\.1\), ")
-              for entity in ("7.99", "7.1.1", "0x100", "Board", "\033")),
+              for entity in ("7.99", "7.1.1", "0x100", "\033")),
             (["--sim=no-such-machine", "sensors"], "no-such-machine"),  # the simulator's own line
-            *((["sel", "--last", number], "--last|not in range") for number in ("0", "65536", "-1", "x", "")),
+            *((["sel", "--last", number], "--last|not in range") for number in ("0", "65536", "x")),
             *((["sel", "--since", time], "is no time: give") for time in (
-                "now", "2024", "2024-02-30", "2024-01-31T25:00", "2024-01-31 12:00 x", "\033", "")),
-            *((["sel", "--delete", number], "no record id") for number in ("0", "65535", "0x1ffff", "-1", "x", "")),
+                "2024", "2024-02-30", "2024-01-31T25:00", "2024-01-31 12:00 x", "\033", "")),
+            *((["sel", "--delete", number], "no record id") for number in ("0", "65535", "0x1ffff", "-1", "")),
             (["sel", "--clear"], "no terminal to ask on: give --yes"), (["sel", "--yes"], "--yes requires --clear"),
             (["sel", "--clear", "--yes", "--last", "5"], "--last excludes --clear"),
             (["sel", "--delete", "5", "--clear"], "excludes"), (["sel", "info", "--last", "5"], "--last does not go"),
-            (["sel", "decode"], "FILE is required"), (["sel", "decode", missing], "cannot read .*: No such file"),
+            (["sel", "decode", missing], "cannot read .*: No such file"),
             (["sel", "decode", missing, "--clear", "--yes"], "--clear does not go with sel decode"),
-            (["sel", "decode", self.folder], "cannot read .*: Is a directory"),
             (["sel", "decode", "/dev/zero"], "too long"), (["sel", "decode", TOOL], "too long|no saved log"),
             (["sel", "--save", missing + "/file"], "cannot write .*: No such file"),
+            (["--sim", "sdr", "dump", "/dev/full"], "cannot write /dev/full: No space"),
         ]
+        rows += [
+            *((["monitor", "--nodes", nodes], "are no nodes") for nodes in ("", "4", "2-1", "0,", "-1", "0-9", "x", "\033")),
+            (["monitor", "--nodes", "0", "--node", "0"], "--nodes excludes --node"), (["monitor", "--interval", "0"], "give 0.1 to"),
+            ([self.sim, "monitor", "--nodes", "0-1"], "no BMC driver at /dev/ipmi1"), (["sel", "--interval", "3"], "--follow"),
+            *((["sel", "--follow", *other], "excludes") for other in (["--last", "3"], ["--clear", "--yes"], ["--save", "f"])),
+            (["sel", "info", "--follow"], "does not go with"),
+        ]
+        if not os.path.exists("/dev/ipmi0"):
+            rows += [(args, "no BMC driver at /dev/ipmi[03]: load it")
+                     for args in (["--json", "info"], ["raw", "6", "1"], ["--node=3", "sdr", "dump", self.path])]
         for args, pattern in rows:
-            with self.subTest(args=args[:6]):
-                self.assert_one_line(run(*args), pattern, "trx-bmcsim: " if "no-such" in pattern else "trx-ipmi: ")
-        self.assertEqual(os.listdir(self.folder), [])
-
-    @unittest.skipIf(os.path.exists("/dev/ipmi0"), "there is a BMC")
-    def test_without_device(self):
-        for args in (["sensors"], ["--json", "info"], ["raw", "6", "1"], ["--node=3", "sdr", "dump", self.path]):
-            with self.subTest(args=args):
-                self.assert_one_line(run(*args), "no BMC driver at /dev/ipmi[03]: load it")
+            self.check(args, err=pattern, status=2)
         self.assertEqual(os.listdir(self.folder), [])
 
     def test_sim_without_simulator(self):
@@ -127,83 +145,76 @@ class ToolTest(unittest.TestCase):
         shutil.copy(TOOL, alone)
         environment = {"PATH": self.folder, "LD_LIBRARY_PATH": os.path.join(os.path.dirname(TOOL), "..", "lib")}
         result = subprocess.run([alone, "--sim", "info"], capture_output=True, text=True, env=environment, check=False)
-        self.assert_one_line(result, "--sim needs trx-bmcsim")
+        self.assertEqual((result.returncode, result.stderr.count("\n")), (2, 1))
+        self.assertRegex(result.stderr, "--sim needs trx-bmcsim")
 
     def test_answers(self):
-        rows = [
-            (["--sim", "raw", "6", "1"], 0, r"\A20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04\n\Z", r"\A\Z"),
-            (["raw", "0x06", "0X1", "--sim=sample"], 0, r"\A20 01 ", r"\A\Z"),
-            (["--sim", "raw", "6", "0x66"], 1, r"\A\Z", r"0x66 of network function 0x06: completion code 0xc1, inv"),
-            (["--sim", "raw", "10", "0x23", "0", "0", "1", "0", "0", "40"], 0, r"\A([0-9a-f]{2} ){30}[0-9a-f]{2}\n\Z",
-             "may have been more|have been more of it"),
-            (["--sim", "info"], 0, r"Firmware +2\.17\n", r"\A\Z"),
-            (["--sim", "info", "--json"], 0, {"manufacturer_id": 32473, "product_id": 4660, "self_test_code": 0x5500,
-                                              "ipmi_version": "2.0"}, r"\A\Z"),
-            (["--sim", "--json", "raw", "6", "0x66"], 1, {
-                "netfn": 6, "cmd": 0x66, "data": [], "completion_code": 0xc1, "completion": "invalid command",
-                "answer": [], "maybe_cut": False}, r"\A\Z"),
-            (["--sim", "sdr", "dump", "/dev/full"], 2, r"\A\Z", r"cannot write /dev/full: No space"),
-            (["--help"], 0, r"Examples:", r"\A\Z"), (["raw", "--help"], 0, r"NETFN CMD", r"\A\Z"),
-            (["--version"], 0, r"\Atrx-ipmi \d+\.\d+\.\d+\n\Z", r"\A\Z"),
-        ]
-        for args, status, out, err in rows:
-            with self.subTest(args=args):
-                result = run(*args)
-                self.assertEqual(result.returncode, status, result.stderr)
-                self.assertRegex(result.stderr, err)
-                if isinstance(out, str):
-                    self.assertRegex(result.stdout, out)
-                else:
-                    self.assertLessEqual(out.items(), json.loads(result.stdout).items())
+        refused = {"netfn": 6, "cmd": 0x66, "data": [], "completion_code": 0xc1, "completion": "invalid command",
+                   "answer": [], "maybe_cut": False}
+        for args, out, *error in (
+                (["--sim", "raw", "6", "1"], r"\A20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04\n\Z"),
+                (["raw", "0x06", "0X1", "--sim=sample"], r"\A20 01 "),
+                (["--sim", "raw", "6", "0x66"], r"\A\Z", "0x66 of network function 0x06: completion code 0xc1, inv", 1),
+                (["--sim", "--json", "raw", "6", "0x66"], refused, r"\A\Z", 1),
+                (["--sim", "raw", "10", "0x23", "0", "0", "1", "0", "0", "40"], r"\A([0-9a-f]{2} ){30}[0-9a-f]{2}\n\Z",
+                 "have been more of it"),
+                (["--sim", "info"], r"Firmware +2\.17$"),
+                (["--sim", "info", "--json"], {"manufacturer_id": 32473, "product_id": 4660, "self_test_code": 0x5500,
+                                               "ipmi_version": "2.0"}),
+                (["--help"], "Examples:"), (["raw", "--help"], "NETFN CMD"),
+                (["--version"], r"\Atrx-ipmi \d+\.\d+\.\d+\n\Z")):
+            self.check(args, out, *error)
         with open("/dev/full", "w", encoding="ascii") as full:
             result = subprocess.run([TOOL, "--sim", "info"], stdout=full, stderr=subprocess.PIPE, check=False)
         self.assertEqual((result.returncode, b"cannot write to standard output: No space" in result.stderr), (2, True))
 
     def test_sensors(self):
-        sensors = self.json("sensors")["sensors"]
-        self.assertGreater(len(sensors), 50)
-        for sensor in sensors:
+        plain, verbose = (self.json("sensors", *option)["sensors"] for option in ((), ("--verbose",)))
+        for sensor, more in zip(plain, verbose, strict=True):
             with self.subTest(name=sensor["name"]):
-                self.assertEqual(list(sensor), ["name", "number", "owner", "lun", "record_id", "type", "value", "unit",
-                                                "raw", "state", "thresholds", "type_code", "entity", "age_ms"])
-                self.assertEqual([k for k in THRESHOLDS if k in sensor["thresholds"]], list(sensor["thresholds"]))
-                self.assertNotIn("inity", json.dumps(sensor))
+                keys = ["name", "number", "owner", "lun", "record_id", "type", "value", "unit", "raw", "state",
+                        "thresholds", "type_code", "entity", "age_ms"]
+                self.assertEqual((list(sensor), list(more)[:len(keys)]), (keys, keys))
+                self.assertNotIn("inity", json.dumps(more))
+                self.assertEqual(len(bytes.fromhex(more["record"])), more["record_length"])
                 if sensor["raw"] is None:
                     self.assertEqual((sensor["value"], sensor["state"]), (None, None))
-        place = [(s["owner"], s["lun"], s["number"]) for s in sensors]
-        self.assertEqual(place, sorted(place))
-        self.assertEqual(len(set(s["name"] for s in sensors)), len(sensors), "names are unique")
-        by_number = {s["number"]: s for s in sensors if s["owner"] == 0x20 and s["lun"] == 0}
-        rows = [  # number, name, value, unit, state, thresholds
-            (4, "12V", 12.1, "Volts", "ok", [10.21, 10.77, None, None, 13.23, 13.8]),
-            (6, "VNEG12", -11.98, "Volts", "ok", [None, -13.18, None, None, -10.78, None]),
-            (38, "Lin cube", -27, "Joules", "ok", [None] * 6),
-            (56, "\u6e29\u5ea6\u8a08", 27, "degrees C", "ok", [None] * 6),
-            (57, "GPU Temp", None, "degrees C", None, [None] * 3 + [85, 95, None]),
-            (66, "OEM State", None, "", "0,14", [None] * 6),
-            (84, "Rack Temp", None, "", "ok", [None] * 6),
-        ]
-        for row in rows:
-            with self.subTest(row=row):
-                name, unit, state, *numbers = (by_number[row[0]][k] for k in ("name", "unit", "state", "value"))
-                numbers += (by_number[row[0]]["thresholds"].get(k) for k in THRESHOLDS)
-                value, *thresholds = (n if n is None else round(n, 2) for n in numbers)
-                self.assertEqual((row[0], name, value, unit, state, thresholds), row)
-
-        # Each value in the table is the one in the JSON, to the digits shown.
-        lines = run(self.sim, "sensors").stdout.splitlines()
-        self.assertRegex(lines[0], r"\AOWNER +NUM +NAME +TYPE +VALUE +STATE +LNR +LCR +LNC +UNC +UCR +UNR\Z")
-        self.assertEqual(len(lines), len(sensors) + 1)
-        for sensor, line in zip(sensors, lines[1:]):
-            with self.subTest(line=line):
-                self.assertTrue(line.startswith(f"0x{sensor['owner']:02x}/{sensor['lun']}"))
-                self.assertIn(f" 0x{sensor['number']:02x}  {sensor['name']}".rstrip(), line)
-                self.assertEqual(line, line.rstrip())
-                numbers = [float(n) for n in re.findall(r"(?<= )-?\d+(?:\.\d+)?(?:e[+-]\d+)?(?= |\Z)",
-                                                        line.split(sensor["type"], 1)[1])]
-                wanted = sensor["value"]
-                if wanted is not None:
-                    self.assertTrue(any(abs(n - wanted) <= abs(wanted) * 0.01 + 0.001 for n in numbers), numbers)
+        place = {(s["owner"], s["lun"], s["number"]): s for s in plain}
+        self.assertEqual((list(place), len({s["name"] for s in plain})), (sorted(place), len(plain)))
+        for record in json.loads(re.sub(r"(?m)^\s*//.*", "", SAMPLE.read_text(encoding="utf-8")))["sdr"]:
+            sensor = place.get((int(str(record.get("owner", 32)), 0), record.get("lun", 0), record.get("number")))
+            if sensor is None or record.get("kind", "full") != "full":
+                continue
+            found = {SHORT[name]: number for name, number in sensor["thresholds"].items()} | {"value": sensor["value"]}
+            for name, wanted in {**record.get("thresholds", {}), "value": record.get("value")}.items():
+                with self.subTest(sensor=record["name"], number=name):
+                    self.assertTrue(sensor["name"].startswith(record["name"]))
+                    if isinstance(wanted, (int, float)) and found.get(name) is not None:
+                        self.assertAlmostEqual(found[name], wanted, delta=abs(wanted) * 0.01 + 0.02)
+        self.check([self.sim, "--json", "sensors", "--verbose"], {"sensors": {
+            "12V": {"unit": "Volts", "entity_parent": None, "nominal": 11.97, "hysteresis": {"positive": 2, "negative": 2}},
+            "VCORE": {"m": 98, "b": 5, "b_exponent": 2, "result_exponent": -4, "tolerance": 0.5, "accuracy": 20.0,
+                      "threshold_access": {"code": 1, "name": "readable"},
+                      "entity_parent": {"id": 7, "instance": 1, "name": "System Board"}},
+            "\u6e29\u5ea6\u8a08": {"number": 56, "unit": "degrees C"},
+            "GPU Temp": {"value": None, "readable_thresholds": ["upper non-critical", "upper critical"]},
+            "CPU Status": {"asserted": ["presence detected"], "event_type": {"code": 0x6f, "name": "sensor-discrete"}},
+            "Lin cube": {"linearization": {"code": 9, "name": "cube"}},
+            "OEM State": {"value": None, "unit": "", "state": "0,14", "asserted": ["offset 0", "offset 14"]},
+            "OS Critical": {"owner": 0x41, "record_type": {"code": 3, "name": "event-only sensor"}}}})
+        text = self.check([self.sim, "sensors"], (
+            r"\AOWNER +NUM +NAME +TYPE +VALUE +STATE +LNR +LCR +LNC +UNC +UCR +UNR$",
+            r"^0x20/0  0x01  Inlet Temp +Temperature +-?\d+ degrees C +ok +- +-5 +0 +38 +42 +-$",
+            r"^0x20/0  0x03  Fan 2 +Fan +480 RPM +lower critical +- +600 +900 +- +- +-$",
+            r"^0x20/0  0x04  12V +Voltage +12\.096 Volts +ok +10\.206 +10\.773 +- +- +13\.230 +13\.797$",
+            r"^0x20/0  0x06  VNEG12 +Voltage +-11\.98 Volts +ok +- +-13\.18 +- +- +-10\.78 +-$",
+            r"^0x20/0  0x39  GPU Temp +Temperature +- +- +- +- +- +85 +95 +-$",
+            r"^0x20/0  0x42  OEM State +OEM Reserved #c0 +- +0,14 +-"))
+        self.assertEqual(len(text.splitlines()), len(plain) + 1)
+        self.assertNotRegex(text, r"(?m) $")
+        self.check([self.sim, "sensors", "--verbose"], (
+            rf"\A{plain[0]['name']}$", r"^  entity parent  +System Board 1 \(7\.1\)$",
+            r"^  upper critical  +13\.230 Volts$", r"^  flags  +init scanning, init events, ", r"^  age ms  +\d+$"))
 
     def test_entities(self):
         """Every sensor is there once, beneath its entity; what is inside another one is beneath that."""
@@ -247,34 +258,6 @@ class ToolTest(unittest.TestCase):
                 self.assertEqual([s["name"] for s in self.json("sensors", *args)["sensors"]], names)
         self.assertEqual(len(run(self.sim, "sensors", *args).stdout.splitlines()), 1 + len(names))
 
-    def test_verbose(self):
-        plain, verbose = (self.json("sensors", *option)["sensors"] for option in ((), ("--verbose",)))
-        text = run(self.sim, "sensors", "--verbose").stdout
-        self.assertEqual([s["name"] for s in plain], [s["name"] for s in verbose])
-        self.assertEqual(text.split("\n\n")[0].split("\n")[0], plain[0]["name"])
-        by_name = {s["name"]: s for s in verbose}
-        for sensor, less in zip(verbose, plain):
-            self.assertEqual(list(sensor)[:len(less)], list(less))
-            self.assertEqual(len(bytes.fromhex(sensor["record"])), sensor["record_length"])
-        rows = [
-            ("12V", {"entity_parent": None, "nominal": 11.97, "hysteresis": {"positive": 2, "negative": 2}}),
-            ("VCORE", {"m": 98, "b": 5, "b_exponent": 2, "result_exponent": -4, "tolerance": 0.5, "accuracy": 20.0,
-                       "threshold_access": {"code": 1, "name": "readable"},
-                       "entity_parent": {"id": 7, "instance": 1, "name": "System Board"}}),
-            ("GPU Temp", {"readable_thresholds": ["upper non-critical", "upper critical"]}),
-            ("CPU Status", {"asserted": ["presence detected"],
-                            "event_type": {"code": 0x6f, "name": "sensor-discrete"}}),
-            ("Lin cube", {"linearization": {"code": 9, "name": "cube"}}),
-            ("OEM State", {"asserted": ["offset 0", "offset 14"]}),
-            ("OS Critical", {"owner": 0x41, "record_type": {"code": 3, "name": "event-only sensor"}}),
-        ]
-        for name, facts in rows:
-            with self.subTest(name=name):
-                self.assertEqual({key: by_name[name][key] for key in facts}, facts)
-        for line in (r"  entity parent  +System Board 1 \(7\.1\)", r"  upper critical  +13\.230 Volts",
-                     r"  flags  +init scanning, init events, ", r"  age ms  +\d+"):
-            self.assertRegex(text, rf"(?m)^{line}")
-
     def test_sdr_list(self):
         dump = self.json("sdr", "dump", self.path)
         records = self.json("sdr", "list")["records"]
@@ -285,15 +268,13 @@ class ToolTest(unittest.TestCase):
             self.assertEqual(facts, [stored[0] | stored[1] << 8, stored[3], len(stored)])
             if record["record_type"] in (1, 2, 3):
                 self.assertEqual((record["owner"], record["number"]), (stored[5], stored[7]))
-        text = run(self.sim, "sdr", "list").stdout
+        text = self.check([self.sim, "sdr", "list"], [r"^0x[0-9a-f]{4}  " + line for line in (
+            r"full sensor +\d+  0x20/0 0x04  7\.1 +12V", r"compact sensor +\d+  0x20/0 0x0e  32\.\d+ +DIMM",
+            r"FRU device locator +\d+  0x20 FRU 1   10\.1 +PSU FRU", r"device locator +\d+  0x6e +7\.1 +FPGA",
+            r"controller locator +\d+  0x82 +\d+\.\d+ +Node MC", r"OEM +\d+  - +- +d9 7e 00 01 02",
+            r"entity association +16  - +8\.1 +contains 32\.1 to 32\.\d+",
+            r"device entity association +32  0x20 +23\.1 +contains 29\.97")])
         self.assertEqual(len(text.splitlines()), len(records) + 1)
-        for line in (r"full sensor +\d+  0x20/0 0x04  7\.1 +12V",
-                     r"FRU device locator +\d+  0x20 FRU 1   10\.1 +PSU FRU",
-                     r"controller locator +\d+  0x82 +\d+\.\d+ +Node MC", r"device locator +\d+  0x6e +7\.1 +FPGA",
-                     r"entity association +16  - +8\.1 +contains 32\.1 to 32\.\d+",
-                     r"device entity association +32  0x20 +23\.1 +contains 29\.97",
-                     r"OEM +\d+  - +- +d9 7e 00 01 02", r"compact sensor +\d+  0x20/0 0x0e  32\.\d+ +DIMM"):
-            self.assertRegex(text, rf"(?m)^0x[0-9a-f]{{4}}  {line}")
 
     def test_cut_records(self):
         """Records of every kind that end at any byte: shown as far as they go."""
@@ -306,8 +287,7 @@ class ToolTest(unittest.TestCase):
         self.path.write_bytes(cut)
         for args in (["sdr", "list"], ["sensors", "--verbose"], ["entities"]):
             for form in ([], ["--json"]):
-                result = run(*form, *args, sim=[*self.machine, "--sdr", self.path])
-                self.assertEqual((result.returncode, result.stderr), (0, ""), args)
+                self.check([*form, *args], sim=[*self.machine, "--sdr", self.path])
 
     def test_watch(self):
         rule = {"netfn": 4, "cmd": 0x2d, "address": 0x20, "data": "02", "from": 2, "completion_code": 0xce}  # Fan 1
@@ -350,50 +330,41 @@ class ToolTest(unittest.TestCase):
                 "offset", "asserted", "caption", "severity", "raw"]
         time, cpu = 1704615488, (1, 0)  # CPU Temp
         oem = bytes(range(0x21, 0x2e))
-        rows = [  # record; what the table has behind the time; some of the JSON
-            (event(1, time, cpu, 1, (0x57, 90, 85)),
-             r"CPU Temp +Temperature Upper Non-critical going high +asserted +non-critical",
-             {"caption": "Assert + Temperature Upper Non-critical going high", "severity": 5, "offset": 7,
-              "generator": 32, "sensor_type": 1, "sensor_number": 0, "sensor_name": "CPU Temp", "event_type": 1,
-              "asserted": True}),
-            (event(2, time, cpu, 0x81, (0x52, 8, 9)),
-             r"CPU Temp +Temperature Lower Critical going low +deasserted +critical",
-             {"caption": "Deassert + Temperature Lower Critical going low ", "severity": 6, "asserted": False}),
-            (event(3, time, cpu, 1, (11, 0, 0)), r"CPU Temp +.* Upper Non-recoverable going high .* +non-recoverable",
-             {"severity": 7}),
-            (event(4, time, (12, 15), 0x6f, (1, 0, 0)), r"DIMM 2 +Memory Uncorrectable ECC +asserted +-",
-             {"sensor_name": "DIMM 2", "severity": 0}),
-            (event(5, time, (4, 5), 1, (2, 0, 0), generator=0x0182), r"Node Fan +Fan Lower Critical going low ", {}),
-            (event(6, time, (12, 15), 0x6f, (1, 0, 0), generator=0x7020), r"sensor 0x0f +Memory ",
-             {"sensor_name": None}),
-            (event(7, time, (0x2a, 15), 0x6f, (3, 0, 0)), r"DIMM 2 +Session Audit disabled after invalid passwords ",
-             {"caption": "Assert + "}),
-            (event(8, time, cpu, 0x72, (0xfe, 1, 2)), r"CPU Temp +Temperature offset 14 +asserted +-",
-             {"caption": None, "offset": 14, "event_type": 0x72}),
-            (event(9, time, cpu, 1, (9, 0, 0), revision=3), r"CPU Temp +Temperature upper critical going high .*critical",
-             {"caption": None, "severity": 6}),
-            (struct.pack("<HBI", 10, 0xc0, time) + oem[4:], r"OEM 0xc0 +25 26 27 28 29 2a 2b 2c 2d +- +-",
-             dict.fromkeys(keys[3:12])),
-            (struct.pack("<HB", 11, 0xe0) + oem, r"OEM 0xe0 +21 22 23 .* 2d +- +-", {"time": None, "type": 0xe0}),
-            (struct.pack("<HB", 12, 0x05) + oem, r"type 0x05 +21 22 23 .* 2d +- +-", {"time": None, "type": 5}),
-            (event(13, 12, cpu, 1, (9, 0, 0)), "CPU Temp ", {"time": None, "uptime_seconds": 12}),
-            (event(14, 0xffffffff, cpu, 1, (9, 0, 0)), "CPU Temp ", {"time": None}),
+        rows = [  # record; what the table has behind the time
+            (event(1, time, cpu, 1, (0x57, 90, 85)), "CPU Temp +Temperature Upper Non-critical going high +asserted +non-critical"),
+            (event(2, time, cpu, 0x81, (0x52, 8, 9)), "CPU Temp +Temperature Lower Critical going low +deasserted +critical"),
+            (event(3, time, cpu, 1, (11, 0, 0)), "CPU Temp +.* Upper Non-recoverable going high .* +non-recoverable"),
+            (event(4, time, (12, 15), 0x6f, (1, 0, 0)), "DIMM 2 +Memory Uncorrectable ECC +asserted +-"),
+            (event(5, time, (4, 5), 1, (2, 0, 0), generator=0x0182), "Node Fan +Fan Lower Critical going low "),
+            (event(6, time, (12, 15), 0x6f, (1, 0, 0), generator=0x7020), "sensor 0x0f +Memory "),
+            (event(7, time, (0x2a, 15), 0x6f, (3, 0, 0)), "DIMM 2 +Session Audit disabled after invalid passwords "),
+            (event(8, time, cpu, 0x72, (0xfe, 1, 2)), "CPU Temp +Temperature offset 14 +asserted +-"),
+            (event(9, time, cpu, 1, (9, 0, 0), revision=3), "CPU Temp +Temperature upper critical going high .*critical"),
+            (struct.pack("<HBI", 10, 0xc0, time) + oem[4:], "OEM 0xc0 +25 26 27 28 29 2a 2b 2c 2d +- +-"),
+            (struct.pack("<HB", 11, 0xe0) + oem, "OEM 0xe0 +21 22 23 .* 2d +- +-"),
+            (struct.pack("<HB", 12, 0x05) + oem, "type 0x05 +21 22 23 .* 2d +- +-"),
+            (event(13, 12, cpu, 1, (9, 0, 0)), "CPU Temp "), (event(14, 0xffffffff, cpu, 1, (9, 0, 0)), "CPU Temp "),
         ]
+        facts = {
+            1: {"caption": "Assert + Temperature Upper Non-critical going high", "severity": 5, "offset": 7, "generator": 32,
+                "sensor_type": 1, "sensor_number": 0, "sensor_name": "CPU Temp", "event_type": 1, "asserted": True},
+            2: {"caption": "Deassert + Temperature Lower Critical going low ", "severity": 6, "asserted": False},
+            4: {"severity": 0}, 6: {"sensor_name": None}, 8: {"caption": None, "offset": 14, "event_type": 0x72},
+            10: dict.fromkeys(keys[3:12]), 11: {"time": None, "type": 0xe0}, 12: {"time": None, "type": 5},
+            13: {"time": None, "uptime_seconds": 12}, 14: {"time": None}}
         times = {11: "-", 12: "-", 13: r"pre-init \+12 s", 14: "unknown"}
-        sim = self.log(*(record for record, _, _ in rows))
+        sim = self.log(*(record for record, _ in rows))
         zone = {**os.environ, "TZ": "XYZ-05:30"}
-        for option, written, shown in (((), "2024-01-07T13:48:08+05:30", "2024-01-07 13:48:08"),
-                                       (("--utc",), "2024-01-07T08:18:08Z", "2024-01-07 08:18:08")):
-            text, records = (run("sel", *option, *form, sim=sim, env=zone).stdout for form in (("--raw",), ("--json",)))
-            titles, *lines = text.splitlines()
-            self.assertRegex(titles, r"\AID +TIME.* +SENSOR +EVENT +DIRECTION +SEVERITY +RAW\Z")
-            for row, line, found in zip(rows, lines, json.loads(records)["sel"], strict=True):
-                with self.subTest(id=found["id"], option=option):
-                    time = times.get(found["id"], shown)
-                    self.assertRegex(line, rf"\A0x{found['id']:04x}  {time} +{row[1]}.*  {row[0].hex(' ')}\Z")
-                    expected = {"time": written, **row[2], "raw": row[0].hex(" ")}
-                    self.assertEqual({key: found[key] for key in expected}, expected)
-                    self.assertEqual(list(found)[:len(keys)], keys)
+        for option, written, shown in (([], "2024-01-07T13:48:08+05:30", "2024-01-07 13:48:08"),
+                                       (["--utc"], "2024-01-07T08:18:08Z", "2024-01-07 08:18:08")):
+            lines = [rf"^0x{i:04x}  {times.get(i, shown)} +{line}.*  {record.hex(' ')}$"
+                     for i, (record, line) in enumerate(rows, 1)]
+            title = r"\AID +TIME.* +SENSOR +EVENT +DIRECTION +SEVERITY +RAW\n"
+            self.check(["sel", "--raw", *option], [title, *lines], sim=sim, env=zone)
+            found = self.check(["--json", "sel", *option], {"sel": {
+                i: {"time": written, "raw": record.hex(" "), **facts.get(i, {})} for i, (record, _) in enumerate(rows, 1)}},
+                sim=sim, env=zone)["sel"]
+            self.assertEqual([list(record)[:len(keys)] for record in found], [keys] * len(rows))
 
     def test_sel_selection(self):
         """On ids without gaps, and on those that deletions leave, where the library jumps to a wrong record or none."""
@@ -413,11 +384,9 @@ class ToolTest(unittest.TestCase):
             sim = self.log(*records)
             for args, wanted in rows:
                 for verb in (["sel"], ["sel", "decode", sim[-1]]):
-                    with self.subTest(ids=ids, args=args, verb=verb):
-                        result = run("--json", *verb, *args, sim=sim, env=environment)
-                        self.assertEqual((result.returncode, result.stderr), (0, ""))
-                        self.assertEqual([record["id"] for record in json.loads(result.stdout)["sel"]],
-                                         [ids[i] for i in wanted])
+                    with self.subTest(ids=ids):
+                        found = self.check(["--json", *verb, *args], {}, sim=sim, env=environment)["sel"]
+                        self.assertEqual([record["id"] for record in found], [ids[i] for i in wanted])
 
     def test_colour_and_hostile_texts(self):
         machine = self.written("machine.json", {
@@ -465,8 +434,8 @@ class ToolTest(unittest.TestCase):
         for plan in plans:
             with self.subTest(plan=plan):
                 os.remove(self.path)
-                result = run("sdr", "dump", self.path, sim=self.faults(*plan))
-                self.assertEqual((result.returncode, self.path.read_bytes()), (0, expected), result.stderr)
+                self.check(["sdr", "dump", self.path], sim=self.faults(*plan))
+                self.assertEqual(self.path.read_bytes(), expected)
 
     def shell(self, script):
         """Runs a script in which $T is the tool and $F a folder, all of it on one BMC with seven records."""
@@ -478,14 +447,12 @@ class ToolTest(unittest.TestCase):
                           '$T sel decode --sdr $F/sdr $F/sel $form | cmp - $F/log || exit 9; done')
         self.assertEqual(same.returncode, 0, same.stderr)
         self.assertRegex(same.stdout, r"(?m)^7 records, 112 bytes written to .*/sel$")
-        rows = [  # script, output, error
-            ("$T sel --clear --yes; $T sel", r"\AThe log is cleared\.\nThe log is empty\.\n\Z", r"\A\Z"),
-            ("$T --json sel --clear --yes --save $F/sel", r'"records": 7,\s+"bytes": 112,\s+"cleared": true', r"\A\Z"),
-            ("$T sel --delete 0x3; $T sel", r"\ARecord 0x0003 is deleted\.\n.*0x0002.*\n0x0004", r"\A\Z"),
-            ("$T sel --delete 3 --json; $T sel --delete 3", '"deleted": 3', r"\A\S+ cannot delete .* refuses.*\n\Z"),
-            ("$T sel --clear --yes --save /dev/full; $T sel --last 1", "0x0007", "No space left"),
-        ]
-        for script, out, error in rows:
+        for script, out, error in (
+                ("$T sel --clear --yes; $T sel", r"\AThe log is cleared\.\nThe log is empty\.\n\Z", r"\A\Z"),
+                ("$T --json sel --clear --yes --save $F/sel", r'"records": 7,\s+"bytes": 112,\s+"cleared": true', r"\A\Z"),
+                ("$T sel --delete 0x3; $T sel", r"\ARecord 0x0003 is deleted\.\n.*0x0002.*\n0x0004", r"\A\Z"),
+                ("$T sel --delete 3 --json; $T sel --delete 3", '"deleted": 3', r"\A\S+ cannot delete .* refuses.*\n\Z"),
+                ("$T sel --clear --yes --save /dev/full; $T sel --last 1", "0x0007", "No space left")):
             with self.subTest(script=script):
                 result = self.shell(script)
                 self.assertRegex(result.stdout, re.compile(out, re.S))
@@ -499,18 +466,16 @@ class ToolTest(unittest.TestCase):
             self.assertEqual((found, text in output), (status, True), output)
 
     def test_sel_info(self):
-        info = json.loads(run("--json", "sel", "info", "--utc", sim=self.log()).stdout)
-        expected = {"version": "1.5", "entries": 7, "free_bytes": 58112, "capacity": 3639, "overflow": False,
-                    "allocation_unit_bytes": 16, "free_units": 3632, "logging": True}
-        self.assertEqual({key: info[key] for key in expected}, expected)
+        info = self.check(["--json", "sel", "info", "--utc"], {
+            "version": "1.5", "entries": 7, "free_bytes": 58112, "capacity": 3639, "overflow": False,
+            "allocation_unit_bytes": 16, "free_units": 3632, "logging": True}, sim=self.log())
         self.assertLessEqual({"allocation info", "reserve", "delete"}, set(info["operations"]))
         self.assertRegex(info["last_addition"], r"\A2024-01-07T\d\d:\d\d:\d\dZ\Z")
         self.assertLess(abs(info["clock_ahead_seconds"]), 5)
-        refused = [{"netfn": netfn, "cmd": cmd, "every": 1, "completion_code": 0xc1}
+        refused = [{"netfn": netfn, "cmd": cmd, "completion_code": 0xc1}
                    for netfn, cmd in ((10, 0x41), (10, 0x48), (6, 0x2f), (4, 0x15))]
-        result = run("sel", "info", sim=self.faults(*refused))
-        for key in ("allocation units", "largest record units", "clock", "logging", "last processed"):
-            self.assertRegex(result.stdout, rf"(?m)^  {key} +-$")
+        self.check(["sel", "info"], [rf"^  {key} +-$" for key in (
+            "allocation units", "largest record units", "clock", "logging", "last processed")], sim=self.faults(*refused))
 
     def test_sel_in_part(self):
         """What can be read is listed, and one line says what is missing."""
@@ -518,10 +483,8 @@ class ToolTest(unittest.TestCase):
         log = self.log()
         for cmd, start, ids, status, pattern in rows:
             sim = self.faults({"netfn": 10, "cmd": cmd, "from": start, "every": 1, "completion_code": 0xce})
-            result = run("--json", "sel", sim=[*sim, *log[-2:]])
-            self.assertEqual(result.returncode, status)
-            self.assertRegex(result.stderr, rf"\Atrx-ipmi: {pattern}[^\n]*\n\Z")
-            self.assertEqual([record["id"] for record in json.loads(result.stdout)["sel"]], list(ids))
+            found = self.check(["--json", "sel"], {}, pattern, status, sim=[*sim, *log[-2:]])["sel"]
+            self.assertEqual([record["id"] for record in found], list(ids))
 
     def test_failing_bmc(self):
         """One line says why; a dump is whole or not there, and sensors are not listed in part."""
@@ -547,7 +510,7 @@ class ToolTest(unittest.TestCase):
             with self.subTest(args=args, cmd=cmd, wrong=wrong):
                 self.written("sdr.bin", "as before")
                 sim = self.faults({"netfn": netfn, "cmd": cmd, "from": start, "every": 1, **wrong})
-                self.assert_one_line(run(*args, sim=sim), pattern)
+                self.check(args, err=pattern, status=2, sim=sim)
                 self.assertEqual(self.path.read_bytes(), b'"as before"')
                 self.assertEqual(sorted(os.listdir(self.folder)), ["faults.json", "sdr.bin"])
 

@@ -1,15 +1,29 @@
-// What a fuzz target demands.
+// What fuzz targets share: the input as a caller of the library or an end of a socket would have it, and demands.
 #pragma once
 
 #include "base/Text.h"
+#include "base/WireReader.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace Fuzz
 {
+
+using Span = std::span<const std::uint8_t>;
+
+/// What a target does with one input; each has its own. Files that are refused (Sim::BadFile) are fine.
+void use(Span input);
+
+/// The next piece of the input: a length byte, then as many bytes; what there is, at the end.
+inline Span nextPiece(TRX::WireReader& input)
+{
+    const std::size_t length = input.u8();
+    return input.bytes(length < input.remaining() ? length : input.remaining());
+}
 
 inline void demand(bool fine, const char* what)
 {
