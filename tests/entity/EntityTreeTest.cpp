@@ -116,4 +116,28 @@ TEST(EntityTree, TakesThousandsOfAssociationsInTime)
     EXPECT_GT(IpmiIfc::getEntities().size(), 16000U);
 }
 
+/// Names at the edges of their ranges, and the classes of alerts that some of them have.
+TEST(IpmiEntity, NamesAndAlertClasses)
+{
+    using Row = std::tuple<unsigned, std::string, std::string>; // id, name, and what an alert is of
+    const std::string oem = "OEM System Integrator defined";
+    const std::vector<Row> rows(
+        {Row{0x00, "Unspecified", ""}, Row{0x03, "Processor", "Processor"}, Row{0x04, "Disk or Disk Bay", "Disk"},
+         Row{0x15, "Power Distribution", "Power"}, Row{0x19, "Other Chassis Board", "Chassis"},
+         Row{0x1e, "Cooling Unit", "CoolingUnit"}, Row{0x20, "Memory Device", "Memory"}, Row{0x22, "BIOS", "BIOS"},
+         Row{0x28, "Battery", "Battery"}, Row{0x36, "System Firmware", ""}, Row{0x37, "Other", ""},
+         Row{0x8f, "Other", ""}, Row{0x90, "Chasis Specific", ""}, Row{0xaf, "Chasis Specific", ""},
+         Row{0xb0, "Board Set Specific", ""}, Row{0xcf, "Board Set Specific", ""}, Row{0xd0, oem, ""},
+         Row{0xff, oem, ""}, Row{0x100, "Other", ""}});
+    for (const auto& [id, name, kind] : rows) {
+        const Support::LogCapture log;
+        const IpmiEntity entity(id, 0x81, 2);
+        const std::string alertClass = "TRX_" + kind + "IpmiAlertIndication";
+        EXPECT_EQ(entity.getName(), name);
+        EXPECT_EQ(entity.getAlertClassName(), alertClass);
+        EXPECT_EQ(log.has(LOG_DEBUG, "EntityId " + std::to_string(id) + " AlertClass " + alertClass), id < 0x37);
+        EXPECT_EQ(facts(entity.getInstance(), entity.getNode()), facts(1, 2)) << "seven bits";
+    }
+}
+
 } // namespace

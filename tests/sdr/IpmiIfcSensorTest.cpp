@@ -1,10 +1,11 @@
 #include "sdr/IpmiIfcSensor.h"
 
-#include "ipmi/IpmiIfc.h"
+#include "node/IpmiIfcTransport.h"
 #include "sdr/SdrBmc.h"
 
 using namespace Ipmi;
 using namespace SdrTest;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -18,218 +19,168 @@ struct LoadedBmc : SdrBmc {
         sensors = IpmiIfc::getSensors(0);
     }
     std::vector<TRX::Reference<IpmiSensor>> sensors; ///< as first built
+
+    /// What was asked, and forgotten with that: sensors' numbers for their readings, with "t" for their thresholds and
+    /// "h" for their hysteresis; "?" and "b" or "s", for BMC or satellite, for a Get Device ID.
+    std::string questions()
+    {
+        std::string text;
+        for (const Sim::Request& request : bmc.log())
+            if (request.netfn == netfnOf(kGetReading))
+                text += (request.cmd == kGetThresholds   ? "t"
+                         : request.cmd == kGetHysteresis ? "h"
+                                                         : "") +
+                        std::to_string(request.data.at(0)) + ' ';
+            else if (request.netfn == 0x06 && request.cmd == 0x01)
+                text += request.address == kBmc ? "?b " : "?s ";
+        bmc.keepLog(true);
+        return text;
+    }
 };
 
 // --- building
 
 TEST(SensorBuild, KeepsAndDropsByTypeAndEntity)
 {
-    enum List { unlisted, discrete, threshold };
-    struct Case {
-        std::uint8_t eventType, entity = 7, sharing = 0;
-    };
+    // Type of record; event/reading type; changes; how it is listed (Threshold or Discrete), what is asked of it, and
+    // whether it makes the node one with memory sensors.
+    using Row = std::tuple<Kind, std::uint8_t, Changes, std::string>;
     constexpr Kind kFull = Kind::full, kCompact = Kind::compact, kEventOnly = Kind::eventOnly;
-    static const struct {
-        Kind kind;
-        List list;
-        int reads; ///< commands
-        std::vector<Case> cases;
-        const char* log = nullptr;
-    } rows[] = {
-        {kFull, threshold, 1, {{0x01}, {0x01, 0x22}}},
-        {kFull, discrete, 1, {{0x02}, {0x0c}, {0x6f, 0}, {0x7f}}},
-        {kFull, unlisted, 1, {{0x6f, 0x22}}}, // of the BIOS
-        {kFull, unlisted, 0, {{0x00}, {0x0d}, {0x80}}},
-        {kFull, unlisted, 0, {{0x6e}}, "dropping sdr, full event_type 6e (ID: 0, Type 1)\n"},
-        {kCompact, threshold, 1, {{0x01}, {0x01, 0}}},
-        {kCompact, discrete, 1, {{0x03}, {0x6f, 0x2c}}},
-        {kCompact, unlisted, 1, {{0x6f, 0}, {0x6f, 0x22}}},
-        {kCompact, unlisted, 0, {{0x0d}}, "dropping sdr, compact event_type 13, full event_type 13\n"},
-        {kEventOnly, threshold, 0, {{0x01}}},
-        {kEventOnly, discrete, 0, {{0x03, 7, 0x75}, {0x6f, 0}, {0x0d, 7, 0x75}}}, // the last by its sharing byte
-        {kEventOnly, unlisted, 0, {{0x75}, {0x6f, 0x22}}},
-    };
-    for (const auto& row : rows) {
-        for (const auto& [eventType, entity, sharing] : row.cases) {
-            SCOPED_TRACE(std::to_string(int(row.kind)) + ", type " + std::to_string(eventType));
-            Bytes record = sensorRecord(row.kind, eventType, {{kEntityAt, entity}});
-            if (row.kind == kEventOnly)
-                record.at(13) = sharing;
-            LoadedBmc node({record});
-            EXPECT_EQ(node.asked(kGetReading), row.reads);
-            EXPECT_EQ(node.asked(kGetThresholds), row.list == threshold ? 1 : 0);
-            EXPECT_TRUE(!row.log || node.debugLines(row.log) == 1);
-            ASSERT_EQ(node.sensors.size(), row.list == unlisted ? 0u : 1u);
-            EXPECT_EQ(!node.sensors.empty() && node.sensors[0]->isDiscrete(), row.list == discrete);
+    const Changes noEntity{{kEntityAt, 0}}, ofBios{{kEntityAt, 0x22}};
+    const std::vector<Row> full(
+        {Row{kFull, 0x01, {}, "T t1 1 "}, Row{kFull, 0x01, ofBios, "T t1 1 "}, Row{kFull, 0x02, {}, "D 1 "},
+         Row{kFull, 0x0c, {}, "D 1 "}, Row{kFull, 0x6f, noEntity, "D 1 "}, Row{kFull, 0x7f, {}, "D 1 "},
+         Row{kFull, 0x6f, ofBios, " 1 "}, Row{kFull, 0x00, {}, " "}, Row{kFull, 0x0d, {}, " "},
+         Row{kFull, 0x80, {}, " "}, Row{kFull, 0x6e, {}, " "}, Row{kFull, 0x6f, {{12, 0x0c}, {15, 1}}, "D 1 M"},
+         Row{kFull, 0x0d, {{12, 0x0c}, {14, 1}}, " M"}});
+    const std::vector<Row> others({Row{kCompact, 0x01, {}, "T t1 1 "}, Row{kCompact, 0x01, noEntity, "T t1 1 "},
+                                   Row{kCompact, 0x03, {}, "D 1 "}, Row{kCompact, 0x6f, {{kEntityAt, 0x2c}}, "D 1 "},
+                                   Row{kCompact, 0x6f, noEntity, " 1 "}, Row{kCompact, 0x6f, ofBios, " 1 "},
+                                   Row{kCompact, 0x0d, {}, " "}, Row{kCompact, 0x6f, {{12, 0x0c}, {17, 1}}, "D 1 M"},
+                                   Row{kCompact, 0x6f, {{12, 0x0c}}, "D 1 "}, Row{kEventOnly, 0x01, {}, "T t1 "},
+                                   Row{kEventOnly, 0x03, {{13, 0x75}}, "D "}, Row{kEventOnly, 0x6f, noEntity, "D "},
+                                   Row{kEventOnly, 0x0d, {{13, 0x75}}, "D "}, // by its sharing byte
+                                   Row{kEventOnly, 0x75, {}, " "}, Row{kEventOnly, 0x6f, ofBios, " "},
+                                   Row{kEventOnly, 0x6f, {{10, 0x0c}}, "D M"}});
+    for (const auto* rows : {&full, &others})
+        for (const auto& [kind, eventType, changes, facts] : *rows) {
+            SCOPED_TRACE(testing::Message() << int(kind) << ", type " << int{eventType} << ": " << facts);
+            LoadedBmc node({sensorRecord(kind, eventType, changes)});
+            ASSERT_LE(node.sensors.size(), 1u);
+            const std::string listed = node.sensors.empty() ? "" : node.sensors[0]->isDiscrete() ? "D" : "T";
+            EXPECT_EQ(listed + ' ' + node.questions() + (IpmiIfc::generatesMemoryEvents() ? "M" : ""), facts);
         }
-    }
 }
 
 TEST(SensorBuild, SkipsIoModulesOfOneMakersEarlyFirmware)
 {
-    static const struct {
-        bool maker;
-        int major, minor, skipped, logged;
-    } rows[] = {{true, 1, 0x3f, 1, 1}, {true, 0, 0x10, 1, 0}, {true, 1, 0x40, 0, 0}, {false, 1, 0x3f, 0, 0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.major * 256 + row.minor);
-        SdrBmc node({sensorRecord(Kind::compact, 0x6f, {{kEntityAt, 0x2c}})});
-        IpmiIfc::hpe_bmc = row.maker, IpmiIfc::maj = row.major, IpmiIfc::min = row.minor;
+    using Row = std::tuple<bool, int, int, std::size_t, int>; // of the maker, version, sensors kept, lines
+    for (const auto& [maker, major, minor, kept, lines] :
+         {Row{true, 1, 0x3f, 0, 1}, {true, 0, 0x10, 0, 0}, {true, 1, 0x40, 1, 0}, {false, 1, 0x3f, 1, 0}}) {
+        LoadedBmc node({sensorRecord(Kind::compact, 0x6f, {{kEntityAt, 0x2c}})});
+        IpmiIfc::hpe_bmc = maker, IpmiIfc::maj = major, IpmiIfc::min = minor;
         EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0);
-        EXPECT_EQ(IpmiIfc::getSensors(0).size(), row.skipped ? 0u : 1u);
-        EXPECT_EQ(node.asked(kGetReading), 1);
-        EXPECT_EQ(node.debugLines("skip sensor HPE 44 for firmware version 1.3f"), row.logged);
+        EXPECT_EQ(IpmiIfc::getSensors(0).size(), kept) << major << '.' << minor;
+        EXPECT_EQ(node.questions(), "1 1 ");
+        EXPECT_EQ(node.debugLines("skip sensor HPE 44 for firmware version 1.3f"), lines);
         IpmiIfc::hpe_bmc = false;
     }
 }
 
-TEST(SensorBuild, FlagsMemorySensorsThatReport)
+TEST(SensorList, IsFullThenCompactThenEventOnlyNewestFirst)
 {
-    constexpr std::uint8_t kMemory = 0x0c;
-    static const std::pair<Bytes, int> rows[] = {
-        {sensorRecord(Kind::full, 0x6f, {{12, kMemory}, {15, 1}}), 1},    // asserts
-        {sensorRecord(Kind::compact, 0x6f, {{12, kMemory}, {17, 1}}), 1}, // deasserts
-        {sensorRecord(Kind::compact, 0x6f, {{12, kMemory}}), 0},          // neither
-        {sensorRecord(Kind::eventOnly, 0x6f, {{10, kMemory}}), 1},
-        {sensorRecord(Kind::full, 0x0d, {{12, kMemory}, {14, 1}}), 1}}; // dropped all the same
-    for (const auto& [record, flag] : rows) {
-        const LoadedBmc node({record});
-        EXPECT_EQ(g_IpmiNode[0].memorySensor, flag) << testing::PrintToString(record);
-    }
-}
-
-TEST(SensorBuild, ListsFullThenCompactThenEventOnlyNewestFirst)
-{
-    LoadedBmc node({sensorRecord(Kind::eventOnly, 0x6f, {{kNumberAt, 0x10}}, 1),
-                    sensorRecord(Kind::compact, 0x6f, {{kNumberAt, 0x40}, {23, 2}}, 2),
-                    sensorRecord(Kind::full, 0x6f, {{kNumberAt, 0x12}}, 3),
-                    sensorRecord(Kind::full, 0x6f, {{kNumberAt, 0x13}}, 4),
-                    sensorRecord(Kind::compact, 0x6f, {{kNumberAt, 0x14}}, 5)});
+    const auto compact = [](std::uint16_t id, std::uint8_t number, std::uint8_t owner, std::uint8_t lunByte) {
+        return sensorRecord(Kind::compact, 0x6f, {{kOwnerAt, owner}, {kLunAt, lunByte}, {kNumberAt, number}, {23, 2}},
+                            id);
+    };
+    LoadedBmc node({compact(1, 6, kBmc, 0x10), compact(2, 4, kBmc, 0), compact(3, 4, kBmc, 1),
+                    compact(4, 4, kSatellite, 0), sensorRecord(Kind::eventOnly, 0x6f, {{kNumberAt, 0x10}}, 5),
+                    sensorRecord(Kind::full, 0x6f, {{kNumberAt, 0x12}}, 6),
+                    sensorRecord(Kind::full, 0x6f, {{kNumberAt, 0x13}}, 7), sensorRecord(Kind::full, 0x6e, {}, 8),
+                    sensorRecord(Kind::compact, 0x0d, {}, 9)});
     std::vector<int> numbers;
-    for (const auto& sensor : node.sensors)
+    for (const auto& sensor : IpmiIfc::getSensors())
         numbers.push_back(sensor->getSensorNumber());
-    ASSERT_EQ(numbers, (std::vector<int>{0x13, 0x12, 0x14, 0x41, 0x40, 0x10}));
+    ASSERT_EQ(numbers, (std::vector<int>{0x13, 0x12, 5, 4, 5, 4, 5, 4, 7, 6, 0x10}));
+    for (const char* line : {"dropping sdr, full event_type 6e (ID: 8, Type 1)\n",
+                             "dropping sdr, compact event_type 13, full event_type 13\n"})
+        EXPECT_EQ(node.debugLines(line), 1);
 
+    for (const unsigned owner : {0x20u, 0x1120u}) { // the first of the owner on channel and LUN 0
+        for (const unsigned none : {0x105u, 6u, 8u})
+            EXPECT_FALSE(IpmiIfc::getSensor(0, none, owner));
+        ASSERT_TRUE(IpmiIfc::getSensor(0, 5, owner));
+        EXPECT_EQ(IpmiIfc::getSensor(5, owner)->getSensorRecordNumber(), 2);
+    }
     EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); // a rebuild makes new sensors; the old ones live on
     EXPECT_NE(IpmiIfc::getSensors(0).at(0).get(), node.sensors[0].get());
     EXPECT_EQ(node.sensors[0]->getSensorNumber(), 0x13);
 }
 
-TEST(SensorLookup, TakesTheFirstOfTheOwnerOnChannelAndLunZero)
-{
-    const auto sensor = [](std::uint16_t id, std::uint8_t number, std::uint8_t owner, std::uint8_t lunByte) {
-        return sensorRecord(Kind::compact, 0x6f, {{kOwnerAt, owner}, {kLunAt, lunByte}, {kNumberAt, number}}, id);
-    };
-    LoadedBmc node(
-        {sensor(1, 6, kBmc, 0x10), sensor(2, 5, kBmc, 0), sensor(3, 5, kBmc, 1), sensor(4, 5, kSatellite, 0)});
-    for (const unsigned owner : {0x20u, 0x1120u}) {
-        for (const unsigned none : {0x105u, 6u, 7u})
-            EXPECT_FALSE(IpmiIfc::getSensor(0, none, owner));
-        ASSERT_TRUE(IpmiIfc::getSensor(0, 5, owner));
-        EXPECT_EQ(IpmiIfc::getSensor(5, owner)->getSensorRecordNumber(), 2);
-    }
-    EXPECT_EQ(IpmiIfc::getSensors().size(), 4u);
-}
-
 // --- readings
 
-constexpr const char* kSkipping = "Skipping reading update for previous failed sensor 0x1";
-
-TEST(SensorReading, SaysWhatWentWrongAndSkipsWhatIsNotThere)
+TEST(SensorReading, SaysWhatWentWrongAndGivesUp)
 {
-    static const struct {
-        const char* name;
-        Sim::FaultAction action;
-        unsigned result; ///< as kept
-        int skips = 0;   ///< of two refreshes
-        const char* warning = nullptr;
-    } rows[] = {
-        {"without states", cut(3), 0},
-        {"not present", code(0xcb), 0xcb, 2},
-        {"illegal", code(0xcd), 0xcd, 2},
-        {"FFh", code(0xff), 0xff, 0, "IpmiIfcSensorGetReading: Sensor Number 0x1, failed send cc = 0xff"},
-        {"silence", kSilence, UINT_MAX},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        LoadedBmc node({sensorRecord(Kind::full, 0x6f)}, {fault(kGetReading, 1, 0, row.action)});
+    using Row = std::tuple<Sim::FaultAction, unsigned, int, Facts>; // action, result, asked in 5 refreshes, complaints
+    for (const auto& [action, result, asked, complaints] : {Row{cut(3), 0, 5, {}},
+                                                            {code(0xcb), 0xcb, 0, {}},
+                                                            {code(0xcd), 0xcd, 0, {}},
+                                                            {code(0xc3), 0xc3, 3, {LOG_WARNING}},
+                                                            {code(0xff), 0xff, 5, {LOG_WARNING}},
+                                                            {kSilence, UINT_MAX, 5, {}}}) {
+        SCOPED_TRACE(result);
+        LoadedBmc node({sensorRecord(Kind::full, 0x6f)}, {fault(kGetReading, 1, 0, action)});
         const IpmiSensor& sensor = *node.sensors.at(0);
-        EXPECT_EQ(sensor.getLastReadResult(), row.result);
-        EXPECT_EQ(sensor.getLastReading().valid, row.result == 0);
-        EXPECT_EQ(node.complaints(), line(LOG_WARNING, row.warning));
-        node.bmc.clearCounts();
-        for (int i = 0; i < 2; ++i)
-            IpmiIfcSensorUpdateReading(0);
-        EXPECT_EQ(node.asked(kGetReading), 2 - row.skips);
-        EXPECT_EQ(node.debugLines(kSkipping), row.skips);
+        EXPECT_EQ(sensor.getLastReadResult(), result);
+        EXPECT_EQ(sensor.getLastReading().valid, result == 0);
+        EXPECT_EQ(node.priorities(), complaints);
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(IpmiIfcSensorUpdateReading(0), 0);
+        EXPECT_EQ(node.asked(kGetReading), 1 + asked);
+        EXPECT_EQ(node.debugLines("Entering IpmiIfcSensorUpdateReading"), 5);
+        EXPECT_EQ(node.debugLines("Skipping reading update for previous failed sensor 0x1"), 5 - asked);
+        node.restart(); // healthy again, but until the next build those that are skipped are not asked
+        EXPECT_EQ(IpmiIfcSensorUpdateReading(0), 0);
+        EXPECT_EQ(node.questions(), asked == 5 ? "1 " : "");
+        EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0);
+        EXPECT_TRUE(IpmiIfc::getSensors(0).at(0)->getLastReading().available());
     }
 }
 
 TEST(SensorReading, IsAskedOfTheOwnerAndNeverOfSoftware)
 {
-    static const struct {
-        std::uint8_t owner, lunByte, channel, lun;
-        std::size_t requests; ///< thresholds, hysteresis, reading
-    } rows[] = {{kBmc, 0, 0x0f, 0, 3}, {kSatellite, 0, 0, 0, 3}, {kSatellite, 3, 0, 3, 3}, {kSoftware, 0, 0, 0, 0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.owner + row.lunByte);
+    using Row =
+        std::tuple<std::uint8_t, std::uint8_t, int, int, const char*>; // owner, LUN byte, channel, LUN, questions
+    for (const auto& [owner, lunByte, channel, lun, questions] : {Row{kBmc, 0, 0x0f, 0, "t1 h1 1 "},
+                                                                  {kSatellite, 0, 0, 0, "t1 h1 1 "},
+                                                                  {kSatellite, 3, 0, 3, "t1 h1 1 "},
+                                                                  {kSoftware, 0, 0, 0, ""}}) {
+        SCOPED_TRACE(owner + lunByte);
         LoadedBmc node(
-            {sensorRecord(Kind::full, 0x01, {{kOwnerAt, row.owner}, {kLunAt, row.lunByte}, {kCapabilitiesAt, 0x18}})});
+            {sensorRecord(Kind::full, 0x01, {{kOwnerAt, owner}, {kLunAt, lunByte}, {kCapabilitiesAt, 0x18}})});
         IpmiIfcSdrReserve(0); // to the BMC again
-        auto requests = node.bmc.log();
-        EXPECT_EQ(requests.back().address, kBmc);
-        std::erase_if(requests, [](const Sim::Request& request) { return request.netfn != netfnOf(kGetReading); });
-        EXPECT_EQ(requests.size(), row.requests);
-        for (const Sim::Request& request : requests) {
-            EXPECT_EQ(request.address, row.owner);
-            EXPECT_EQ(request.channel, row.channel);
-            EXPECT_EQ(request.lun, row.lun);
-            EXPECT_EQ(request.data.at(0), 1);
-        }
+        EXPECT_EQ(node.bmc.log().back().address, kBmc);
+        for (const Sim::Request& request : node.bmc.log())
+            EXPECT_TRUE(request.netfn != netfnOf(kGetReading) ||
+                        (request.address == owner && request.channel == channel && request.lun == lun));
+        EXPECT_EQ(node.questions(), questions);
     }
 }
 
-// --- refresh
-
-TEST(SensorRefresh, GivesUpOnASensorThatTimesOutFourTimes)
+TEST(SensorReading, RefreshEndsAtTheFirstSensorWithoutAnAnswer)
 {
-    LoadedBmc node({sensorRecord(Kind::full, 0x01)}, {fault(kGetReading, 1, 0, code(0xc3))});
-    for (const unsigned repeats : {1u, 2u, 3u}) {
-        EXPECT_EQ(IpmiIfcSensorUpdateReading(0), 0);
-        EXPECT_EQ(node.sensors.at(0)->getReadResultRepeats(), repeats);
-    }
-    EXPECT_EQ(node.debugLines("Entering IpmiIfcSensorUpdateReading"), 3);
-    EXPECT_EQ(node.debugLines(kSkipping), 0);
-    node.restart(); // healthy again, and not asked
-    for (int i = 0; i < 2; ++i)
-        IpmiIfcSensorUpdateReading(0);
-    EXPECT_EQ(node.bmc.count(), 0u);
-    EXPECT_EQ(node.debugLines(kSkipping), 2);
-    EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); // until the next build
-    EXPECT_TRUE(IpmiIfc::getSensors(0).at(0)->getLastReading().available());
-}
-
-TEST(SensorRefresh, EndsAtTheFirstSensorWithoutAnAnswer)
-{
-    static const struct {
-        const char* name;
-        std::uint8_t owner; ///< of the second sensor asked
-        Faults faults;
-        int readings, thresholds;
-    } rows[] = {{"all answer", kSatellite, {}, 3, 3},
-                {"a code", kBmc, {fault(kGetReading, 2, 1, code(0xd5))}, 3, 3},
-                {"silence", kBmc, {fault(kGetReading, 2, 1, kSilence)}, 2, 1},
-                {"system software", kSoftware, {}, 1, 1}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    using Row = std::tuple<std::uint8_t, Faults, std::string>; // owner of the second sensor asked, faults, questions
+    for (const auto& [owner, faults, questions] : {Row{kSatellite, {}, "3 t3 2 t2 1 t1 "},
+                                                   {kBmc, {fault(kGetReading, 2, 1, code(0xd5))}, "3 t3 2 t2 1 t1 "},
+                                                   {kBmc, {fault(kGetReading, 2, 1, kSilence)}, "3 t3 2 "},
+                                                   {kSoftware, {}, "3 t3 "}}) {
         LoadedBmc node({sensorRecord(Kind::full, 1, {{kNumberAt, 1}}, 1),
-                        sensorRecord(Kind::full, 1, {{kNumberAt, 2}, {kOwnerAt, row.owner}}, 2),
+                        sensorRecord(Kind::full, 1, {{kNumberAt, 2}, {kOwnerAt, owner}}, 2),
                         sensorRecord(Kind::full, 1, {{kNumberAt, 3}}, 3)});
-        node.restart(row.faults);
+        node.restart(faults);
         EXPECT_EQ(IpmiIfcSensorUpdateReading(0), 0);
-        EXPECT_EQ(node.asked(kGetReading), row.readings);
-        EXPECT_EQ(node.asked(kGetThresholds), row.thresholds);
-        EXPECT_EQ(node.debugLines("IpmiIfcSensorUpdateReading: failed send to get reading."), row.readings < 3 ? 1 : 0);
+        EXPECT_EQ(node.questions(), questions);
+        EXPECT_EQ(node.debugLines("IpmiIfcSensorUpdateReading: failed send to get reading."), questions.size() < 9);
     }
 }
 
@@ -237,48 +188,139 @@ TEST(SensorRefresh, EndsAtTheFirstSensorWithoutAnAnswer)
 
 TEST(SensorThresholds, AreKeptWhenTheBmcFails)
 {
-    static const struct {
-        const char* name;
-        Sim::FaultAction action;
-        int first, last; ///< lower non-critical and upper non-recoverable afterwards
-        const char* cc = nullptr;
-    } rows[] = {{"no fault", {}, 11, 222},
-                {"silence", kSilence, 10, 220, "0xff"},
-                {"a code", code(0xcb), 10, 220, "0xcb"},
-                {"mask alone", cut(2), 0, 0},
-                {"not all", cut(4), 11, 0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    // Action; lower non-critical and upper non-recoverable afterwards; complaints.
+    using Row = std::tuple<Sim::FaultAction, int, int, Facts>;
+    for (const auto& [action, first, last, complaints] : {Row{{}, 11, 222, {}},
+                                                          {kSilence, 10, 220, {LOG_WARNING}},
+                                                          {code(0xcb), 10, 220, {LOG_WARNING}},
+                                                          {cut(2), 0, 0, {}},
+                                                          {cut(4), 11, 0, {}}}) {
+        SCOPED_TRACE(testing::Message() << first << ' ' << last);
         LoadedBmc node({sensorRecord(Kind::full, 0x01)});
         node.bmc.change(
             [](Sim::Machine& machine) { machine.sensors.begin()->second.thresholds = {11, 5, 1, 200, 210, 222}; });
-        node.restart({fault(kGetThresholds, 1, 0, row.action)});
+        node.restart({fault(kGetThresholds, 1, 0, action)});
         IpmiIfcSensorUpdateReading(0);
         const IpmiSensor::Thresholds thresholds = node.sensors.at(0)->getLastThresholds();
-        EXPECT_EQ(thresholds.readable, 0x3f);
-        EXPECT_EQ(thresholds.raw[0], row.first);
-        EXPECT_EQ(thresholds.raw[5], row.last);
-        const std::string text = "IpmiIfcSensorGetThresholds: Sensor Number = 0x1, failed send cc = ";
-        EXPECT_EQ(node.complaints(), row.cc ? line(LOG_WARNING, (text + row.cc).c_str()) : Lines{});
+        EXPECT_EQ(facts(thresholds.readable, thresholds.raw[0], thresholds.raw[5]), facts(0x3f, first, last));
+        EXPECT_EQ(node.priorities(), complaints);
     }
 }
 
 TEST(SensorHysteresis, IsCachedWhenTheRecordSaysThatItIsReadable)
 {
-    const Lines failed = line(LOG_ERR, "IpmiIfcSensorGetThresholds: getHysteresis(0, 0, true) returned cc = 205");
-    for (const int support : {0, 1, 2, 3}) {
+    for (const std::uint8_t capabilities : Bytes{0x08, 0x18, 0x28, 0x38})
         for (const bool fails : {false, true}) {
-            const bool readable = support == 1 || support == 2;
-            const auto capabilities = static_cast<std::uint8_t>(0x08 | support << 4);
+            const bool readable = capabilities == 0x18 || capabilities == 0x28;
             LoadedBmc node({sensorRecord(Kind::full, 0x01, {{kCapabilitiesAt, capabilities}, {42, 4}, {43, 6}})},
                            fails ? Faults{fault(kGetHysteresis, 1, 0, code(0xcd))} : Faults{});
             EXPECT_EQ(node.asked(kGetHysteresis), readable ? 1 : 0);
             unsigned char positive = 0, negative = 0;
             node.sensors.at(0)->getHysteresis(positive, negative, false);
             EXPECT_EQ(positive * 256 + negative, readable && !fails ? 0x406 : 0);
-            EXPECT_EQ(node.complaints(), readable && fails ? failed : Lines{});
+            EXPECT_EQ(node.priorities(), readable && fails ? Facts{LOG_ERR} : Facts{});
         }
+}
+
+// --- refreshing each sensor for itself
+
+/// Six loaded sensors: 1 and 2 of the BMC, 3 of system software, 4 to 6 of a satellite. Commands without retries.
+struct SixSensors : LoadedBmc {
+    SixSensors() : LoadedBmc(records())
+    {
+        sim.device([](Sim::Device& device) { device.setIpmbTiming(0, 1s); });
+        restart();
     }
+    static std::vector<Bytes> records()
+    {
+        std::vector<Bytes> all;
+        for (const std::uint8_t number : Bytes{6, 5, 4, 3, 2, 1}) { // the lists turn their order
+            const std::uint8_t owner = number < 3 ? kBmc : number == 3 ? kSoftware : kSatellite;
+            all.push_back(sensorRecord(Kind::full, 0x6f, {{kNumberAt, number}, {kOwnerAt, owner}}, number));
+        }
+        return all;
+    }
+    /// One pass: what was asked, and sensors without a reading.
+    std::string pass()
+    {
+        questions();
+        const int without = IpmiIfcSensorRefreshAll(0);
+        return questions() + std::to_string(without);
+    }
+    /// Which of the next `count` passes are like this.
+    std::string passesLike(const std::string& like, int count)
+    {
+        std::string numbers;
+        for (int i = 1; i <= count; ++i)
+            numbers += pass() == like ? std::to_string(i) + " " : "";
+        return numbers;
+    }
+    static std::string valid()
+    {
+        std::string numbers;
+        for (const auto& sensor : IpmiIfc::getSensors(0))
+            numbers += sensor->getLastReading().valid ? std::to_string(sensor->getSensorNumber()) : "";
+        return numbers;
+    }
+};
+
+Sim::FaultRule always(std::uint8_t address, Sim::FaultAction action, Bytes data = {})
+{
+    return {.address = address, .data = std::move(data), .action = std::move(action)};
+}
+
+TEST(SensorRefreshAll, AFailingSensorCostsItselfLessAndLessOften)
+{
+    for (const std::uint8_t cc : Bytes{0xcb, 0xc0, 0xc3}) {
+        SixSensors node;
+        node.restart({always(kBmc, code(cc), {1})});
+        EXPECT_EQ(node.passesLike("1 2 4 5 6 1", 100), "1 2 4 8 16 32 64 96 ") << int{cc};
+        EXPECT_EQ(SixSensors::valid(), "2456");
+        node.restart();
+        EXPECT_EQ(node.passesLike("1 2 4 5 6 0", 30), "28 29 30 ");
+        node.restart({always(kBmc, code(cc), {1})});
+        node.passesLike("", 40);
+        EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); // forgets failures
+        EXPECT_EQ(node.pass(), "1 2 4 5 6 1");
+    }
+    EXPECT_EQ(IpmiIfcSensorRefreshAll(-1), -1);
+    EXPECT_EQ(IpmiIfcSensorRefreshAll(1), 0) << "a node without sensors";
+}
+
+TEST(SensorRefreshAll, ASilentControllerIsAskedAlone)
+{
+    SixSensors node;
+    node.restart({always(kSatellite, kSilence)});
+    EXPECT_EQ(node.pass(), "1 2 4 ?s 3");
+    EXPECT_EQ(SixSensors::valid(), "12");
+    EXPECT_EQ(node.passesLike("1 2 ?s 3", 70), "1 3 7 15 31 63 ");
+    node.sim.clock().advance(5s);
+    EXPECT_GE(IpmiIfc::getSensor(4, kSatellite)->getReadingAge(), 5000);
+    EXPECT_EQ(IpmiIfc::getSensor(1, kBmc)->getReadingAge(), 5000);
+    EXPECT_EQ(IpmiIfc::getSensor(3, kSoftware)->getReadingAge(), -1);
+
+    node.restart();
+    EXPECT_EQ(node.pass(), "1 2 3") << "its turn has not come";
+    {
+        const TargetScope satellite(0, kSatellite, 0, 0);
+        sendCommand(0, 0x06, 0x01);
+    }
+    EXPECT_EQ(node.pass(), "1 2 4 5 6 0") << "it has answered somebody";
+}
+
+TEST(SensorRefreshAll, ASilentBmcCostsTwoTimeoutsAndThenOne)
+{
+    SixSensors node;
+    node.restart({{.action = kSilence}});
+    const auto start = node.sim.clock().steadyTime();
+    EXPECT_EQ(node.pass(), "1 ?b 5");
+    EXPECT_EQ(node.sim.clock().steadyTime() - start, 60s);
+    EXPECT_EQ(SixSensors::valid(), "");
+    EXPECT_EQ(node.passesLike("?b 5", 30), "1 3 7 15 ") << "and nothing behind it is asked";
+    node.restart();
+    for (int i = 0; i < 2; ++i)
+        node.pass(); // late answers, and its turn
+    EXPECT_EQ(node.pass(), "1 2 4 5 6 0");
 }
 
 } // namespace

@@ -1,40 +1,30 @@
 // The commands that sensors send by themselves: what goes out, to whom, and what becomes of the answer.
-#include "node/IpmiIfcTransport.h"
-#include "sdr/SensorRecords.h"
-#include "support/ScriptedBmc.h"
-#include "support/SimNode.h"
-
-#include <gtest/gtest.h>
+#include "node/NodeFixture.h"
+#include "sdr/SdrBmc.h"
 
 namespace
 {
 
+using namespace SdrTest;
 using namespace Support;
 using Ipmi::IpmiDiscreteSensor;
 using Ipmi::IpmiSensor;
 using Ipmi::IpmiThresholdSensor;
 
-class IpmiSensorCommand : public testing::Test
-{
-protected:
-    void SetUp() override
+struct IpmiSensorCommand : Ipmi::NodeFixture {
+    IpmiSensorCommand()
     {
         sim.device([](Sim::Device& device) { device.setIpmbChannels(1U << 0 | 1U << 6); });
-        ASSERT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
-        bmc.expect({0x06, 0x01}, {0xc1}); // who are you, asked once
-        ASSERT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
+        Ipmi::IpmiIfcOpenIpmiClose(0); // the channels are told at opening
+        EXPECT_GT(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
     }
-    void TearDown() override { Ipmi::IpmiIfcCloseForCLI(0); }
-
     /// Sensor 12h of the controller at 2Ch, LUN 1, channel 6; it has readable hysteresis.
-    static Bytes record(std::uint8_t type, std::uint8_t owner = 0x2c)
+    static Bytes record(std::uint8_t type, std::uint8_t owner = 0x2c, unsigned int hysteresis = 1)
     {
-        return sensorRecord(type, {{0, 7}, {5, owner}, {6, 0x61}, {7, 0x12}, {11, 0x10}});
+        return zeroRecord(type, {{0, 7}, {5, owner}, {6, 0x61}, {7, 0x12}, {11, hysteresis << 4}});
     }
     void expect(const Bytes& request, const Bytes& answer) { bmc.expect(request, answer).to(0x2c, 1, 6); }
 
-    ScriptedBmc bmc;
-    SimNode sim{bmc};
     IpmiThresholdSensor analog = sensor<IpmiThresholdSensor>(record(kFull));
     IpmiDiscreteSensor discrete = sensor<IpmiDiscreteSensor>(record(kCompact));
     const std::vector<IpmiSensor*> both{&analog, &discrete};
@@ -42,43 +32,71 @@ protected:
 
 TEST_F(IpmiSensorCommand, StateIsReadNow)
 {
-    using Row = std::tuple<Bytes, int, int, int>; // answer, result, state of the analog sensor, of the discrete one
-    const std::vector<Row> rows({Row{{0x00, 0x50, 0xc0, 0xc9, 0x80}, 0, 0x09, 0x00c9},
-                                 Row{{0x00, 0x50, 0xc0, 0xff, 0xff}, 0, 0x3f, 0x7fff},
-                                 Row{{0x00, 0x50, 0x60, 0xff, 0xff}, 0, 0, 0}, Row{{0x00, 0x50, 0xc0}, 0, 0, 0},
-                                 Row{{0xcb}, 0xcb, 0, 0}, Row{{0xff}, 0xff, 0, 0}});
-    for (const auto& [answer, result, ofAnalog, ofDiscrete] : rows) {
-        for (IpmiSensor* made : both) {
+    using Row = std::tuple<Bytes, unsigned int, int, int, std::string, std::string>;
+    // Answer, repeats of its code, state of the analog sensor, of the discrete one, and as texts.
+    const std::vector<Row> rows(
+        {Row{{0x00, 1, 0x40, 0x00, 0x00}, 1, 0, 0, "ok", "none"},
+         Row{{0x00, 2, 0x40, 0x01, 0x00}, 2, 1, 1, "lower non-critical", "0"},
+         Row{{0x00, 3, 0x40, 0x03, 0x00}, 3, 3, 3, "lower critical", "0,1"},
+         Row{{0x00, 4, 0x40, 0x08, 0x00}, 4, 8, 8, "upper non-critical", "3"},
+         Row{{0x00, 5, 0x40, 0x19, 0x00}, 5, 0x19, 0x19, "upper critical", "0,3,4"},
+         Row{{0x00, 6, 0x40, 0x23, 0x00}, 6, 0x23, 0x23, "upper non-recoverable", "0,1,5"},
+         Row{{0x00, 7, 0x40, 0x3f, 0x00}, 7, 0x3f, 0x3f, "lower non-recoverable", "0,1,2,3,4,5"},
+         Row{{0x00, 8, 0xc0, 0xc0, 0xc1, 9}, 8, 0, 0x41c0, "ok", "6,7,8,14"}, // the top bits are reserved
+         Row{{0xcb}, 0, 0, 0, "", ""}, Row{{0xcb}, 1, 0, 0, "", ""}, Row{{0xff}, 0, 0, 0, "", ""},
+         Row{{0x00, 9, 0x60, 0xff, 0xff}, 0, 0, 0, "", ""}, Row{{0x00, 10, 0x00, 0xff, 0xff}, 1, 0, 0, "", ""},
+         Row{{0x00, 11, 0xc0, 0x80}, 2, 0, 0x80, "ok", "7"}, Row{{0x00, 12, 0xc0}, 3, 0, 0, "ok", "none"},
+         Row{{0x00, 13}, 4, 0, 0, "", ""}, Row{{0x00}, 5, 0, 0, "", ""}, Row{{0xce}, 0, 0, 0, "", ""}});
+    for (IpmiSensor* made : both) {
+        Bytes kept;
+        EXPECT_FALSE(made->getLastReading().present || made->scanningDisabled() || made->hasReadingTime());
+        for (const auto& [answer, repeats, ofAnalog, ofDiscrete, level, states] : rows) {
             SCOPED_TRACE(testing::PrintToString(answer));
+            const int result = answer[0];
             expect({0x04, 0x2d, 0x12}, answer);
             int state = 99;
             EXPECT_EQ(made->getSensorState(state), result);
             EXPECT_EQ(state, made->isDiscrete() ? ofDiscrete : ofAnalog);
-            EXPECT_EQ(made->getLastReadResult(), static_cast<unsigned int>(result));
-            EXPECT_EQ(made->getLastReading().valid, result == 0);
-            EXPECT_EQ(made->getLastReading().present, result != 0xcb);
+            EXPECT_EQ(made->getState(false), made->isDiscrete() ? states : level);
+            EXPECT_EQ(made->getLastReadResult(), answer[0]);
+            EXPECT_EQ(made->getReadResultRepeats(), repeats);
+            kept = result == 0 ? answer : kept; // what is read stays when nothing else is
+            const auto length = static_cast<std::uint8_t>(std::min<std::size_t>(kept.size(), 5));
+            kept.resize(5);
+            const IpmiSensor::Reading now = made->getLastReading();
+            EXPECT_EQ((Bytes{now.cc, now.raw, now.flags, now.state1, now.state2}), kept);
+            EXPECT_TRUE(result != 0 || now.length == length);
+            EXPECT_EQ(now.valid, result == 0);
+            EXPECT_EQ(now.present, result != 0xcb);
+            EXPECT_EQ(made->readingStateUnavailable(), result != 0 || (now.flags & 0x20) != 0);
+            EXPECT_EQ(made->scanningDisabled(), result == 0 && (now.flags & 0x40) == 0);
         }
     }
 }
 
 TEST_F(IpmiSensorCommand, StateTextReadsOnDemandAndTheFirstTime)
 {
+    sim.clock().setWallTime(std::chrono::seconds(1'767'225'599) + std::chrono::microseconds(999'999));
     expect({0x04, 0x2d, 0x12}, {0x00, 0x50, 0xc0, 0x02});
     EXPECT_EQ(analog.getState(false), "lower critical") << "never read before";
     EXPECT_EQ(analog.getState(false), "lower critical");
+    std::string time;
+    analog.getReadingTime(time);
+    EXPECT_EQ(time, "2025-12-31T23:59:59Z");
     expect({0x04, 0x2d, 0x12}, {0x00, 0x50, 0xc0, 0x10});
     EXPECT_EQ(analog.getState(true), "upper critical");
     expect({0x04, 0x2d, 0x12}, {0xce});
     EXPECT_EQ(analog.getState(true), "");
     EXPECT_EQ(analog.getState(false), "");
-    auto eventOnly = sensor<IpmiDiscreteSensor>(record(kEventOnly));
-    EXPECT_EQ(eventOnly.getState(false), "") << "cannot be read";
+    EXPECT_EQ(sensor<IpmiDiscreteSensor>(record(kEventOnly)).getState(false), "") << "cannot be read";
 }
 
 TEST_F(IpmiSensorCommand, EventsAreRearmed)
 {
     expect({0x04, 0x2a, 0x12, 0x00}, {0x00});
     EXPECT_EQ(analog.rearmEvents(0, 0), 0);
+    expect({0x04, 0x2a, 0x12, 0x80, 0x00, 0x00, 0x00, 0x00}, {0x00});
+    EXPECT_EQ(analog.rearmEvents(0xf000, 0), 0);
     expect({0x04, 0x2a, 0x12, 0x80, 0xff, 0x0f, 0x34, 0x02}, {0xcb});
     EXPECT_EQ(analog.rearmEvents(0xffff, 0xf234), 0xcb);
     expect({0x04, 0x2a, 0x12, 0x80, 0xff, 0x7f, 0x00, 0x00}, {0x00});
@@ -119,18 +137,16 @@ TEST_F(IpmiSensorCommand, HysteresisIsAskedOnce)
         EXPECT_EQ(analog.getHysteresis(up, down, refresh), result);
         EXPECT_TRUE(up == expectedUp && down == expectedDown) << testing::PrintToString(answer);
     }
-    for (const unsigned int support : {0x00U, 0x30U}) {
-        auto without = sensor<IpmiThresholdSensor>(sensorRecord(kFull, {{5, 0x2c}, {11, support}}));
-        EXPECT_EQ(without.getHysteresis(up, down, true), -1);
-    }
+    for (const unsigned int support : {0U, 3U})
+        EXPECT_EQ(sensor<IpmiThresholdSensor>(record(kFull, 0x2c, support)).getHysteresis(up, down, true), -1);
 }
 
 TEST_F(IpmiSensorCommand, NoAnswerAndNobodyToAsk)
 {
     auto software = sensor<IpmiThresholdSensor>(record(kFull, 0x41));
-    auto nowhere = IpmiThresholdSensor(48, record(kFull).data(), 99);
+    auto nowhere = sensor<IpmiThresholdSensor>(record(kFull), 99);
     Ipmi::IpmiIfcOpenIpmiClose(0);
-    for (IpmiSensor* made : std::initializer_list<IpmiSensor*>{&software, &nowhere, &analog}) {
+    for (auto* made : {&software, &nowhere, &analog}) {
         int state = 99;
         unsigned char flags = 99, up = 99, down = 99;
         unsigned short on = 99, off = 99;

@@ -1,215 +1,148 @@
 #include "ipmi/CmpiStatus.h"
-#include "sdr/SensorAccess.h"
-#include "sdr/SensorRecords.h"
-#include "support/FakeClock.h"
-
-#include <gtest/gtest.h>
+#include "sdr/SdrBmc.h"
 
 #include <array>
 #include <atomic>
+#include <climits>
+#include <cmath>
 #include <thread>
 
 namespace
 {
 
+using namespace SdrTest;
 using namespace Support;
 using Ipmi::IpmiDiscreteSensor;
 using Ipmi::IpmiSensor;
-using Ipmi::IpmiThresholdSensor;
-using Ipmi::SensorAccess;
-
-using S = IpmiThresholdSensor;
-using Group = std::vector<long>;
-
-/// What a record says: where it is, what it is, and what only full and compact ones have: units, abilities, masks.
-std::vector<Group> fieldsOf(const S& s)
-{
-    return {{s.getSensorNumber(), s.getSensorRecordNumber(), s.getOwnerId(), s.getLun(), s.getChannel(),
-             s.getEntity().getId(), s.getEntity().getInstance()},
-            {s.getSensorType(), s.getEventReadingType(), s.getSensorDirection(), s.getEventMessageSupport(),
-             s.isLinear(), s.isAnalog(), s.isConvertible()},
-            {s.getRateUnit(), s.getModifierUnitUse(), s.getBaseUnit(), s.getModifierUnit(), s.getHysteresisSupport(),
-             s.getThresholdAccessSupport(), s.getFlags(), s.getAssertionEventMask(), s.getDeassertionEventMask(),
-             s.getLowerThresholdReadingMask(), s.getUpperThresholdReadingMask(), s.getReadableMask(),
-             s.getSettableMask()}};
-}
+using S = Ipmi::IpmiThresholdSensor;
 
 TEST(IpmiSensor, FieldsOfEveryKindOfRecord)
 {
-    const std::pair<std::uint8_t, Group> rows[] = {{kFull, {0xc4, 0xff, 0, 1, 0, 1, 1}}, // what it is
+    const std::pair<std::uint8_t, Facts> rows[] = {{kFull, {0xc4, 0xff, 0, 1, 0, 1, 1}},
                                                    {kCompact, {0xc4, 0xff, 1, 1, 1, 1, 0}},
                                                    {kEventOnly, {0x4e, 0x89, 3, 0xff, 1, 1, 0}},
                                                    {0x11, {0, 0, 0, 0xff, 1, 1, 0}}};
     Bytes record(48);
     for (std::size_t i = 0; i < record.size(); ++i)
         record[i] = static_cast<std::uint8_t>(i * 0x3b);
-    for (const auto& [type, what] : rows) {
+    for (const auto& [type, kind] : rows) {
         record[3] = type;
-        const bool has = type == kFull || type == kCompact;
-        const Group where{0x9d, 0x3b00, 0x27, 2, 6, 0xd8, 0x13};
-        const Group rest{3, 2, 0xd7, 0x12, 0, 2, 0x00d9, 0x053a, 0x0bb0, 7, 6, 0x26, 0x21};
-        EXPECT_EQ(fieldsOf(sensor<S>(record)), (std::vector{where, what, has ? rest : Group(13)}));
-        const auto made = sensor<IpmiDiscreteSensor>(record);
-        const Group masks = {made.getAssertionEventMask(), made.getDeassertionEventMask(), made.getReadingMask()};
-        EXPECT_EQ(masks, has ? (Group{0x753a, 0xebb0, 0x6126}) : Group(3));
+        const S s = sensor<S>(record);
+        EXPECT_EQ((Facts{s.getSensorNumber(), s.getSensorRecordNumber(), s.getOwnerId(), s.getLun(), s.getChannel(),
+                         s.getEntity().getId(), s.getEntity().getInstance()}),
+                  (Facts{0x9d, 0x3b00, 0x27, 2, 6, 0xd8, 0x13}));
+        EXPECT_EQ((Facts{s.getSensorType(), s.getEventReadingType(), s.getSensorDirection(), s.getEventMessageSupport(),
+                         s.isLinear(), s.isAnalog(), s.isConvertible()}),
+                  kind);
+        const auto discrete = sensor<IpmiDiscreteSensor>(record);
+        // What only full and compact ones have: units, abilities, masks.
+        EXPECT_EQ(
+            (Facts{s.getRateUnit(), s.getModifierUnitUse(), s.getBaseUnit(), s.getModifierUnit(),
+                   s.getHysteresisSupport(), s.getThresholdAccessSupport(), s.getFlags(), s.getAssertionEventMask(),
+                   s.getDeassertionEventMask(), s.getLowerThresholdReadingMask(), s.getUpperThresholdReadingMask(),
+                   s.getReadableMask(), s.getSettableMask(), discrete.getAssertionEventMask(),
+                   discrete.getDeassertionEventMask(), discrete.getReadingMask()}),
+            type > kCompact
+                ? Facts(16)
+                : (Facts{3, 2, 0xd7, 0x12, 0, 2, 0x00d9, 0x053a, 0x0bb0, 7, 6, 0x26, 0x21, 0x753a, 0xebb0, 0x6126}));
     }
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{10, 0x63}, {11, 0x40}})).getFlags(), 0x0163);
-    EXPECT_EQ(sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{10, 0x90}, {11, 0x3f}, {20, 0xfe}})).getFlags(), 0);
+    EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x63}, {11, 0x40}})).getFlags(), 0x0163);
+    EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x90}, {11, 0x3f}, {20, 0xfe}})).getFlags(), 0);
 }
 
 TEST(IpmiSensor, OfLessThanNineBytesHasNeitherNumberNorId)
 {
-    for (const std::size_t length : {8U, 9U}) {
-        const Bytes record = sensorRecord(kFull, {{0, 0x34}, {1, 0x12}, {7, 5}}, length);
+    testing::internal::CaptureStdout();
+    for (const std::size_t length : {8U, 9U, 17U}) {
+        const Bytes record = zeroRecord(kFull, {{0, 0x34}, {1, 0x12}, {7, 0xab}, {16, 0xcd}}, length);
         const auto made = sensor<S>(record);
-        EXPECT_EQ(made.getSensorNumber(), length == 9 ? 5 : 0);
-        EXPECT_EQ(made.getSensorRecordNumber(), length == 9 ? 0x1234 : 0);
+        EXPECT_EQ(made.getSensorNumber(), length < 9 ? 0 : 0xab);
+        EXPECT_EQ(made.getSensorRecordNumber(), length < 9 ? 0 : 0x1234);
         const unsigned char* bytes = nullptr;
         int kept = -1;
         made.RawRecord(bytes, kept);
         EXPECT_EQ(Bytes(bytes, bytes + kept), record);
         EXPECT_EQ(bytes, made.getSdr());
+        if (length > 9)
+            made.dump();
     }
     EXPECT_EQ(IpmiDiscreteSensor(-1, nullptr, 0).getSensorNumber(), 0);
     EXPECT_EQ(IpmiDiscreteSensor(48, nullptr, 0).getName(), "Sensor 0x00");
-}
-
-TEST(IpmiSensor, DumpPrintsTheRecord)
-{
-    testing::internal::CaptureStdout();
     sensor<IpmiDiscreteSensor>({}).dump();
-    sensor<IpmiDiscreteSensor>(sensorRecord(kFull, {{7, 0xab}, {16, 0xcd}}, 17)).dump();
     EXPECT_EQ(
         testing::internal::GetCapturedStdout(),
-        "\nSensor : 0xab\nData 0x00: 0x00 0x00 0x00 0x01 0x00 0x00 0x00 0xab 0x00 0x00 0x00 0x00 0x00 0x00 0x00 0x00"
-        "\nData 0x10: 0xcd\n");
+        "Sensor : 0xab\nData 0x00: 0x34 0x12 0x00 0x01 0x00 0x00 0x00 0xab 0x00 0x00 0x00 0x00 0x00 0x00 0x00 0x00"
+        "\nData 0x10: 0xcd\n\n");
 }
 
-TEST(IpmiSensor, AttemptsKeepTheirHistory)
+TEST(IpmiSdrRecord, KeepsWhatFitsAndReadsZeroBeyond)
 {
-    auto made = sensor<IpmiDiscreteSensor>(sensorRecord(kFull));
-    EXPECT_FALSE(made.getLastReading().present);
-    using Row = std::tuple<int, unsigned int, unsigned int, bool>; // result, how it is kept, repeats, presence
-    const std::vector<Row> rows({Row{0, 0, 1, true}, Row{0, 0, 2, true}, Row{0xcb, 0xcb, 0, false},
-                                 Row{0xcb, 0xcb, 1, false}, Row{-1, ~0U, 0, true}, Row{0, 0, 0, true}});
-    const unsigned char answer[5] = {0, 0x12, 0x40, 1, 2};
-    for (const auto& [result, stored, repeats, present] : rows) {
-        SCOPED_TRACE(testing::Message() << result << ' ' << repeats);
-        SensorAccess::beginReadAttempt(made);
-        EXPECT_TRUE(made.getLastReading().present && !made.getLastReading().valid && made.readingStateUnavailable());
-        SensorAccess::endReadAttempt(made, result);
-        EXPECT_EQ(made.getLastReadResult(), stored);
-        EXPECT_EQ(made.getReadResultRepeats(), repeats);
-        EXPECT_EQ(made.getLastReading().present, present);
-        if (result == 0)
-            made.setReading(answer);
-        EXPECT_EQ(made.getLastReading().valid, result == 0);
-        EXPECT_EQ(made.getLastReading().raw, 0x12) << "the bytes stay";
+    using Ipmi::IpmiSdrRecord;
+    const std::vector<unsigned char> data(80, 0xa5);
+    for (unsigned int length = 0; length <= data.size(); ++length) {
+        const LogCapture log;
+        const IpmiSdrRecord made(length, data.data()), copy(made);
+        IpmiSdrRecord set(64, data.data()), assigned;
+        EXPECT_EQ(set.set(length, data.data()), length > 64);
+        assigned = set; // is a set, and says it again
+        set = *&set;    // keeps what it has, and says nothing
+        EXPECT_EQ(log.lines(), std::vector<LogLine>(length > 64 ? 2 : 0, {LOG_ERR, "set: SDR is too long"}));
+        const unsigned int fits = std::min(length, 64U), taken = length > 64 ? 0 : length;
+        EXPECT_TRUE(made.length == fits && copy.length == fits && set.length == length && assigned.length == length);
+        EXPECT_EQ(made.le16(fits - 1), fits ? 0x00a5 : 0);
+        for (unsigned int i : {0U, fits - 1, fits, 63U, 64U, ~0U}) {
+            EXPECT_EQ(made.at(i), i < fits ? 0xa5 : 0) << length << " at " << i;
+            EXPECT_EQ(copy.at(i), made.at(i));
+        }
+        for (unsigned int i = 0; i < 64; ++i) {
+            EXPECT_EQ(made.bytes[i], i < fits ? 0xa5 : 0);
+            EXPECT_TRUE(set.bytes[i] == (i < taken ? 0xa5 : 0) && assigned.bytes[i] == set.bytes[i]) << length;
+        }
     }
-}
-
-TEST(IpmiSensor, AReadingIsKeptWithItsTime)
-{
-    FakeClock clock;
-    clock.setWallTime(std::chrono::seconds(1'767'225'599) + std::chrono::microseconds(999'999));
-    auto made = sensor<IpmiDiscreteSensor>(sensorRecord(kFull));
-    std::string before, time;
-    made.getReadingTime(before);
-    EXPECT_EQ(before, "1970-01-01T00:00:00Z");
-    made.setReading(nullptr);
-    EXPECT_FALSE(made.getLastReading().valid || made.hasReadingTime());
-
-    const unsigned char answer[6] = {0, 0x12, 0x60, 0x34, 0x56, 0x78};
-    for (unsigned int length = 0; length <= 6; ++length) {
-        made.setReading(answer, length);
-        const IpmiSensor::Reading reading = made.getLastReading();
-        const std::uint8_t bytes[] = {reading.cc, reading.raw, reading.flags, reading.state1, reading.state2};
-        for (unsigned int i = 0; i < 5; ++i)
-            EXPECT_EQ(bytes[i], i < length ? answer[i] : 0) << length;
-        EXPECT_EQ(reading.length, std::min(length, 5U));
-        EXPECT_FALSE(reading.available()) << "the BMC says so";
-        EXPECT_EQ(made.readingStateUnavailable(), length > 2);
-        EXPECT_EQ(made.scanningDisabled(), length <= 2);
-    }
-    made.getReadingTime(time);
-    EXPECT_EQ(time, "2025-12-31T23:59:59Z");
-}
-
-TEST(IpmiSensor, StatesAsText)
-{
-    auto analog = sensor<S>(sensorRecord(kEventOnly));
-    auto discrete = sensor<IpmiDiscreteSensor>(sensorRecord(kEventOnly));
-    const auto check = [&](const Bytes& answer, const std::string& threshold, const std::string& states) {
-        for (IpmiSensor* made : std::initializer_list<IpmiSensor*>{&analog, &discrete})
-            made->setReading(answer.data(), static_cast<unsigned int>(answer.size()));
-        EXPECT_EQ(analog.getState(false), threshold);
-        EXPECT_EQ(discrete.getState(false), states);
-    };
-    EXPECT_EQ(analog.getState(false) + discrete.getState(false), "") << "never read";
-    check({0, 1, 0x40, 0x00, 0x00}, "ok", "none");
-    check({0, 1, 0x40, 0x01, 0x00}, "lower non-critical", "0");
-    check({0, 1, 0x40, 0x03, 0x00}, "lower critical", "0,1");
-    check({0, 1, 0x40, 0x08, 0x00}, "upper non-critical", "3");
-    check({0, 1, 0x40, 0x19, 0x00}, "upper critical", "0,3,4");
-    check({0, 1, 0x40, 0x23, 0x00}, "upper non-recoverable", "0,1,5");
-    check({0, 1, 0x40, 0x3f, 0x00}, "lower non-recoverable", "0,1,2,3,4,5");
-    check({0, 1, 0xc0, 0xc0, 0xc1}, "ok", "6,7,8,14"); // the top bits are reserved
-    check({0, 1, 0x40}, "ok", "none");
-    for (const Bytes& none : {Bytes{0, 1, 0x60, 1, 0}, Bytes{0, 1, 0x00, 1, 0}, Bytes{0, 1}})
-        check(none, "", "");
+    EXPECT_EQ(IpmiSdrRecord(9, nullptr).length, 0U);
 }
 
 TEST(IpmiSensor, ThresholdsInUnitsOrNotAvailable)
 {
-    using Getter = double (S::*)() const;
-    constexpr Getter kGetters[] = {&S::getLowerThresholdNonCritical,    &S::getLowerThresholdCritical,
-                                   &S::getLowerThresholdNonRecoverable, &S::getUpperThresholdNonCritical,
-                                   &S::getUpperThresholdCritical,       &S::getUpperThresholdNonRecoverable};
+    constexpr double (S::*kGetters[])()
+        const = {&S::getLowerThresholdNonCritical, &S::getLowerThresholdCritical, &S::getLowerThresholdNonRecoverable,
+                 &S::getUpperThresholdNonCritical, &S::getUpperThresholdCritical, &S::getUpperThresholdNonRecoverable};
     using Row = std::array<std::uint8_t, 6>; // type, units, mask of the record, code, mask of the answer, available
     for (const auto& [type, units, mask, cc, answered, available] :
          {Row{kFull, 0, 0x1b, 0, 0x3f, 0x1b}, Row{kFull, 0, 0x3f, 0, 0xe4, 0x24}, Row{kFull, 0, 0x3f, 0xcd, 0x3f, 0},
           Row{kFull, 0xc0, 0x3f, 0, 0x3f, 0}, Row{kCompact, 0, 0x3f, 0, 0x3f, 0}}) {
-        auto made = sensor<S>(sensorRecord(type, {{18, mask}, {20, units}, {24, 2}}));
+        auto made = sensor<S>(zeroRecord(type, {{18, mask}, {20, units}, {24, 2}}));
         EXPECT_THROW(made.getLowerThresholdCritical(), Ipmi::CmpiStatus) << "not asked yet";
         const unsigned char answer[] = {cc, answered, 10, 11, 12, 13, 14, 15};
         made.setThresholdReading(answer);
         made.setThresholdReading(nullptr);
-        for (unsigned int i = 0; i < 6; ++i) {
-            try {
+        for (unsigned int i = 0; i < 6; ++i)
+            if (available >> i & 1)
                 EXPECT_EQ((made.*kGetters[i])(), 2.0 * (10 + i));
-                EXPECT_TRUE(available >> i & 1) << i;
-            } catch (const Ipmi::CmpiStatus& status) {
-                EXPECT_EQ(status.rc(), CMPI_RC_ERR_FAILED);
-                EXPECT_FALSE(available >> i & 1) << i;
-            }
-        }
+            else
+                EXPECT_THROW((made.*kGetters[i])(), Ipmi::CmpiStatus) << i;
         EXPECT_EQ(made.getLastThresholds().readable, answered & 0x3f);
     }
 }
 
 TEST(IpmiSensor, NoReaderSeesHalfOfTwoAnswers)
 {
-    auto made = sensor<S>(sensorRecord(kFull));
+    auto made = sensor<S>(zeroRecord(kFull));
     std::atomic<bool> done{false};
     std::atomic<int> torn{0};
     const auto read = [&] {
-        std::string text;
         while (!done) {
             const IpmiSensor::Reading reading = made.getLastReading();
             torn += reading.raw != reading.flags || reading.raw != reading.state1 || reading.raw != reading.state2;
             const IpmiSensor::Thresholds thresholds = made.getLastThresholds();
             for (std::uint8_t raw : thresholds.raw)
                 torn += raw != thresholds.raw[0] || raw % 64 != thresholds.readable;
-            made.getReadingTime(text);
-            made.getState(false);
         }
     };
     std::thread first(read), second(read);
     for (unsigned int i = 0; i < 20'000; ++i) {
         Bytes answer(8, static_cast<std::uint8_t>(i));
         answer[0] = 0;
-        SensorAccess::beginReadAttempt(made);
-        SensorAccess::endReadAttempt(made, 0);
         made.setReading(answer.data());
         made.setThresholdReading(answer.data());
     }
@@ -217,6 +150,166 @@ TEST(IpmiSensor, NoReaderSeesHalfOfTwoAnswers)
     first.join();
     second.join();
     EXPECT_EQ(torn, 0);
+}
+
+// --- conversion
+
+/// The conversion factors of a full record.
+struct Factors {
+    int m = 1, b = 0, bExp = 0, exp = 0;
+    unsigned int format = 0, function = 0;
+};
+
+S sensorOf(const Factors& f)
+{
+    const auto m = static_cast<unsigned int>(f.m), b = static_cast<unsigned int>(f.b);
+    const auto exponents = static_cast<unsigned int>((f.exp & 0xf) << 4 | (f.bExp & 0xf));
+    // Bits of tolerance, accuracy, and the reserved top bit of the linearisation are set: they must not count.
+    const Changes factors{
+        {23, 0x80 | f.function},    {24, m},        {25, m >> 2 | 0x3f}, {26, b}, {28, 0xff}, {27, b >> 2 | 0x3f},
+        {20, f.format << 6 | 0x3f}, {29, exponents}};
+    return sensor<S>(zeroRecord(kFull, factors));
+}
+
+TEST(IpmiSensorConversion, OfEveryFormatAndFunction)
+{
+    // Two inverses are none, and are meant: that of 3 (log 2), and that of 7 (1/x), which is never a number.
+    struct Row {
+        Factors factors;
+        unsigned int raw;
+        double units; ///< of the raw value
+        double value;
+        int back; ///< from the value
+    };
+    const std::vector<Row> formats(
+        {Row{{.m = 2}, 50, 100, 101, 51}, Row{{.m = 1, .b = 5, .bExp = 1, .exp = -1}, 10, 6, 6, 10},
+         Row{{}, 255, 255, 3e9, INT_MIN}, Row{{.m = -512}, 1, -512, 0, 0}, Row{{.m = 511}, 1, 511, NAN, INT_MIN},
+         Row{{.m = 0, .b = -512}, 9, -512, 5, 0}, Row{{.b = 511, .bExp = -8}, 0, 511e-8, 1e9, 1'000'000'000},
+         Row{{.b = 1, .bExp = 7, .exp = 7}, 0, 1e14, 1e14, 0}, Row{{.exp = -8}, 3, 3e-8, 3e-8, 3},
+         Row{{.b = 50}, 0, 50, -0.0, 0}, Row{{.b = 50}, 1, 51, 1e-300, -50},
+         Row{{.m = 3, .format = 2}, 0x80, -384, -30, -10}, Row{{.m = 0, .format = 2}, 1, 0, 5, INT_MIN},
+         Row{{.format = 1}, 0x80, -127, 20, 19}, Row{{.format = 1}, 0xfe, -1, -20, -21},
+         Row{{.format = 1}, 0x7f, 127, -1e-9, -1}, Row{{.m = 3, .format = 1}, 0xff, 0, 0, 0},
+         Row{{.m = 0, .format = 1}, 1, 0, 5, INT_MIN}});
+    const std::vector<Row> functions(
+        {Row{{.function = 1}, 8, std::log(8.0), 2, 7}, Row{{.function = 1}, 0, -HUGE_VAL, 2, 7},
+         Row{{.function = 2}, 100, 2, 2, 100}, Row{{.function = 3}, 8, 3, 1, 20},
+         Row{{.function = 4}, 2, std::exp(2.0), 100, 5}, Row{{.function = 4}, 0, 1, -1, INT_MIN},
+         Row{{.function = 5}, 3, 1e3, 1e3, 3}, Row{{.function = 6}, 8, 256, 256, 8},
+         Row{{.function = 7}, 8, 0.125, 0.125, INT_MIN}, Row{{.function = 7}, 0, HUGE_VAL, 8, INT_MIN},
+         Row{{.function = 8}, 8, 64, 64, 8}, Row{{.function = 9}, 3, 27, 27, 3}, Row{{.function = 10}, 9, 3, 3, 9},
+         Row{{.function = 11}, 27, 3, 3, 27}, Row{{.function = 12}, 8, 8, 3, 3}, Row{{.function = 0x7f}, 8, 8, 3, 3}});
+    for (const auto* rows : {&formats, &functions})
+        for (const auto& row : *rows) {
+            SCOPED_TRACE(testing::Message()
+                         << "function " << row.factors.function << ", " << row.raw << " is " << row.units);
+            const auto made = sensorOf(row.factors);
+            EXPECT_DOUBLE_EQ(made.convertRawValue(row.raw), row.units);
+            EXPECT_EQ(made.getReading(row.raw), made.convertRawValue(row.raw));
+            EXPECT_EQ(made.convertToRawValue(row.value), row.back);
+        }
+    EXPECT_TRUE(std::isnan(sensorOf({.format = 2, .function = 10}).convertRawValue(0xff)));
+}
+
+TEST(IpmiSensorConversion, EveryRawValueComesBackWhereTheFunctionsAreInverse)
+{
+    for (Factors factors : {Factors{.m = 7, .b = 1}, Factors{.m = -3, .b = 100, .exp = -2},
+                            Factors{.m = 500, .b = -511, .bExp = 2, .exp = -3}}) {
+        for (unsigned int i = 0; i < 512; ++i) {
+            factors.format = i < 256 ? 0 : 2;
+            const auto made = sensorOf(factors);
+            const double value = made.convertRawValue(i % 256);
+            EXPECT_TRUE(value == 0.0 || (made.convertToRawValue(value) & 0xff) == static_cast<int>(i % 256)) << i;
+        }
+    }
+}
+
+TEST(IpmiSensorConversion, WhatCannotBeConvertedIsZeroAndLogged)
+{
+    const std::string prefix = "convertRawValue: request ";
+    const S compact = sensor<S>(zeroRecord(kCompact, {{24, 1}}));
+    const S discrete = sensorOf({.format = 3});
+    const LogCapture log;
+    for (const auto* made : {&compact, &discrete})
+        EXPECT_EQ(made->convertRawValue(5) + made->convertToRawValue(5.0), 0.0); // the second one silently
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{LOG_ERR, prefix + "but not a full sensor"},
+                                                 {LOG_ERR, prefix + "against non-threshold sensor"}}));
+}
+
+// --- names
+
+TEST(IpmiSensorNames, OfTypesAndUnits)
+{
+    using Getter = std::string (IpmiSensor::*)() const;
+    struct Row {
+        Getter getter;
+        std::uint8_t type;
+        Changes patch;
+        std::string text;
+        int node = 0;
+    };
+    constexpr Getter kType = &IpmiSensor::getSensorTypeString, kEvent = &IpmiSensor::getEventReadingTypeString,
+                     kBase = &IpmiSensor::getBaseUnitString, kUnits = &IpmiSensor::getUnitsString,
+                     kModifier = &IpmiSensor::getModifierUnitString;
+    const std::vector<Row> types(
+        {Row{kType, kFull, {}, "reserved"}, Row{kType, kCompact, {{12, 0x0f}}, "System Firmwares"},
+         Row{kType, kEventOnly, {{10, 0x23}}, "Watchdog"}, Row{kType, kFull, {{12, 0x2c}}, "FRU State"},
+         Row{kType, kFull, {{12, 0x2d}}, "OEM Reserved #2d"}, Row{kType, 0x11, {{12, 1}}, ""},
+         Row{kEvent, kFull, {}, "unspecified(0x0)"}, Row{kEvent, kCompact, {{13, 12}}, "ACPI-discrete"},
+         Row{kEvent, kFull, {{13, 13}}, "int-drive"}, Row{kEvent, kFull, {{13, 27}}, "present-discrete"},
+         Row{kEvent, kFull, {{13, 35}}, "watchdog"}, Row{kEvent, kEventOnly, {{11, 0x6f}}, "sensor-discrete"},
+         Row{kEvent, kFull, {{13, 0xff}}, "unspecified(0xff)"}, Row{kEvent, 0x11, {{13, 1}}, ""}});
+    // A compact record's event/reading type stands for the unit on the command line.
+    const std::vector<Row> bases(
+        {Row{kBase, kCompact, {{13, 1}, {21, 1}}, "threshold"}, Row{kBase, kFull, {{13, 1}, {21, 1}}, "degrees C"},
+         Row{kBase, kCompact, {{13, 1}, {21, 1}}, "degrees C", 1},
+         Row{kBase, kCompact, {{13, 1}, {21, 1}}, "degrees C", 99},
+         Row{kBase, kCompact, {{13, 1}, {21, 1}, {22, 2}}, "degrees C"},
+         Row{kBase, kCompact, {{13, 1}, {21, 144}}, "threshold"}, Row{kBase, kCompact, {{13, 1}, {21, 145}}, ""},
+         Row{kBase, kEventOnly, {{21, 1}}, ""}, Row{kModifier, kCompact, {{22, 2}}, "degrees F"},
+         Row{kModifier, kEventOnly, {{22, 2}}, ""}});
+    const std::vector<Row> units(
+        {Row{kUnits, kFull, {{20, 0x80}, {21, 4}}, "Volts"}, Row{kUnits, kFull, {}, "unspecified"},
+         Row{kUnits, kFull, {{20, 1}}, "percent"}, Row{kUnits, kFull, {{20, 1}, {21, 1}}, "% degrees C"},
+         Row{kUnits, kFull, {{20, 2}, {21, 7}, {22, 22}}, "Joules/second"},
+         Row{kUnits, kFull, {{20, 4}, {21, 46}, {22, 1}}, "ft-lb*degrees C"},
+         Row{kUnits, kFull, {{20, 6}, {21, 7}, {22, 22}}, "Joules"},
+         Row{kUnits, kFull, {{20, 2}, {21, 7}, {22, 200}}, "Joules"},
+         Row{kUnits, kFull, {{20, 0x18}, {21, 68}}, "megabit per second"},
+         Row{kUnits, kFull, {{20, 0x0a}, {21, 7}, {22, 40}}, "Joules/steradians per microsecond"},
+         Row{kUnits, kFull, {{20, 0x38}, {21, 68}}, "megabit"}, Row{kUnits, kFull, {{21, 90}}, "uncorrectable error"},
+         Row{kUnits, kFull, {{20, 1}, {21, 91}}, "percent"}, Row{kUnits, kFull, {{20, 0x1a}, {21, 91}, {22, 7}}, ""},
+         Row{kUnits, kFull, {{20, 0xc0}, {21, 1}}, ""}, Row{kUnits, kCompact, {{21, 1}}, ""}});
+    Ipmi::_setState(0, Ipmi::IpmiIfc::IPMI_STATE_CLI);
+    for (const auto* rows : {&types, &bases, &units})
+        for (const Row& row : *rows)
+            EXPECT_EQ((sensor<IpmiDiscreteSensor>(zeroRecord(row.type, row.patch), row.node).*row.getter)(), row.text);
+}
+
+TEST(IpmiSensorNames, DescriptionsAndKeys)
+{
+    const auto fan = [](std::uint8_t type, const char* id) { // of processor 2
+        return withId(
+            zeroRecord(type, {{5, 0x82}, {6, 0x71}, {7, 0x0a}, {8, 3}, {9, 0x82}, {type == kEventOnly ? 10 : 12, 4}}),
+            id);
+    };
+    const std::tuple<Bytes, const char*, const char*> rows[] = {
+        {fan(kFull, "CPU Fan"), "CPU Fan: Fan of Processor 2 (node 1)", "full"},
+        {fan(kFull, ""), "[Device]: Fan of Processor 2 (node 1)", "full"},
+        {fan(kCompact, "CPU Fan"), "CPU Fan: Fan of Processor 2 (node 1)", "compact"},
+        {fan(kCompact, ""), "Unhandled Compact SDR description", "compact"},
+        {fan(kEventOnly, "Fan"), "Fan: Fan of Processor 2 (node 1)", "event-only"},
+        {fan(kEventOnly, ""), "Unhandled eventonly SDR description", "event-only"},
+        {{7, 0, 0x51, 0xc0, 5, 0x82, 0x71, 0x0a, 3, 0x82},
+         "OEM Record (0007): SDR Type C0h - OEM Data (82 71 0a 03 82)",
+         "typec0"},
+        {{7, 0, 0x51, 0x14, 5, 0x82, 0x71, 0x0a, 3, 0x82}, "Unhandled unknown SDR description", "type14"},
+    };
+    for (const auto& [record, description, kind] : rows) {
+        const auto made = sensor<IpmiDiscreteSensor>(record, 1);
+        EXPECT_EQ(made.getDescription(), description);
+        EXPECT_EQ(made.getDeviceId(), std::string("node1-owner82-channel7-lun1-sensor0a-") + kind);
+    }
 }
 
 } // namespace

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "base/Log.h"
+#include "ipmi/IpmiDiscreteSensor.h"
+#include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiThresholdSensor.h"
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sim/Bmc.h"
@@ -12,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -22,7 +26,7 @@ using Sim::Bytes;
 using Faults = std::vector<Sim::FaultRule>;
 using Lines = std::vector<Support::LogLine>;
 using Kind = Sim::SensorRecord::Kind;
-using Changes = std::vector<std::pair<std::size_t, std::uint8_t>>; ///< offset and value
+using Changes = std::map<std::size_t, unsigned>; ///< byte position and value
 
 inline constexpr std::uint8_t kGetInfo = 0x20, kReserve = 0x22, kGetSdr = 0x23;                 ///< Storage
 inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kGetReading = 0x2d; ///< Sensor/Event
@@ -33,13 +37,20 @@ inline constexpr auto netfnOf = [](std::uint8_t cmd) {
     return std::uint8_t(cmd < kGetHysteresis || cmd >= 0x40 ? 0x0a : 0x04);
 };
 
+/// Several facts, to compare at once.
+using Facts = std::vector<long>;
+template <typename... Fact> Facts facts(Fact... all)
+{
+    return {static_cast<long>(all)...};
+}
+
 // --- records
 
 /// `record` with some bytes changed.
 inline Bytes patched(Bytes record, const Changes& changes)
 {
     for (const auto& [offset, value] : changes)
-        record.at(offset) = value;
+        record.at(offset) = static_cast<std::uint8_t>(value);
     return record;
 }
 
@@ -58,6 +69,32 @@ inline std::vector<Bytes> plainRecords(int count)
     for (int i = 1; i <= count; ++i)
         records.push_back(plainRecord(static_cast<std::uint16_t>(i)));
     return records;
+}
+
+inline constexpr std::uint8_t kFull = 1, kCompact = 2, kEventOnly = 3;
+
+/// Zeros, a kind, and the bytes that matter, which may be beyond the record's end.
+inline Bytes zeroRecord(std::uint8_t type, const Changes& changes = {}, std::size_t length = 48)
+{
+    Bytes record = patched(patched(Bytes(48), {{3, type}}), changes);
+    record.resize(length);
+    return record;
+}
+
+/// The record with the identifier `id` behind a type/length byte (8-bit text unless given) at the kind's place.
+inline Bytes withId(Bytes record, const std::string& id, int typeLength = -1)
+{
+    static constexpr std::size_t kIdCode[] = {0, 47, 31, 16};
+    record.resize(kIdCode[record[3]]);
+    record.push_back(static_cast<std::uint8_t>(typeLength < 0 ? 0xc0 | id.size() : static_cast<unsigned>(typeLength)));
+    record.insert(record.end(), id.begin(), id.end());
+    record[4] = static_cast<std::uint8_t>(record.size() - 5);
+    return record;
+}
+
+template <typename Kind> Kind sensor(const Bytes& record, int node = 0)
+{
+    return Kind(static_cast<int>(record.size()), record.data(), node);
 }
 
 /// Where sensor records have what.
@@ -98,12 +135,6 @@ inline constexpr auto code = [](std::uint8_t value) { return Sim::FaultAction{.c
 inline constexpr auto cut = [](std::size_t bytes) { return Sim::FaultAction{.cutTo = bytes}; };
 inline constexpr auto lengthened = [](std::size_t bytes) { return Sim::FaultAction{.lengthenTo = bytes}; };
 inline const Sim::FaultAction kSilence{.noAnswer = true}, kLost{.lostReservation = true};
-
-/// The one line with this text; none when it is null.
-inline Lines line(int priority, const char* text)
-{
-    return text ? Lines{{priority, text}} : Lines{};
-}
 
 /// Node 0, opened on a BMC, its requests logged.
 struct SdrBmc : Sim::Responder {
@@ -151,6 +182,26 @@ struct SdrBmc : Sim::Responder {
         Lines lines = sim.log().complaints();
         std::erase_if(lines, [](const auto& line) { return line.text.starts_with("Node "); });
         return lines;
+    }
+    /// Of these lines.
+    Facts priorities()
+    {
+        Facts all;
+        for (const auto& complaint : complaints())
+            all.push_back(complaint.priority);
+        return all;
+    }
+    /// Of records read: offset and size of each piece, "/" where that is without reservation; "R" for a reservation.
+    std::string pieces(std::uint8_t reserve, std::uint8_t read) const
+    {
+        std::string text;
+        for (const Sim::Request& request : bmc.log())
+            if (request.cmd == reserve)
+                text += "R ";
+            else if (request.cmd == read)
+                text += std::to_string(request.data.at(4)) + '+' + std::to_string(request.data.at(5)) +
+                        (request.data[0] + request.data[1] == 0 ? "/ " : " ");
+        return text;
     }
     int debugLines(const char* text) { return sim.log().count(LOG_DEBUG, text); }
     int sleeps() { return static_cast<int>(sim.clock().sleeps().size()); }

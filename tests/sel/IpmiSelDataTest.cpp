@@ -5,6 +5,7 @@
 #include "node/NodeFixture.h"
 #include "sel/SelRecordLayout.h"
 
+#include <algorithm>
 #include <climits>
 
 using namespace Ipmi;
@@ -27,24 +28,19 @@ IpmiSelData record(const Patch& patch = {})
     return {&bytes, 0};
 }
 
-constexpr const char* kFormat =
-    "*string CIM_Sensor.DeviceID*uint8[2] IPMI_RecordID*uint8 IPMI_RecordType*uint8[4] IPMI_Timestamp*uint8[2] "
-    "IPMI_GeneratorID*uint8 IPMI_EvMRev*uint8 IPMI_SensorType*uint8 IPMI_SensorNumber*boolean IPMI_AssertionEvent"
-    "*uint8 IPMI_EventType*uint8 IPMI_EventData1*uint8 IPMI_EventData2*uint8 IPMI_EventData3*uint32 IANA*";
-
 TEST(IpmiSelData, OnlySomeKindsHaveEventsAndTimes)
 {
     for (unsigned int type = 0; type < 0x100; ++type) {
         const IpmiSelData data = record({{kType, type}});
         const bool event = type == 0 || type == 2;
         EXPECT_EQ(data.isSelEventRecord(), event);
-        EXPECT_EQ(data.getSensorNumber(), event ? 0x31 : 0);
-        EXPECT_EQ(data.getGeneratorId(), event ? 0x6120 : 0);
-        EXPECT_EQ(data.eventType(), event ? 1 : -1);
-        EXPECT_EQ(data.alertType(), event ? 6U : 0U);
+        EXPECT_EQ(
+            (std::vector<int>{data.getSensorNumber(), data.getGeneratorId(), data.eventType(), int(data.alertType())}),
+            (event ? std::vector{0x31, 0x6120, 1, 6} : std::vector{0, 0, -1, 0}));
         EXPECT_EQ(data.messageTimeStamp(), event || (type >= 0xc0 && type <= 0xdf) ? kTime : kNoTime);
         EXPECT_EQ(data.caption(), event ? "Assert + Temperature Upper Critical going high" : "");
-        EXPECT_EQ(data.messageFormat(), event ? kFormat : "");
+        const std::string format = data.messageFormat(), values = data.recordDataString();
+        EXPECT_EQ(std::ranges::count(format, '*') + 2, event ? std::ranges::count(values, '*') : 2);
     }
     EXPECT_EQ(record({{kEvmRevision, 0x03}}).caption(), "");
     EXPECT_EQ(record({{kEvent, 0xef}, {kData1, 0xf0}}).caption(), "Deassert + Temperature");
@@ -52,18 +48,17 @@ TEST(IpmiSelData, OnlySomeKindsHaveEventsAndTimes)
 
 TEST(IpmiSelData, TimesCountFromTheEpochOrFromTheStart)
 {
-    const std::pair<unsigned int, const char*> rows[] = {{0x20000000, "00006213184832.000000:000"},
-                                                         {0x20000001, "19870105184833.000000+000"},
-                                                         {0xfffffffe, "21060207062814.000000+000"},
-                                                         {kNoTime, "99990101000000.000000+000"}};
-    for (const auto& [time, text] : rows) {
+    for (const auto& [time, text] : {std::pair(0x20000000U, "00006213184832.000000:000"),
+                                     {0x20000001, "19870105184833.000000+000"},
+                                     {0xfffffffe, "21060207062814.000000+000"},
+                                     {kNoTime, "99990101000000.000000+000"}}) {
         const auto dateTime = record({{3, time}, {4, time >> 8}, {5, time >> 16}, {6, time >> 24}}).getCmpiDateTime();
         const CMPIString* shown = dateTime.get()->ft->getStringFormat(dateTime.get(), nullptr);
         EXPECT_STREQ(shown->ft->getCharPtr(shown, nullptr), text);
     }
 }
 
-TEST(IpmiSelData, SeverityAndAlertType)
+TEST(IpmiSelData, SeverityAlertTypeAndTexts)
 {
     const unsigned int severities[16] = {5, 5, 6, 6, 7, 7, 5, 5, 6, 6, 7, 7};
     for (unsigned int n = 0; n < 16; ++n) {
@@ -72,10 +67,6 @@ TEST(IpmiSelData, SeverityAndAlertType)
         EXPECT_EQ(record({{kEvent, 0xef}, {kSensorType, n}}).alertType(), n == 1 ? 6u : n == 5 || n == 6 ? 8u : 5u);
         EXPECT_EQ(record({{kEvent, 0x70 + n}}).alertType(), 0u);
     }
-}
-
-TEST(IpmiSelData, Texts)
-{
     EXPECT_EQ(record().recordDataString(), "*49*49.97.32*87 4*2*16 94 154 101*32 97*4*1*49*49*false*1*89*44*45*1*");
     EXPECT_EQ(record({{kType, 0xc1}, {kEvent, 0xef}}).recordDataString(),
               "*0*49.97.32*87 4*193*16 94 154 101*32 97*4*1*49*0*true*111*89*44*45*1*");
@@ -89,32 +80,29 @@ using SelRecord = NodeFixture;
 
 TEST_F(SelRecord, ReservesAndDeletes)
 {
-    const struct {
-        Bytes answer;
-        int reserved, deleted;
-    } rows[] = {{{0x00, 0x34, 0x12, 9}, 0, 0},
-                {{0x00, 0x34}, 4, 0},
-                {{0xc1, 0x34, 0x12}, 1, 1},
-                {{0xcd}, 1, 1},
-                {{0xc5}, 5, 5},
-                {{}, 4, 4}};
-    const Bytes reservation{0x0a, 0x46}, deletion{0x0a, 0x46, 0x34, 0x12, 0x57, 0x04};
+    using Row = std::tuple<Bytes, int, int>; // answer, result of a reservation, and of a deletion
+    const Bytes reservation{0x0a, 0x46}, deletion{0x0a, 0x46, 0x34, 0x12, 0x57, 0x04}, reserved{0x00, 0x34, 0x12, 9};
     const auto expect = [this](const Bytes& request, const Bytes& answer) {
         if (auto& step = bmc.expect(request, answer); answer.empty())
             step.silent();
     };
-    for (const auto& row : rows) {
+    for (const auto& [answer, ofReservation, ofDeletion] : {Row{reserved, 0, 0},
+                                                            {{0x00, 0x34}, 4, 0},
+                                                            {{0xc1, 0x34, 0x12}, 1, 1},
+                                                            {{0xcd}, 1, 1},
+                                                            {{0xc5}, 5, 5},
+                                                            {{}, 4, 4}}) {
         unsigned short id = 0x5a5a;
-        expect(reservation, row.answer);
-        EXPECT_EQ(record().reserve(id), row.reserved);
-        EXPECT_EQ(id, row.reserved == 0 ? 0x1234 : 0x5a5a);
-        expect(reservation, row.answer);
-        if (row.reserved == 0)
-            expect(deletion, row.answer);
-        EXPECT_EQ(record().clear(), row.reserved) << "nothing is deleted without a reservation";
-        expect(reservation, rows[0].answer);
-        expect(deletion, row.answer);
-        EXPECT_EQ(record().clear(), row.deleted);
+        expect(reservation, answer);
+        EXPECT_EQ(record().reserve(id), ofReservation);
+        EXPECT_EQ(id, ofReservation == 0 ? 0x1234 : 0x5a5a);
+        expect(reservation, answer);
+        if (ofReservation == 0)
+            expect(deletion, answer);
+        EXPECT_EQ(record().clear(), ofReservation) << "nothing is deleted without a reservation";
+        expect(reservation, reserved);
+        expect(deletion, answer);
+        EXPECT_EQ(record().clear(), ofDeletion);
         bmc.done();
     }
 }
