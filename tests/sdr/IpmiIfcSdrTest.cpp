@@ -211,7 +211,7 @@ TEST(SdrRepository, FilesEachTypeNewestFirst)
     std::vector<Bytes> records;
     for (const std::uint8_t type : Bytes{1, 2, 3, 8, 9, 0x10, 0x11, 0x12, 0xc0, 0, 4, 0x13, 0xc1, 0xff})
         records.push_back(plainRecord(static_cast<std::uint16_t>(records.size()), 5, type));
-    for (const std::size_t size : {255, 256, 260}) // their length byte has room for the first one only
+    for (const std::size_t size : {255U, 256U, 260U}) // their length byte has room for the first one only
         records.push_back(plainRecord(static_cast<std::uint16_t>(records.size()), size));
     SdrBmc node(records);
     SdrRepository& lists = node.repository();
