@@ -66,7 +66,6 @@ private:
     std::optional<std::chrono::milliseconds> nextDue() override;
     void act() override;
     int connect();
-    void sent();
     int failureOf(unsigned int request);
 
     static SimNode* at(int node);
