@@ -57,7 +57,7 @@ private:
     static constexpr unsigned kMostCommands = 100'000;
 
     Sim::Bmc bmc_;
-    TRX::WireReader input_;
+    Ipmi::wire::Reader input_;
     unsigned commands_ = 0;
 };
 

@@ -43,7 +43,7 @@ void Fuzz::use(Span bytes)
         device.adopt(ends[0]);
         user = ends[1];
     }
-    for (TRX::WireReader input(bytes); input.remaining() != 0; device.pump()) {
+    for (Ipmi::wire::Reader input(bytes); input.remaining() != 0; device.pump()) {
         const unsigned step = input.u8(); // whose datagram it is, and how long after the one before
         const auto piece = nextPiece(input);
         ::send(users[step % users.size()], piece.data(), piece.size(), MSG_DONTWAIT | MSG_NOSIGNAL);

@@ -23,7 +23,7 @@ namespace
 int offered = -1; ///< the program's end of the one connection that there is
 
 /// The driver's side says all that it will ever say, and may hang up. @return its end
-int drive(TRX::WireReader input)
+int drive(Ipmi::wire::Reader input)
 {
     int ends[2];
     Fuzz::demand(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0, "a socket pair");
@@ -60,7 +60,7 @@ void Fuzz::use(Span input)
 {
     static Support::FakeClock clock;
     static Sim::Shim::Hooks hooks;
-    const int end = drive(TRX::WireReader(input));
+    const int end = drive(Ipmi::wire::Reader(input));
     hooks.connect = [](void*, int) { return std::exchange(offered, -ENOENT); };
     Sim::Shim::install(&hooks);
     const int fd = IpmiIfcOpenIpmiOpen(0);

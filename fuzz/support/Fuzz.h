@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Text.h"
-#include "base/WireReader.h"
+#include "wire/Cursor.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +19,7 @@ using Span = std::span<const std::uint8_t>;
 void use(Span input);
 
 /// The next piece of the input: a length byte, then as many bytes; what there is, at the end.
-inline Span nextPiece(TRX::WireReader& input)
+inline Span nextPiece(Ipmi::wire::Reader& input)
 {
     const std::size_t length = input.u8();
     return input.bytes(length < input.remaining() ? length : input.remaining());

@@ -48,6 +48,19 @@ public:
         IPMI_POLL_SEL = 4      ///< the event log only, unless there are new events
     };
 
+    /// What a member that returns a number means by it; which ones it has is said there. A number may have two
+    /// meanings: they are given.
+    enum IPMI_RESULT : int {
+        IPMI_RESULT_BAD_NODE = -2, ///< a node outside 0..3
+        IPMI_RESULT_OK = 0,
+        IPMI_RESULT_NOT_FOUND = 2,
+        IPMI_RESULT_ALREADY_THERE = 2,
+        IPMI_RESULT_BUSY = 2, ///< the BMC stayed busy
+        IPMI_RESULT_NO_RESPONSE = 4,
+        IPMI_RESULT_BAD_ARGUMENT = 5,
+        IPMI_RESULT_REFUSED = 5 ///< by the BMC
+    };
+
     IpmiIfc() = delete;
 
     // --- node state

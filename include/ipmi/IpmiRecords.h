@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ipmi/Export.h"
+#include "ipmi/LittleEndian.h"
 
 #include <cstdint>
 
@@ -48,8 +49,8 @@ struct ipmiifc_sdr_info {
     std::uint8_t bytes[15] = {};
 
     std::uint8_t version() const { return bytes[1]; }
-    std::uint16_t recordCount() const { return static_cast<std::uint16_t>(bytes[2] | bytes[3] << 8); }
-    std::uint16_t freeSpace() const { return static_cast<std::uint16_t>(bytes[4] | bytes[5] << 8); }
+    std::uint16_t recordCount() const { return le16(bytes + 2); }
+    std::uint16_t freeSpace() const { return le16(bytes + 4); }
 };
 
 /// Answer of Get SEL Info (IPMI 2.0, 31.2), completion code first; all zero before the first one.
@@ -57,21 +58,14 @@ struct ipmiifc_sel_info {
     std::uint8_t bytes[15] = {};
 
     std::uint8_t version() const { return bytes[1]; }
-    std::uint16_t entryCount() const { return static_cast<std::uint16_t>(bytes[2] | bytes[3] << 8); }
+    std::uint16_t entryCount() const { return le16(bytes + 2); }
     /// In bytes; 0xffff stands for that many and for more.
-    std::uint16_t freeSpace() const { return static_cast<std::uint16_t>(bytes[4] | bytes[5] << 8); }
+    std::uint16_t freeSpace() const { return le16(bytes + 4); }
     /// Most recent addition and most recent erasure, in seconds on the BMC's clock; 0xffffffff: not known.
-    std::uint32_t addTime() const { return longAt(6); }
-    std::uint32_t eraseTime() const { return longAt(10); }
+    std::uint32_t addTime() const { return le32(bytes + 6); }
+    std::uint32_t eraseTime() const { return le32(bytes + 10); }
     /// Bit 7: records were lost as the log was full; bits 3..0: Delete, Partial Add, Reserve, Get Allocation Info.
     std::uint8_t operationSupport() const { return bytes[14]; }
-
-private:
-    std::uint32_t longAt(int at) const
-    {
-        return bytes[at] | static_cast<std::uint32_t>(bytes[at + 1]) << 8 |
-               static_cast<std::uint32_t>(bytes[at + 2]) << 16 | static_cast<std::uint32_t>(bytes[at + 3]) << 24;
-    }
 };
 
 /// Answer of Get SEL Allocation Info (IPMI 2.0, 31.3), completion code first; all zero before the first one.
@@ -79,7 +73,7 @@ struct ipmiifc_sel_alloc_info {
     std::uint8_t bytes[10] = {};
 
     /// Size of an allocation unit in bytes; 0 where the BMC does not say.
-    std::uint16_t unitSize() const { return static_cast<std::uint16_t>(bytes[3] | bytes[4] << 8); }
+    std::uint16_t unitSize() const { return le16(bytes + 3); }
 };
 
 /// A record of the system event log as it stands there (IPMI 2.0, 32.1).

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ipmi/Export.h"
+#include "ipmi/LittleEndian.h"
 
 #include <cstdint>
 
@@ -32,7 +33,7 @@ public:
         return index < length && index < kCapacity ? bytes[index] : std::uint8_t{0};
     }
     /// Two bytes from `index`, LS byte first; bytes beyond the record are 0.
-    std::uint16_t le16(unsigned int index) const { return static_cast<std::uint16_t>(at(index) | at(index + 1) << 8); }
+    std::uint16_t le16(unsigned int index) const { return Ipmi::le16(at(index), at(index + 1)); }
 
     unsigned int length = 0;
     unsigned char bytes[kCapacity] = {};

@@ -11,7 +11,7 @@ namespace
 class SystemClock final : public Clock
 {
 public:
-    void sleep(std::chrono::seconds duration, int wake) override
+    void sleep(std::chrono::milliseconds duration, int wake) override
     {
         const auto end = steadyTime() + duration;
         pollfd descriptor{wake, POLLIN, 0};

@@ -17,7 +17,7 @@ public:
     virtual ~Clock() = default;
 
     /// For so long, but no longer than until the descriptor `wake`, where it is not -1, is readable.
-    virtual void sleep(std::chrono::seconds duration, int wake) = 0;
+    virtual void sleep(std::chrono::milliseconds duration, int wake) = 0;
     /// As poll(2), EINTR included.
     virtual int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) = 0;
     /// Time since 1970-01-01 00:00:00 UTC.

@@ -2,7 +2,8 @@
 
 #include "ipmi/IpmiIfc.h"
 #include "node/IpmiNode.h"
-#include "sdr/SdrLayout.h"
+#include "wire/Bits.h"
+#include "wire/SdrLayout.h"
 
 #include <memory>
 #include <new>
@@ -14,7 +15,7 @@ namespace Ipmi
 namespace
 {
 
-constexpr unsigned int kInstanceBits = 0x7f;
+using wire::sdr::kInstanceBits;
 
 /// Key of an entity under a container, or at the top where that is null.
 std::uint64_t keyOf(const entity_id* container, const entity_id& entity)
@@ -84,38 +85,40 @@ class Association
 {
 public:
     Association(int node, const ipmiifc_sdr_list& record)
-        : node_(node), record_(record), container_{record.at(sdr_record::association::kContainerId),
-                                                   record.at(sdr_record::association::kContainerInstance)}
+        : node_(node),
+          record_(record), container_{record.at(wire::sdr::kContainerId), record.at(wire::sdr::kContainerInstance)}
     {
     }
 
     void add()
     {
-        using namespace sdr_record::association;
-        const unsigned int flags = record_.at(kFlags);
-        IpmiIfcEntityAddParent(node_, &container_, flags >> kPresenceReadable & 1);
-        if (flags >> kRanges & 1) {
-            addRange(kMembers);
-            addRange(kMembers + 2 * kMemberSize);
+        const unsigned int flags = record_.at(kLayout.flags);
+        IpmiIfcEntityAddParent(node_, &container_, wire::bit(flags, wire::sdr::kPresenceReadableBit));
+        if (wire::bit(flags, wire::sdr::kRangesBit)) {
+            addRange(kLayout.firstMember);
+            addRange(kLayout.firstMember + 2 * kLayout.memberSize);
             return;
         }
-        for (unsigned int i = 0; i < kMemberCount; ++i)
-            addMember(kMembers + i * kMemberSize);
+        for (std::size_t i = 0; i < wire::sdr::kMemberCount; ++i)
+            addMember(kLayout.firstMember + i * kLayout.memberSize);
     }
 
 private:
-    entity_id memberAt(unsigned int offset) const { return {record_.at(offset), record_.at(offset + 1)}; }
+    // Device-relative associations too: this is meant.
+    static constexpr wire::sdr::AssociationLayout kLayout = wire::sdr::kEntityLayout;
 
-    void addMember(unsigned int offset)
+    entity_id memberAt(std::size_t offset) const { return {record_.at(offset), record_.at(offset + 1)}; }
+
+    void addMember(std::size_t offset)
     {
         const entity_id member = memberAt(offset);
         if (member.id != 0)
             IpmiIfcEntityAddChild(node_, &container_, member.id, member.instance);
     }
 
-    void addRange(unsigned int offset)
+    void addRange(std::size_t offset)
     {
-        const entity_id first = memberAt(offset), last = memberAt(offset + sdr_record::association::kMemberSize);
+        const entity_id first = memberAt(offset), last = memberAt(offset + kLayout.memberSize);
         if (first.id == 0 || first.id != last.id)
             return;
         for (unsigned int instance = first.instance; instance <= last.instance; ++instance)
@@ -130,7 +133,7 @@ private:
 void addOwners(int node, const ipmiifc_sdr_list* sensors)
 {
     for (; sensors; sensors = sensors->next) {
-        entity_id entity{sensors->at(sdr_record::kEntityId), sensors->at(sdr_record::kEntityInstance)};
+        entity_id entity{sensors->at(wire::sdr::kEntityId), sensors->at(wire::sdr::kEntityInstance)};
         if (IpmiIfcEntityOnList(node, &entity) == 0)
             IpmiIfcEntityAddParent(node, &entity, 0);
     }
@@ -149,7 +152,6 @@ int IpmiIfcEntityListCreate(int node)
         return 0;
     IpmiNode& self = g_IpmiNode[node];
     TRX::ReadLock hold(self.sdrLock);
-    // Device-relative associations are read with the layout of the plain ones: this is meant.
     for (const auto* record = self.repository.sdr_entity_assoc; record; record = record->next)
         Association(node, *record).add();
     addOwners(node, self.repository.sdr_full);
@@ -288,11 +290,6 @@ std::vector<IpmiEntity> IpmiIfc::getEntities(int node)
     return self.entities.flat;
 }
 
-std::vector<IpmiEntity> IpmiIfc::getEntities()
-{
-    return getEntities(0);
-}
-
 IpmiEntity IpmiIfc::getEntityParent(int node, unsigned int id, unsigned int instance)
 {
     constexpr unsigned int kHighest = 0xff;
@@ -300,11 +297,6 @@ IpmiEntity IpmiIfc::getEntityParent(int node, unsigned int id, unsigned int inst
         return {};
     entity_id entity{static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(instance & kInstanceBits)};
     return IpmiIfcEntityFindParent(node, &entity);
-}
-
-IpmiEntity IpmiIfc::getEntityParent(unsigned int id, unsigned int instance)
-{
-    return getEntityParent(0, id, instance);
 }
 
 IpmiEntity IpmiEntity::getParent() const

@@ -1,14 +1,16 @@
 #include "node/IdentityAnswers.h"
 
 #include "base/Text.h"
-#include "base/WireReader.h"
-#include "node/DeviceIdLayout.h"
 #include "node/IpmiIfcIdentity.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
 
 #include <algorithm>
 
 namespace Ipmi
 {
+
+namespace device_id = wire::device_id;
 
 namespace
 {
@@ -19,13 +21,13 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr unsigned int kFlaggedMaker = 47196;
 
 /// What is to be said about an answer before anybody looks inside.
-int judge(const ipmiifc_resp* resp)
+int judge(const ipmiifc_resp& resp)
 {
-    if (!resp || resp->datalen < 1)
+    if (resp.datalen < 1)
         return -1;
-    if (resp->cc != 0)
-        return resp->cc;
-    return isNode(resp->node) ? 0 : -1;
+    if (resp.cc != 0)
+        return resp.cc;
+    return isNode(resp.node) ? 0 : -1;
 }
 
 Bytes answerBytes(const ipmiifc_resp& resp)
@@ -45,7 +47,7 @@ template <std::size_t Room> std::size_t keepBytes(std::array<std::uint8_t, Room>
 /// The firmware facts that the building of node 0's sensors asks for.
 void publishFirmware(Bytes answer)
 {
-    TRX::WireReader reader(answer);
+    wire::Reader reader(answer);
     reader.skip(device_id::kFirmwareMajor);
     const unsigned int major = reader.u8() & 0x7f, minor = reader.u8();
     reader.skip(device_id::kManufacturer - device_id::kIpmiVersion);
@@ -58,7 +60,7 @@ void publishFirmware(Bytes answer)
 }
 
 /// Takes what `reader` still has of a text, up to its length. @return false for nothing
-bool takeText(SystemInfoText& text, TRX::WireReader& reader)
+bool takeText(SystemInfoText& text, wire::Reader& reader)
 {
     const std::size_t missing = text.length - text.bytes.size();
     const Bytes more = reader.bytes(std::min(missing, reader.remaining()));
@@ -71,7 +73,7 @@ bool takeText(SystemInfoText& text, TRX::WireReader& reader)
 std::optional<SystemInfoText> firstTextBlock(Bytes answer)
 {
     constexpr std::size_t kBlockEnd = 19;
-    TRX::WireReader reader(answer.first(std::min(answer.size(), kBlockEnd)));
+    wire::Reader reader(answer.first(std::min(answer.size(), kBlockEnd)));
     reader.skip(3);
     SystemInfoText text;
     text.encoding = reader.u8() & 0x0f;
@@ -82,11 +84,11 @@ std::optional<SystemInfoText> firstTextBlock(Bytes answer)
     return text;
 }
 
-int keepText(const ipmiifc_resp* resp, std::optional<SystemInfoText>& store)
+int keepText(const ipmiifc_resp& resp, std::optional<SystemInfoText>& store)
 {
     if (const int result = judge(resp); result != 0)
         return result;
-    auto text = firstTextBlock(answerBytes(*resp));
+    auto text = firstTextBlock(answerBytes(resp));
     if (!text)
         return -1;
     store = std::move(text);
@@ -96,11 +98,11 @@ int keepText(const ipmiifc_resp* resp, std::optional<SystemInfoText>& store)
 /// Hands an answer to `keep` for the node that it names.
 int handle(const ipmiifc_resp* resp, KeepAnswer keep)
 {
-    if (const int result = judge(resp); result != 0)
+    if (const int result = resp ? judge(*resp) : -1; result != 0)
         return result;
     IpmiNode& self = g_IpmiNode[resp->node];
     TRX::MutexLock hold(self.bmcInfoLock);
-    return keep(self.identity, resp);
+    return keep(self.identity, *resp);
 }
 
 } // namespace
@@ -109,32 +111,32 @@ std::atomic<int> IpmiIfc::maj{0};
 std::atomic<int> IpmiIfc::min{0};
 std::atomic<bool> IpmiIfc::hpe_bmc{false};
 
-int keepDeviceId(BmcIdentity& identity, const ipmiifc_resp* resp)
+int keepDeviceId(BmcIdentity& identity, const ipmiifc_resp& resp)
 {
     if (const int result = judge(resp); result != 0)
         return result;
-    const Bytes answer = answerBytes(*resp);
+    const Bytes answer = answerBytes(resp);
     identity.deviceIdLength = keepBytes(identity.deviceId, answer);
-    if (resp->node == 0)
+    if (resp.node == 0)
         publishFirmware(answer);
     return 0;
 }
 
-int keepOsName(BmcIdentity& identity, const ipmiifc_resp* resp)
+int keepOsName(BmcIdentity& identity, const ipmiifc_resp& resp)
 {
     return keepText(resp, identity.osName);
 }
 
-int keepOsVersion(BmcIdentity& identity, const ipmiifc_resp* resp)
+int keepOsVersion(BmcIdentity& identity, const ipmiifc_resp& resp)
 {
     return keepText(resp, identity.osVersion);
 }
 
-bool addTextBlock(SystemInfoText& text, const ipmiifc_resp* resp)
+bool addTextBlock(SystemInfoText& text, const ipmiifc_resp& resp)
 {
     if (judge(resp) != 0)
         return false;
-    TRX::WireReader reader(answerBytes(*resp));
+    wire::Reader reader(answerBytes(resp));
     reader.skip(3); // completion code, parameter revision, set selector
     return reader.ok() && takeText(text, reader);
 }
@@ -147,11 +149,11 @@ std::string textOf(const SystemInfoText& text)
                                                   : TRX::textFromLatin1(text.bytes));
 }
 
-int keepSelfTest(BmcIdentity& identity, const ipmiifc_resp* resp)
+int keepSelfTest(BmcIdentity& identity, const ipmiifc_resp& resp)
 {
     if (const int result = judge(resp); result != 0)
         return result;
-    identity.selfTestLength = keepBytes(identity.selfTest, answerBytes(*resp));
+    identity.selfTestLength = keepBytes(identity.selfTest, answerBytes(resp));
     return 0;
 }
 

@@ -1,38 +1,40 @@
 // Identity members of the caller-facing interface.
 #include "node/IpmiIfcIdentity.h"
 
-#include "node/DeviceIdLayout.h"
 #include "node/IdentityAnswers.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/OneShotCommands.h"
+#include "transport/Answer.h"
+#include "wire/AnswerLayout.h"
 
 #include <cstdio>
 
 namespace Ipmi
 {
 
+namespace device_id = wire::device_id;
+namespace self_test = wire::self_test;
+
 namespace
 {
 
-constexpr int kNoResponse = 4, kBadArgument = 5;
-
 /// Asks the node again for one of its identity answers.
-void ask(int node, std::size_t command, KeepAnswer keep, BmcIdentity& identity)
+void askAgain(int node, std::size_t command, KeepAnswer keep, BmcIdentity& identity)
 {
     const OneShotCommand& one = kOneShotCommands[command];
-    const Response response = sendCommand(node, one.netfn, one.cmd, one.request());
-    keep(identity, response.get());
+    const Answer answer = ask(node, one.command, one.request());
+    if (answer.answered())
+        keep(identity, answer.reply(node));
 }
 
 /// The Get Device ID answer, asked for where fewer than `need` bytes of it are known; nothing when that does not help.
-std::optional<std::array<std::uint8_t, device_id::kSize>> deviceId(int node, std::size_t need)
+std::optional<std::array<std::uint8_t, wire::device_id::kSize>> deviceId(int node, std::size_t need)
 {
     if (!isNode(node))
         return std::nullopt;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.bmcInfoLock);
     if (self.identity.deviceIdLength < need)
-        ask(node, kAskDeviceId, keepDeviceId, self.identity);
+        askAgain(node, kAskDeviceId, keepDeviceId, self.identity);
     if (self.identity.deviceIdLength < need)
         return std::nullopt;
     return self.identity.deviceId;
@@ -43,7 +45,7 @@ int deviceIdByte(int node, std::size_t index, unsigned char mask, unsigned char&
 {
     const auto answer = deviceId(node, index + 1);
     value = answer ? (*answer)[index] & mask : 0;
-    return answer ? 0 : kNoResponse;
+    return answer ? 0 : IpmiIfc::IPMI_RESULT_NO_RESPONSE;
 }
 
 /// Asks for the blocks after the first; what cannot be had is not asked for again.
@@ -51,8 +53,8 @@ void completeText(int node, std::uint8_t parameter, SystemInfoText& text)
 {
     for (std::uint8_t set = 1; text.bytes.size() < text.length; ++set) {
         const std::uint8_t request[] = {0, parameter, set, 0};
-        const Response response = sendCommand(node, kApp, kGetSystemInfo, request);
-        if (!addTextBlock(text, response.get()))
+        const Answer answer = ask(node, wire::kGetSystemInfo, request);
+        if (!addTextBlock(text, answer.reply(node)))
             text.length = static_cast<std::uint8_t>(text.bytes.size());
     }
 }
@@ -66,7 +68,7 @@ std::string systemInfo(int node, std::optional<SystemInfoText> BmcIdentity::*fie
     TRX::MutexLock hold(self.bmcInfoLock);
     std::optional<SystemInfoText>& text = self.identity.*field;
     if (!text)
-        ask(node, command, keep, self.identity);
+        askAgain(node, command, keep, self.identity);
     if (!text)
         return {};
     completeText(node, kOneShotCommands[command].data[1], *text);
@@ -86,10 +88,10 @@ int IpmiIfc::getManufacturerId(int node, unsigned char* id, unsigned char& lengt
 {
     length = 0;
     if (!id)
-        return kBadArgument;
+        return IPMI_RESULT_BAD_ARGUMENT;
     const auto answer = deviceId(node, device_id::kProduct);
     if (!answer)
-        return kNoResponse;
+        return IPMI_RESULT_NO_RESPONSE;
     length = device_id::kProduct - device_id::kManufacturer;
     std::copy_n(answer->begin() + device_id::kManufacturer, length, id);
     return 0;
@@ -100,7 +102,7 @@ std::string IpmiIfc::getManufacturerName(int node)
     unsigned char id[3], length;
     if (getManufacturerId(node, id, length) != 0)
         return {};
-    const auto enterprise = static_cast<unsigned int>(id[0] | id[1] << 8 | id[2] << 16);
+    const auto enterprise = le24(id);
     const char* name = manufacturerName(enterprise);
     return name ? name : formatted("Unknown (0x%06x)", enterprise);
 }
@@ -108,9 +110,8 @@ std::string IpmiIfc::getManufacturerName(int node)
 int IpmiIfc::getProductId(int node, unsigned short& id)
 {
     const auto answer = deviceId(node, device_id::kAuxiliary);
-    id = answer ? static_cast<unsigned short>((*answer)[device_id::kProduct] | (*answer)[device_id::kProduct + 1] << 8)
-                : 0;
-    return answer ? 0 : kNoResponse;
+    id = answer ? le16(&(*answer)[device_id::kProduct]) : std::uint16_t{0};
+    return answer ? 0 : IPMI_RESULT_NO_RESPONSE;
 }
 
 int IpmiIfc::getDeviceId(int node, unsigned char& id)
@@ -153,66 +154,15 @@ int IpmiIfc::getSelfTest(int node, unsigned short& code)
 {
     code = 0;
     if (!isNode(node))
-        return kNoResponse;
+        return IPMI_RESULT_NO_RESPONSE;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.bmcInfoLock);
     if (self.identity.selfTestLength < self_test::kSize)
-        ask(node, kAskSelfTest, keepSelfTest, self.identity);
+        askAgain(node, kAskSelfTest, keepSelfTest, self.identity);
     if (self.identity.selfTestLength < self_test::kSize)
-        return kNoResponse;
-    code = static_cast<unsigned short>(self.identity.selfTest[self_test::kResult] << 8 |
-                                       self.identity.selfTest[self_test::kDetail]);
+        return IPMI_RESULT_NO_RESPONSE;
+    code = le16(self.identity.selfTest[self_test::kDetail], self.identity.selfTest[self_test::kResult]);
     return 0;
-}
-
-int IpmiIfc::getManufacturerId(unsigned char* id, unsigned char& length)
-{
-    return getManufacturerId(0, id, length);
-}
-
-std::string IpmiIfc::getManufacturerName()
-{
-    return getManufacturerName(0);
-}
-
-int IpmiIfc::getProductId(unsigned short& id)
-{
-    return getProductId(0, id);
-}
-
-int IpmiIfc::getDeviceId(unsigned char& id)
-{
-    return getDeviceId(0, id);
-}
-
-int IpmiIfc::getDeviceRevision(unsigned char& revision)
-{
-    return getDeviceRevision(0, revision);
-}
-
-std::string IpmiIfc::getFirmwareVersion()
-{
-    return getFirmwareVersion(0);
-}
-
-std::string IpmiIfc::getIpmiVersion()
-{
-    return getIpmiVersion(0);
-}
-
-std::string IpmiIfc::getHostOsName()
-{
-    return getHostOsName(0);
-}
-
-std::string IpmiIfc::getHostOsVersion()
-{
-    return getHostOsVersion(0);
-}
-
-int IpmiIfc::getSelfTest(unsigned short& code)
-{
-    return getSelfTest(0, code);
 }
 
 } // namespace Ipmi

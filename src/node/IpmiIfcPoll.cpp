@@ -4,8 +4,8 @@
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiNode.h"
-#include "node/SignalPipe.h"
 #include "sel/IpmiIfcSel.h"
+#include "transport/SignalPipe.h"
 
 #include <algorithm>
 
@@ -177,21 +177,6 @@ void IpmiIfc::setPollingInterval(int node, int interval)
 int IpmiIfc::getPollingInterval(int node)
 {
     return isNode(node) ? g_IpmiNode[node].pollingInterval.load() : -1;
-}
-
-void IpmiIfc::doPoll()
-{
-    doPoll(0);
-}
-
-void IpmiIfc::setPollingInterval(int interval)
-{
-    setPollingInterval(0, interval);
-}
-
-int IpmiIfc::getPollingInterval()
-{
-    return getPollingInterval(0);
 }
 
 } // namespace Ipmi

@@ -3,13 +3,13 @@
 #include "entity/IpmiIfcEntity.h"
 #include "ipmi/CmpiStatus.h"
 #include "node/IpmiIfcIdentity.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
+#include "node/LoopScope.h"
 #include "node/OneShotCommands.h"
-#include "node/PollThread.h"
-#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sel/IpmiIfcSel.h"
+#include "transport/Device.h"
+#include "transport/SignalPipe.h"
 
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ namespace
 class Life
 {
 public:
-    explicit Life(int node) : node_(node), thread_(node) {}
+    explicit Life(int node) : node_(node), loop_(node) {}
     ~Life()
     {
         _setState(node_, IpmiIfc::IPMI_STATE_STOPPED);
@@ -36,7 +36,7 @@ public:
 
 private:
     int node_;
-    PollThread thread_;
+    LoopScope loop_;
 };
 
 /// The pipe of a use before that was not ended: a start that failed, or IpmiIfcInitForCLI.
@@ -121,7 +121,7 @@ void IpmiIfc::stop(int node)
     if (!isNode(node))
         return;
     IpmiNode& self = g_IpmiNode[node];
-    if (PollThread::isIn(node))
+    if (LoopScope::isIn(node))
         throw CmpiStatus(CMPI_RC_ERROR, "IpmiIfc::stop called from a handler of the node");
     if (self.shutdown.exchange(true))
         throw CmpiStatus(CMPI_RC_ERROR, "IpmiIfc::stop called twice");
@@ -129,16 +129,6 @@ void IpmiIfc::stop(int node)
     wakeForShutdown(node);
     waitState(node, IPMI_STATE_STOPPED);
     closeNode(node);
-}
-
-void IpmiIfc::start(int interval)
-{
-    start(0, interval);
-}
-
-void IpmiIfc::stop()
-{
-    stop(0);
 }
 
 } // namespace Ipmi

@@ -13,6 +13,11 @@ namespace Ipmi
 
 IpmiNode g_IpmiNode[kNodeCount];
 
+Channel& channelOf(int node)
+{
+    return g_IpmiNode[node];
+}
+
 namespace
 {
 
@@ -61,7 +66,8 @@ void InitIpmiNode(int node)
         const State state = stateOf(self);
         if (state == IpmiIfc::IPMI_STATE_STARTING || state == IpmiIfc::IPMI_STATE_RUNNING)
             refuse(state, IpmiIfc::IPMI_STATE_IDLE, state);
-        self.signalCmdPipeFds[FD_READ] = -1; // first: in an initialised node they count
+        self.pipeIsOpen = false; // whoever begins a new life has closed it
+        self.signalCmdPipeFds[FD_READ] = -1;
         self.signalCmdPipeFds[FD_WRITE] = -1;
         self.state = IpmiIfc::IPMI_STATE_IDLE;
     }
@@ -77,7 +83,7 @@ void InitIpmiNode(int node)
         self.sel.beginLife();
     }
     IpmiIfcEntityCleanUpAll(node);
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     TRX::WriteLock hold(self.sdrLock);
     self.repository.reset();
 }
@@ -124,11 +130,6 @@ State IpmiIfc::getState(int node)
     return _getState(node);
 }
 
-State IpmiIfc::getState()
-{
-    return getState(0);
-}
-
 State IpmiIfc::waitState(int node, int mask)
 {
     if (!isNode(node))
@@ -139,11 +140,6 @@ State IpmiIfc::waitState(int node, int mask)
     while ((self.state & mask) == 0)
         self.stateCond.wait(self.stateLock);
     return stateOf(self);
-}
-
-State IpmiIfc::waitState(int mask)
-{
-    return waitState(0, mask);
 }
 
 State IpmiIfc::timedWaitState(int node, int mask, long seconds, long microseconds)
@@ -161,11 +157,6 @@ State IpmiIfc::timedWaitState(int node, int mask, long seconds, long microsecond
         TRX::Clock::get().waitUntil(self.stateCond, self.stateLock, deadline);
     }
     return stateOf(self);
-}
-
-State IpmiIfc::timedWaitState(int mask, long seconds, long microseconds)
-{
-    return timedWaitState(0, mask, seconds, microseconds);
 }
 
 } // namespace Ipmi

@@ -2,16 +2,16 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "base/ReentrantMutex.h"
 #include "entity/EntityTree.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/Reference.h"
-#include "node/GivenUpIds.h"
-#include "node/LoadGuard.h"
 #include "sdr/RefreshRoster.h"
 #include "sdr/SdrRepository.h"
 #include "sel/SelCache.h"
+#include "transport/Channel.h"
 
 #include <array>
 #include <atomic>
@@ -24,7 +24,6 @@
 namespace Ipmi
 {
 
-inline constexpr int FD_READ = 0, FD_WRITE = 1;
 inline constexpr int kFullPollStep = 8; ///< each so manyth cycle of a polling loop does more than look at the event log
 
 /// A text among the system info parameters (IPMI 2.0, 22.14a), as far as its blocks have been asked for.
@@ -44,61 +43,43 @@ struct BmcIdentity {
     std::optional<SystemInfoText> osVersion;
 };
 
-/// A node's record. Order of locks where two are held: `loadGuard`, `sdrLock`, then `entityLock`, then `ioLock`;
-/// `refreshLock` before `sdrLock`; `selGuard` before these, as handlers are called under it; `selLock`, then `ioLock`;
-/// `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock` outermost.
-struct IpmiNode {
+/// A node's record: its channel, and what is known of the BMC behind it. Order of locks where two are held: `loadLock`,
+/// `sdrLock`, then `entityLock`, then `ioLock`; `refreshLock` before `sdrLock`; `selCheckLock` before these, as
+/// handlers are called under it; `selLock`, then `ioLock`; `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock`
+/// outermost.
+struct IpmiNode : Channel {
     IpmiNode() = default;
     ~IpmiNode();
     IpmiNode(const IpmiNode&) = delete;
     IpmiNode& operator=(const IpmiNode&) = delete;
 
     std::atomic<int> NodeNum{0};
-    std::atomic<int> nextMsgId{0}; ///< drawn without a lock; wraps like an int
 
     TRX::Mutex stateLock;
     TRX::ConditionVariable stateCond;
     std::atomic<int> state{
         0}; ///< changed under stateLock, except by the plain stores of InitIpmiNode and IpmiIfcInitForCLI
 
-    TRX::Mutex ioLock; ///< one exchange at a time
-    GivenUpIds givenUp TRX_GUARDED_BY(ioLock);
-    std::atomic<int> signalCmdPipeFds[2] = {0, 0};
-
     TRX::Mutex pollLock;
     TRX::ConditionVariable pollCond;
     std::atomic<int> pollingInterval{0};
-    std::atomic<bool> shutdown{false}; ///< never cleared: a node runs once per process
     std::atomic<int> pollCount{0};
     std::atomic<int> pollType{0};
 
-    LoadGuard loadGuard; ///< whole loads of the repository run one at a time
+    TRX::ReentrantMutex loadLock; ///< whole loads of the repository run one at a time
     TRX::SharedMutex sdrLock;
     SdrRepository repository TRX_GUARDED_BY(sdrLock);
     std::vector<TRX::Reference<IpmiSensor>> sensors TRX_GUARDED_BY(sdrLock);
     std::atomic<std::uint8_t> memorySensor{0}; ///< 1 when the repository has a memory sensor that can report
 
-    LoadGuard selGuard; ///< checks of the event log run one at a time, their handlers' calls included
-    /// Of the thread in selGuard: it calls handlers; it fetches an info because there was none.
-    bool selHandling = false, selFetching = false;
+    TRX::ReentrantMutex selCheckLock; ///< checks of the event log run one at a time, their handlers' calls included
+    bool selHandling TRX_GUARDED_BY(selCheckLock) = false; ///< its holder calls handlers
+    bool selFetching TRX_GUARDED_BY(selCheckLock) = false; ///< its holder fetches an info because there was none
     TRX::Mutex selLock;
     SelCache sel TRX_GUARDED_BY(selLock);
 
     TRX::Mutex bmcInfoLock;
     BmcIdentity identity TRX_GUARDED_BY(bmcInfoLock);
-
-    std::atomic<int> fd{0};
-    std::atomic<int> deviceOpen{0};
-    std::atomic<unsigned int> openings{0}; ///< counts every opening and closing of the device
-    std::atomic<unsigned int> myAddress{0};
-    /// Base target of every exchange; 0 or myAddress: the BMC itself. A thread that asks another controller overrides
-    /// it for itself with a TargetScope.
-    std::atomic<unsigned int> targetAddress{0};
-    std::atomic<std::uint8_t> targetLun{0};
-    std::atomic<std::uint8_t> targetChannel{0};
-
-    /// Answered exchanges by the slave address of the controller that answered.
-    std::array<std::atomic<std::uint32_t>, 256> answers{};
 
     TRX::Mutex refreshLock; ///< whole passes of IpmiIfcSensorRefreshAll run one at a time
     RefreshRoster roster TRX_GUARDED_BY(refreshLock);
@@ -109,11 +90,6 @@ struct IpmiNode {
 
 /// Nodes 0 to 3.
 extern IpmiNode g_IpmiNode[kNodeCount];
-
-inline bool isNode(int node)
-{
-    return node >= 0 && node < kNodeCount;
-}
 
 /// Initialises the record: message id 1445, state IDLE, pipe closed, identity and repository dropped. Leaves locks,
 /// device, addresses and the shutdown flag alone. Throws CmpiStatus rc 200 on a STARTING or RUNNING node and leaves it

@@ -4,11 +4,11 @@
 #include "entity/IpmiIfcEntity.h"
 #include "ipmi/CmpiStatus.h"
 #include "node/IpmiIfcIdentity.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
-#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sel/IpmiIfcSel.h"
+#include "transport/Device.h"
+#include "transport/SignalPipe.h"
 
 namespace Ipmi
 {
@@ -58,7 +58,7 @@ int IpmiIfcCloseForCLI(int node)
     IpmiNode& self = g_IpmiNode[node];
     closeSignalPipe(node);
     IpmiIfcOpenIpmiClose(node);
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     IpmiIfcSdrCleanUpHeaders(node);
     IpmiIfcSdrCleanUpAll(node);
     IpmiIfcEntityCleanUpAll(node);

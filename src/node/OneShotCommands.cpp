@@ -1,47 +1,41 @@
 #include "node/OneShotCommands.h"
 
 #include "node/IpmiIfcIdentity.h"
-#include "node/IpmiIfcTransport.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sdr/SdrCommands.h"
 #include "sel/IpmiIfcSel.h"
-#include "sel/SelCommands.h"
+#include "transport/Answer.h"
 
 namespace Ipmi
 {
 
 namespace
 {
-constexpr std::uint8_t kGetDeviceId = 0x01, kGetSelfTest = 0x04;
 constexpr std::uint8_t kOsName = 4, kOsVersion = 5; // parameters of Get System Info Parameters: set 0, block 0 of each
 } // namespace
 
 constinit const std::array<OneShotCommand, kOneShotCount> kOneShotCommands{{
-    {true, IpmiIfcRhGetDeviceId, kApp, kGetDeviceId, 0, {}, 0},
-    {true, IpmiIfcRhGetOS_Name, kApp, kGetSystemInfo, 4, {0, kOsName, 0, 0}, 0},
-    {true, IpmiIfcRhGetOS_Version, kApp, kGetSystemInfo, 4, {0, kOsVersion, 0, 0}, 0},
-    {true, IpmiIfcRhGetSelfTest, kApp, kGetSelfTest, 0, {}, 0},
-    {true, IpmiIfcRhGetSdrInfo, kStorage, kGetSdrInfo, 0, {}, 0},
-    {false, IpmiIfcRhSelInfoNoCount, kStorage, kGetSelInfo, 0, {}, 0},
-    {true, IpmiIfcRhSelGetAllocInfo, kStorage, kGetSelAllocInfo, 0, {}, 0},
+    {true, IpmiIfcRhGetDeviceId, wire::kGetDeviceId, 0, {}},
+    {true, IpmiIfcRhGetOS_Name, wire::kGetSystemInfo, 4, {0, kOsName, 0, 0}},
+    {true, IpmiIfcRhGetOS_Version, wire::kGetSystemInfo, 4, {0, kOsVersion, 0, 0}},
+    {true, IpmiIfcRhGetSelfTest, wire::kGetSelfTest, 0, {}},
+    {true, IpmiIfcRhGetSdrInfo, wire::kGetSdrInfo, 0, {}},
+    {false, IpmiIfcRhSelInfoNoCount, wire::kGetSelInfo, 0, {}},
+    {true, IpmiIfcRhSelGetAllocInfo, wire::kGetSelAllocInfo, 0, {}},
 }};
 
 int IpmiIfcDataGet(int count)
 {
+    constexpr int kNode = 0; // always node 0, and message id 0: this is meant
+    constexpr long kMessageId = 0;
     const std::size_t wanted = count < 1 ? 0 : static_cast<std::size_t>(count);
     for (std::size_t i = 0; i < wanted && i < kOneShotCommands.size(); ++i) {
-        const OneShotCommand& command = kOneShotCommands[i];
-        if (!command.enabled)
+        const OneShotCommand& one = kOneShotCommands[i];
+        if (!one.enabled)
             continue;
-        auto data = command.data;
-        ipmiifc_req req;
-        req.msg.netfn = command.netfn;
-        req.msg.cmd = command.cmd;
-        req.msg.data_len = command.length;
-        req.msg.data = data.data();
-        const Response response(IpmiIfcSend(0, &req, command.flags)); // node 0 and message id 0, always: this is meant
-        if (response)
-            command.handler(response.get());
+        const Answer answer = ask(kNode, one.command, one.request(), kMessageId);
+        ipmiifc_resp reply = answer.reply(kNode);
+        if (answer.answered())
+            one.handler(&reply);
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ipmi/IpmiRecords.h"
+#include "wire/Commands.h"
 
 #include <array>
 #include <cstddef>
@@ -11,16 +12,12 @@
 namespace Ipmi
 {
 
-inline constexpr std::uint8_t kGetSystemInfo = 0x59; ///< Get System Info Parameters
-
 struct OneShotCommand {
     bool enabled;
     int (*handler)(ipmiifc_resp* resp);
-    std::uint8_t netfn;
-    std::uint8_t cmd;
+    wire::Command command;
     std::uint16_t length;
     std::array<std::uint8_t, 4> data;
-    int flags;
 
     std::span<const std::uint8_t> request() const { return std::span(data).first(length); }
 };

@@ -63,9 +63,4 @@ std::string IpmiIfc::getSelfTestText(int node)
     }
 }
 
-std::string IpmiIfc::getSelfTestText()
-{
-    return getSelfTestText(0);
-}
-
 } // namespace Ipmi

@@ -1,7 +1,8 @@
 #include "ipmi/IpmiDiscreteSensor.h"
 
-#include "sdr/SdrLayout.h"
 #include "sdr/SensorCommands.h"
+#include "wire/EventTypes.h"
+#include "wire/SdrLayout.h"
 
 namespace Ipmi
 {
@@ -9,12 +10,9 @@ namespace Ipmi
 namespace
 {
 
-constexpr unsigned int kStates = 15;
-constexpr unsigned int kEvents = (1U << kStates) - 1;
-
 unsigned int stateWord(const IpmiSensor::Reading& reading)
 {
-    return static_cast<unsigned int>(reading.state1 | reading.state2 << 8) & kEvents;
+    return le16(reading.state1, reading.state2) & wire::kOffsetBits;
 }
 
 } // namespace
@@ -29,7 +27,7 @@ std::string IpmiDiscreteSensor::getState(bool refresh)
         return {};
     const unsigned int states = stateWord(reading);
     std::string text;
-    for (unsigned int offset = 0; offset < kStates; ++offset) {
+    for (unsigned int offset = 0; offset < wire::kOffsets; ++offset) {
         if (states >> offset & 1)
             text += (text.empty() ? "" : ",") + std::to_string(offset);
     }
@@ -48,34 +46,34 @@ int IpmiDiscreteSensor::getSensorState(int& state)
 
 std::uint16_t IpmiDiscreteSensor::getAssertionEventMask() const
 {
-    return mask(sdr_record::kAssertionMask);
+    return mask(wire::sdr::kAssertionMask);
 }
 
 std::uint16_t IpmiDiscreteSensor::getDeassertionEventMask() const
 {
-    return mask(sdr_record::kDeassertionMask);
+    return mask(wire::sdr::kDeassertionMask);
 }
 
 int IpmiDiscreteSensor::rearmEvents(unsigned short assertions, unsigned short deassertions) const
 {
-    return sendRearmEvents(*this, kEvents, assertions, deassertions);
+    return sendRearmEvents(*this, wire::kOffsetBits, assertions, deassertions);
 }
 
 int IpmiDiscreteSensor::getEventEnable(unsigned char& flags, unsigned short& assertions,
                                        unsigned short& deassertions) const
 {
-    return sendGetEventEnable(*this, kEvents, flags, assertions, deassertions);
+    return sendGetEventEnable(*this, wire::kOffsetBits, flags, assertions, deassertions);
 }
 
 int IpmiDiscreteSensor::setEventEnable(unsigned char flags, unsigned short assertions,
                                        unsigned short deassertions) const
 {
-    return sendSetEventEnable(*this, kEvents, flags, assertions, deassertions);
+    return sendSetEventEnable(*this, wire::kOffsetBits, flags, assertions, deassertions);
 }
 
 std::uint16_t IpmiDiscreteSensor::getReadingMask() const
 {
-    return mask(sdr_record::kReadingMask);
+    return mask(wire::sdr::kReadingMask);
 }
 
 } // namespace Ipmi

@@ -3,10 +3,10 @@
 #include "base/Log.h"
 #include "entity/IpmiIfcEntity.h"
 #include "ipmi/IpmiIfc.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSensor.h"
-#include "sdr/SdrCommands.h"
+#include "sdr/SdrReading.h"
+#include "transport/Answer.h"
 
 #include <algorithm>
 #include <atomic>
@@ -59,11 +59,12 @@ int IpmiIfcSdrGetInfo(int node)
 {
     if (!isNode(node))
         return -1;
-    LoadScope load(g_IpmiNode[node].loadGuard);
-    const Response answer = sendCommand(node, kStorage, kGetSdrInfo);
-    if (!answer || answer->cc != 0)
+    TRX::ReentrantLock load(g_IpmiNode[node].loadLock);
+    const Answer answer = ask(node, wire::kGetSdrInfo);
+    if (!answer.good())
         return -1;
-    IpmiIfcRhGetSdrInfo(answer.get());
+    ipmiifc_resp reply = answer.reply(node);
+    IpmiIfcRhGetSdrInfo(&reply);
     return 0;
 }
 
@@ -73,7 +74,7 @@ int IpmiIfcRhGetSdrInfo(ipmiifc_resp* resp)
         return -1;
     const int node = resp->node;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     {
         TRX::WriteLock lock(self.sdrLock);
         std::copy_n(resp->data, sizeof self.repository.sdr_info.bytes, self.repository.sdr_info.bytes);
@@ -90,8 +91,8 @@ int IpmiIfcSdrReserve(int node)
 {
     if (!isNode(node))
         return -1;
-    const Response answer = sendCommand(node, kStorage, kReserveSdr);
-    if (!answer || answer->cc != 0)
+    const Answer answer = ask(node, wire::kReserveSdr);
+    if (!answer.good())
         return -1;
     IpmiNode& self = g_IpmiNode[node];
     TRX::WriteLock lock(self.sdrLock);
@@ -108,11 +109,17 @@ std::uint16_t IpmiIfcSdrReservation(int node)
     return self.repository.reservation();
 }
 
+std::uint16_t renewSdrReservation(int node)
+{
+    IpmiIfcSdrReserve(node);
+    return IpmiIfcSdrReservation(node);
+}
+
 int IpmiIfcSdrGetAll(int node)
 {
     if (!isNode(node))
         return -1;
-    LoadScope load(g_IpmiNode[node].loadGuard);
+    TRX::ReentrantLock load(g_IpmiNode[node].loadLock);
     if (IpmiIfc::getSdr(node).version() == 0 && load.depth() <= kDeepestFreshRead && IpmiIfcSdrGetInfo(node) != 0)
         return -1;
     if (IpmiIfcSdrReservation(node) == 0 && IpmiIfcSdrReserve(node) != 0)
@@ -131,7 +138,7 @@ void IpmiIfcSdrCleanUpHeaders(int node)
     if (!isNode(node))
         return;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     TRX::WriteLock lock(self.sdrLock);
     self.repository.dropHeaders();
 }
@@ -141,7 +148,7 @@ int IpmiIfcSdrCleanUpAll(int node)
     if (!isNode(node))
         return 0;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     TRX::WriteLock lock(self.sdrLock);
     self.repository.dropRecords();
     return 0;
@@ -154,11 +161,6 @@ ipmiifc_sdr_info IpmiIfc::getSdr(int node)
     IpmiNode& self = g_IpmiNode[node];
     TRX::WriteLock lock(self.sdrLock);
     return self.repository.sdr_info;
-}
-
-ipmiifc_sdr_info IpmiIfc::getSdr()
-{
-    return getSdr(0);
 }
 
 } // namespace Ipmi

@@ -1,12 +1,9 @@
 // The header walk: from record to record along their next ids.
 #include "base/Log.h"
 #include "node/IpmiNode.h"
-#include "node/RecordExchange.h"
-#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sdr/SdrCommands.h"
+#include "sdr/SdrReading.h"
 
-#include <algorithm>
 #include <bitset>
 
 namespace Ipmi
@@ -15,18 +12,44 @@ namespace Ipmi
 namespace
 {
 
-constexpr std::uint16_t kFirstRecord = 0x0000, kLastRecord = 0xffff;
+constexpr PieceRule kHeaderRules[] = {{wire::cc::kReservationLost, PieceAction::kRenew}};
 
-/// Takes the header out of a good answer, under the id that was requested.
-/// @return false when the answer is none
-bool takeHeader(const RecordExchange& exchange, std::uint16_t id, ipmiifc_sdr_header& header)
+constexpr PiecePolicy kHeaderPolicy{
+    .command = wire::kGetSdr,
+    .request = PiecePolicy::recordRequest,
+    .dataAt = wire::record_piece::kData,
+    .largest = sizeof(ipmiifc_sdr_header),
+    .attempts = kSdrAttempts,
+    .mostLost = kMostLostSdrReservations,
+    .takesMore = true,
+    .rules = kHeaderRules,
+};
+
+/// Keeps a header under the id that was asked for.
+void keep(IpmiNode& self, std::uint32_t place, std::uint16_t id, ipmiifc_sdr_header header)
 {
-    const auto bytes = exchange.record();
-    if (!exchange.answer() || exchange.answer()->cc != 0 || bytes.size() < sizeof header.bytes)
-        return false;
-    std::copy_n(bytes.begin(), sizeof header.bytes, header.bytes);
-    header.bytes[0] = static_cast<std::uint8_t>(id);
-    header.bytes[1] = static_cast<std::uint8_t>(id >> 8);
+    header.bytes[0] = wire::lowByte(id);
+    header.bytes[1] = wire::highByte(id);
+    TRX::WriteLock lock(self.sdrLock);
+    self.repository.sdr_headers[place] = header;
+}
+
+/// Walks along the chain of ids; the array has room for `count` headers, and `stored` says how many it has then.
+/// @return false when one of them could not be read
+bool walk(int node, unsigned int count, unsigned int& stored)
+{
+    std::bitset<0x10000> seen; // a next id seen before would lead round in circles: the walk is complete then
+    seen.set(wire::kLastRecord);
+    int lost = 0;
+    PieceReader reader(node, kHeaderPolicy, IpmiIfcSdrReservation(node), lost,
+                       [node] { return renewSdrReservation(node); });
+    for (std::uint16_t id = wire::kFirstRecord; stored < count && !seen.test(id); id = reader.nextId()) {
+        ipmiifc_sdr_header header;
+        if (reader.read(id, 0, header.bytes) != PieceReader::End::kRead)
+            return false;
+        keep(g_IpmiNode[node], stored++, id, header);
+        seen.set(id);
+    }
     return true;
 }
 
@@ -37,45 +60,21 @@ int IpmiIfcSdrGetHeaders(int node)
     if (!isNode(node))
         return -1;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock); // the array is its holder's: sdrLock is let go of between the exchanges
+    unsigned int count = 0, stored = 0;
+    {
+        TRX::WriteLock lock(self.sdrLock);
+        count = self.repository.sdr_info.recordCount();
+        if (!self.repository.makeHeaders(count)) {
+            TRX::log(LOG_ERR, "IpmiIfcSdrGetHeaders: failed alloc memory size = %d",
+                     static_cast<int>(count * sizeof(ipmiifc_sdr_header)));
+            return -1;
+        }
+    }
+    const bool whole = walk(node, count, stored);
     TRX::WriteLock lock(self.sdrLock);
-    const unsigned count = self.repository.sdr_info.recordCount();
-    if (!self.repository.makeHeaders(count)) {
-        TRX::log(LOG_ERR, "IpmiIfcSdrGetHeaders: failed alloc memory size = %d",
-                 static_cast<int>(count * sizeof(ipmiifc_sdr_header)));
-        return -1;
-    }
-
-    RecordExchange exchange(node, kGetSdr, self.repository.reservation());
-    std::bitset<0x10000> seen; // a next id seen before would lead round in circles: the walk is complete then
-    seen.set(kLastRecord);
-    std::uint16_t id = kFirstRecord;
-    unsigned stored = 0;
-    int attempts = 0, lost = 0;
-    while (stored < count && !seen.test(id) && attempts < SdrRetries::kAttempts &&
-           lost < SdrRetries::kLostReservations) {
-        exchange.send(id, 0, sizeof(ipmiifc_sdr_header));
-        if (takeHeader(exchange, id, self.repository.sdr_headers[stored])) {
-            ++stored;
-            seen.set(id);
-            id = exchange.nextId();
-            attempts = 0;
-            continue;
-        }
-        ++attempts;
-        const bool renew = exchange.lostReservation() && ++lost < SdrRetries::kLostReservations;
-        exchange.dropAnswer();
-        if (renew) {
-            backOff(node); // the lock is kept meanwhile
-            lock.unlock();
-            IpmiIfcSdrReserve(node);
-            lock.lock();
-            exchange.setReservation(self.repository.reservation());
-        }
-    }
-
     self.repository.header_cnt = stored;
-    if (stored < count && !seen.test(id)) {
+    if (!whole) {
         TRX::log(LOG_DEBUG, "IpmiIfcSdrGetHeaders: retry expired.");
         return -1;
     }

@@ -1,12 +1,9 @@
 // Reading whole records, piece by piece, and filing them.
 #include "base/Log.h"
 #include "node/IpmiNode.h"
-#include "node/RecordExchange.h"
-#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sdr/SdrCommands.h"
+#include "sdr/SdrReading.h"
 
-#include <algorithm>
 #include <memory>
 #include <new>
 #include <span>
@@ -17,110 +14,59 @@ namespace Ipmi
 namespace
 {
 
-/// Reads one record into a buffer, from its end towards its start.
-class RecordRead
-{
-public:
-    /// `lost` counts the reservations lost in the walk that this read belongs to.
-    RecordRead(int node, std::uint16_t recordId, std::span<std::uint8_t> buffer, int& lost)
-        : node_(node), recordId_(recordId), buffer_(buffer), lost_(lost),
-          exchange_(node, kGetSdr, IpmiIfcSdrReservation(node))
-    {
-    }
-
-    /// @return 0 or -1
-    int run();
-
-private:
-    enum class Outcome { good, failed, hopeless };
-    static constexpr std::size_t kLargestPiece = 16, kQuietlyShrunk = 8;
-    static_assert(kLargestPiece + RecordExchange::kRecord <= kAnswerRoom);
-
-    Outcome readPiece();
-    Outcome failed(unsigned code);
-    Outcome badLength(std::size_t expected);
-    void renewReservation();
-
-    int node_;
-    std::uint16_t recordId_;
-    std::span<std::uint8_t> buffer_; ///< what is still to be read
-    int& lost_;
-    RecordExchange exchange_;
-    std::size_t piece_ = kLargestPiece; ///< only shrinks
+constexpr PieceRule kRecordRules[] = {
+    {wire::cc::kReservationLost, PieceAction::kRenew}, {wire::cc::kNotPresent, PieceAction::kGiveUp},
+    {wire::cc::kTooManyBytes, PieceAction::kShrink},   {wire::cc::kInvalidLength, PieceAction::kShrink},
+    {PieceRule::kMisfit, PieceAction::kBackOff},
 };
 
-int RecordRead::run()
-{
-    bool expired = buffer_.empty(); // an empty record is called expired: this is meant
-    for (int attempts = 0; !buffer_.empty() && !expired;) {
-        const Outcome outcome = readPiece();
-        if (outcome == Outcome::hopeless)
-            return -1;
-        attempts = outcome == Outcome::good ? 0 : attempts + 1;
-        expired = attempts == SdrRetries::kAttempts || lost_ >= SdrRetries::kLostReservations;
-    }
-    if (expired)
-        TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: retry expired.");
-    return expired ? -1 : 0;
-}
+constexpr PiecePolicy kRecordPolicy{
+    .command = wire::kGetSdr,
+    .request = PiecePolicy::recordRequest,
+    .dataAt = wire::record_piece::kData,
+    .largest = 16,
+    .attempts = kSdrAttempts,
+    .mostLost = kMostLostSdrReservations,
+    .fromEnd = true,
+    .rules = kRecordRules,
+};
 
-RecordRead::Outcome RecordRead::readPiece()
+void logFailure(const PieceReader::Failure& failure)
 {
-    const std::size_t count = std::min(piece_, buffer_.size());
-    const std::size_t offset = buffer_.size() - count;
-    exchange_.send(recordId_, offset, count);
-    const Response& answer = exchange_.answer();
-    if (!answer)
-        return Outcome::failed;
-    if (answer->cc != 0)
-        return failed(answer->cc);
-    if (exchange_.record().size() != count)
-        return badLength(count + RecordExchange::kRecord);
-    std::ranges::copy(exchange_.record(), buffer_.subspan(offset).begin());
-    buffer_ = buffer_.first(offset);
-    return Outcome::good;
-}
-
-RecordRead::Outcome RecordRead::failed(unsigned code)
-{
-    exchange_.dropAnswer();
-    switch (code) {
-    case kCcReservationLost:
-        renewReservation();
-        return Outcome::failed;
-    case kCcNotPresent:
-        TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: sensor not found, record id: %X", recordId_);
-        return Outcome::hopeless;
-    case kCcTooManyBytes:
-    case kCcInvalidLength:
-        piece_ = std::max<std::size_t>(piece_ - 1, 1);
-        if (piece_ > kQuietlyShrunk)
-            return Outcome::failed;
+    constexpr std::size_t kQuietlyShrunk = 8;
+    switch (failure.code) {
+    case Answer::kNone:
+    case wire::cc::kReservationLost:
+        return;
+    case PieceRule::kMisfit:
+        TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: data length mismatch req=%d,resp=%d",
+                 static_cast<int>(failure.expected), failure.received);
+        return;
+    case wire::cc::kNotPresent:
+        TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: sensor not found, record id: %X", failure.record);
+        return;
+    case wire::cc::kTooManyBytes:
+    case wire::cc::kInvalidLength:
+        if (failure.piece > kQuietlyShrunk)
+            return;
         break;
     default:
         break;
     }
-    TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId:record id: %X, error %d. Try again...", recordId_,
-             static_cast<int>(code));
-    return Outcome::failed;
+    TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId:record id: %X, error %d. Try again...", failure.record, failure.code);
 }
 
-RecordRead::Outcome RecordRead::badLength(std::size_t expected)
+/// Reads one record. @param lost  reservations lost in the walk that this read belongs to. @return 0 or -1
+int readRecord(int node, std::uint16_t recordId, std::span<std::uint8_t> into, int& lost)
 {
-    TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: data length mismatch req=%d,resp=%d", static_cast<int>(expected),
-             exchange_.answer()->datalen);
-    exchange_.dropAnswer();
-    backOff(node_);
-    return Outcome::failed;
-}
-
-void RecordRead::renewReservation()
-{
-    if (++lost_ >= SdrRetries::kLostReservations)
-        return;
-    backOff(node_);
-    IpmiIfcSdrReserve(node_);
-    exchange_.setReservation(IpmiIfcSdrReservation(node_));
+    PieceReader reader(
+        node, kRecordPolicy, IpmiIfcSdrReservation(node), lost, [node] { return renewSdrReservation(node); },
+        logFailure);
+    const PieceReader::End end = into.empty() ? PieceReader::End::kExpired // so called too: this is meant
+                                              : reader.read(recordId, 0, into);
+    if (end == PieceReader::End::kExpired)
+        TRX::log(LOG_ERR, "IpmiIfcSdrReadRecordId: retry expired.");
+    return end == PieceReader::End::kRead ? 0 : -1;
 }
 
 /// Bytes of the whole record; 0, which cannot be read, where they do not fit in the 8 bits of an entry's length.
@@ -155,7 +101,7 @@ int IpmiIfcSdrReadAll(int node)
     if (!isNode(node))
         return -1;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope load(self.loadGuard);
+    TRX::ReentrantLock load(self.loadLock);
     TRX::WriteLock lock(self.sdrLock);
     if (self.repository.header_cnt == 0 || !self.repository.sdr_headers) {
         TRX::log(LOG_ERR, "%s: header_cnt == 0 or no header data", "IpmiIfcSdrReadAll");
@@ -169,11 +115,11 @@ int IpmiIfcSdrReadAll(int node)
             return -1;
         }
         lock.unlock(); // readers may run between records
-        const int result = RecordRead(node, entry->record_id, {entry->data, entry->length}, lost).run();
+        const int result = readRecord(node, entry->record_id, {entry->data, entry->length}, lost);
         lock.lock();
         if (result == 0)
             IpmiIfcSdrListAdd(node, entry.release());
-        if (lost >= SdrRetries::kLostReservations)
+        if (lost >= kMostLostSdrReservations)
             return -1;
     }
     if (self.repository.full())
@@ -186,7 +132,7 @@ int IpmiIfcSdrReadRecordId(int node, unsigned short recordId, unsigned char* buf
     if (!isNode(node) || (!buf && len != 0))
         return -1;
     int lost = 0;
-    return RecordRead(node, recordId, {buf, len}, lost).run();
+    return readRecord(node, recordId, {buf, len}, lost);
 }
 
 int IpmiIfcSdrListAdd(int node, ipmiifc_sdr_list* entry) TRX_NO_THREAD_SAFETY_ANALYSIS

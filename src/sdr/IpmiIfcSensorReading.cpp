@@ -3,6 +3,7 @@
 #include "sdr/IpmiIfcSensor.h"
 #include "sdr/SensorAccess.h"
 #include "sdr/SensorCommands.h"
+#include "wire/AnswerLayout.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,11 +14,11 @@ namespace Ipmi
 namespace
 {
 
-/// Fills `bytes` from a reply; what the BMC did not send is 0.
-void takeBytes(const Response& reply, std::span<std::uint8_t> bytes)
+/// Fills `bytes` from an answer; what the BMC did not send is 0.
+void takeBytes(const Answer& answer, std::span<std::uint8_t> bytes)
 {
     for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = reply.at(i);
+        bytes[i] = answer.at(i);
 }
 
 void cacheHysteresis(IpmiSensor& sensor)
@@ -35,49 +36,55 @@ void cacheHysteresis(IpmiSensor& sensor)
 
 } // namespace
 
+int readSensor(const SensorAddress& address, Answer& answer)
+{
+    if (address.isSoftware())
+        return Answer::kNone;
+    answer = askSensor(address, wire::kGetReading);
+    const int code = answer.code();
+    if (code == Answer::kNone)
+        TRX::log(LOG_DEBUG, "IpmiIfcSensorGetReading: failed send to get reading.");
+    else if (code != wire::cc::kOk && code != wire::cc::kNotPresent && code != wire::cc::kIllegalCommand)
+        TRX::log(LOG_WARNING, "IpmiIfcSensorGetReading: Sensor Number 0x%x, failed send cc = 0x%x", address.number,
+                 static_cast<unsigned int>(code));
+    return code;
+}
+
+void readThresholds(const SensorAddress& address, IpmiSensor& sensor)
+{
+    if (address.isSoftware())
+        return;
+    const Answer answer = askSensor(address, wire::kGetThresholds);
+    if (!answer.good(wire::thresholds::kReadable + 1)) {
+        TRX::log(LOG_WARNING, "%s: Sensor Number = 0x%x, failed send cc = 0x%x", "IpmiIfcSensorGetThresholds",
+                 address.number, answer.codeOrNoAnswer());
+        return;
+    }
+    std::uint8_t thresholds[wire::thresholds::kSize];
+    takeBytes(answer, thresholds);
+    sensor.setThresholdReading(thresholds);
+    cacheHysteresis(sensor);
+}
+
 int IpmiIfcSensorGetReading(int node, ipmiifc_sensor_reading_list* entry)
 {
     if (!entry || !entry->sdr) {
         TRX::log(LOG_DEBUG, "IpmiIfcSensorGetReading: sreading->sdr not valid");
         return -2;
     }
-    const SensorAddress address = SensorAddress::of(node, *entry->sdr);
-    if (address.isSoftware())
-        return -1;
-    const Response reply = askSensor(address, sensor_command::kGetReading);
-    if (!reply) {
-        TRX::log(LOG_DEBUG, "IpmiIfcSensorGetReading: failed send to get reading.");
-        return -1;
-    }
-    if (reply->cc != 0) {
-        if (reply->cc != kCcNotPresent && reply->cc != kCcIllegalCommand)
-            TRX::log(LOG_WARNING, "IpmiIfcSensorGetReading: Sensor Number 0x%x, failed send cc = 0x%x", address.number,
-                     reply->cc);
-        return reply->cc;
-    }
-    takeBytes(reply, entry->answer);
-    entry->length = static_cast<std::uint8_t>(std::min(reply.bytes().size(), std::size(entry->answer)));
+    Answer answer;
+    const int result = readSensor(SensorAddress::of(node, *entry->sdr), answer);
+    if (result != 0)
+        return result;
+    takeBytes(answer, entry->answer);
+    entry->length = static_cast<std::uint8_t>(std::min(answer.bytes().size(), std::size(entry->answer)));
     return 0;
 }
 
 void IpmiIfcSensorGetThresholds(int node, ipmiifc_sdr_list* sdr, TRX::Reference<IpmiSensor> sensor)
 {
-    if (!sdr || !sensor)
-        return;
-    const SensorAddress address = SensorAddress::of(node, *sdr);
-    if (address.isSoftware())
-        return;
-    const Response reply = askSensor(address, sensor_command::kGetThresholds);
-    constexpr std::size_t kShortest = 2; // completion code and the mask of readable thresholds
-    if (!reply || reply->cc != 0 || reply.bytes().size() < kShortest) {
-        TRX::log(LOG_WARNING, "%s: Sensor Number = 0x%x, failed send cc = 0x%x", "IpmiIfcSensorGetThresholds",
-                 address.number, reply ? reply->cc : kNoAnswer);
-        return;
-    }
-    std::uint8_t thresholds[8];
-    takeBytes(reply, thresholds);
-    sensor->setThresholdReading(thresholds);
-    cacheHysteresis(*sensor);
+    if (sdr && sensor)
+        readThresholds(SensorAddress::of(node, *sdr), *sensor);
 }
 
 } // namespace Ipmi

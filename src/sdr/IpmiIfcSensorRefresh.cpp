@@ -1,12 +1,12 @@
 // Refreshing a node's sensors: as designed for the polling loop, and each for itself.
 #include "base/Log.h"
 #include "ipmi/IpmiIfc.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
-#include "sdr/IpmiIfcSensor.h"
 #include "sdr/RefreshRoster.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SensorAccess.h"
+#include "sdr/SensorCommands.h"
+#include "transport/TargetScope.h"
+#include "wire/EventTypes.h"
 
 namespace Ipmi
 {
@@ -16,19 +16,10 @@ namespace
 
 using SensorRef = TRX::Reference<IpmiSensor>;
 
-constexpr int kNoReply = -1;
-
-bool canBeRead(const IpmiSensor& sensor)
+void refreshThresholds(IpmiSensor& sensor)
 {
-    const unsigned int type = SensorAccess::record(sensor).at(sdr_record::kType);
-    return type == sdr_record::kFullType || type == sdr_record::kCompactType;
-}
-
-void refreshThresholds(const SensorRef& sensor, ListEntry& entry)
-{
-    constexpr std::uint8_t kThresholdType = 0x01; ///< event/reading type
-    if (sensor->getEventReadingType() == kThresholdType)
-        IpmiIfcSensorGetThresholds(sensor->getNode(), &entry.sdr, sensor);
+    if (sensor.getEventReadingType() == wire::event_type::kThreshold)
+        readThresholds(SensorAddress::of(sensor), sensor);
 }
 
 /// True for a sensor that is not worth another fetch before the next build.
@@ -36,32 +27,31 @@ bool hasGivenUp(const IpmiSensor& sensor)
 {
     constexpr unsigned int kMostTimeouts = 2;
     const unsigned int result = sensor.getLastReadResult();
-    return result == kCcNotPresent || result == kCcIllegalCommand ||
-           (result == kCcTimeout && sensor.getReadResultRepeats() > kMostTimeouts);
+    return result == wire::cc::kNotPresent || result == wire::cc::kIllegalCommand ||
+           (result == wire::cc::kTimeout && sensor.getReadResultRepeats() > kMostTimeouts);
 }
 
-/// Refreshes one sensor. @return false when it got no answer, which ends the refresh
-bool refresh(const SensorRef& sensor)
+/// Refreshes one sensor as the polling loop does. @return false when it got no answer, which ends the refresh
+bool refreshInTurn(IpmiSensor& sensor)
 {
-    ListEntry entry(*sensor);
-    if (canBeRead(*sensor)) {
-        if (hasGivenUp(*sensor)) {
-            TRX::log(LOG_DEBUG, "Skipping reading update for previous failed sensor 0x%x", sensor->getSensorNumber());
+    if (SensorAccess::isFullOrCompact(sensor)) {
+        if (hasGivenUp(sensor)) {
+            TRX::log(LOG_DEBUG, "Skipping reading update for previous failed sensor 0x%x", sensor.getSensorNumber());
             return true;
         }
-        if (SensorAccess::fetchReading(*sensor, &entry.sdr) == kNoReply) {
+        if (SensorAccess::fetchReading(sensor) == Answer::kNone) {
             TRX::log(LOG_DEBUG, "IpmiIfcSensorUpdateReading: failed send to get reading.");
             return false;
         }
     }
-    refreshThresholds(sensor, entry);
+    refreshThresholds(sensor);
     return true;
 }
 
 /// What comes back for a controller that did not answer: nothing, or the driver's word for it.
 bool isSilence(int result)
 {
-    return result == kNoReply || result == kCcTimeout;
+    return result == Answer::kNone || result == wire::cc::kTimeout;
 }
 
 /// One pass in which every sensor is refreshed for itself.
@@ -108,10 +98,9 @@ private:
     /// that is silent.
     bool answers(const Controller& controller)
     {
-        constexpr std::uint8_t kGetDeviceId = 0x01;
         const std::uint32_t before = answersOf(controller);
         const TargetScope target(node_, controller.address, 0, controller.channel);
-        bmcSilent_ = !sendCommand(node_, kApp, kGetDeviceId);
+        bmcSilent_ = !ask(node_, wire::kGetDeviceId).answered();
         return answersOf(controller) != before;
     }
 
@@ -137,7 +126,7 @@ private:
                 ++without;
                 continue;
             }
-            const int result = refresh(member.sensor);
+            const int result = refresh(*member.sensor);
             if (result == 0) {
                 member.backOff.reset();
                 continue;
@@ -150,12 +139,11 @@ private:
         return without;
     }
 
-    static int refresh(const SensorRef& sensor)
+    static int refresh(IpmiSensor& sensor)
     {
-        ListEntry entry(*sensor);
-        const int result = canBeRead(*sensor) ? SensorAccess::fetchReading(*sensor, &entry.sdr) : 0;
+        const int result = SensorAccess::isFullOrCompact(sensor) ? SensorAccess::fetchReading(sensor) : 0;
         if (!isSilence(result))
-            refreshThresholds(sensor, entry);
+            refreshThresholds(sensor);
         return result;
     }
 
@@ -164,13 +152,13 @@ private:
     {
         int count = 0;
         for (const Member& member : controller.members) {
-            if (!canBeRead(*member.sensor))
+            if (!SensorAccess::isFullOrCompact(*member.sensor))
                 continue;
             ++count;
             if (!member.sensor->getLastReading().valid)
                 continue;
             SensorAccess::beginReadAttempt(*member.sensor);
-            SensorAccess::endReadAttempt(*member.sensor, kNoReply);
+            SensorAccess::endReadAttempt(*member.sensor, Answer::kNone);
         }
         return count;
     }
@@ -186,7 +174,7 @@ int IpmiIfcSensorUpdateReading(int node)
 {
     TRX::log(LOG_DEBUG, "Entering IpmiIfcSensorUpdateReading");
     for (const SensorRef& sensor : IpmiIfc::getSensors(node)) {
-        if (!refresh(sensor))
+        if (!refreshInTurn(*sensor))
             break;
     }
     return 0;

@@ -2,11 +2,12 @@
 
 #include "base/Clock.h"
 #include "ipmi/IpmiIfc.h"
-#include "sdr/IpmiIfcSensor.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SensorAccess.h"
 #include "sdr/SensorCommands.h"
 #include "sdr/SensorNaming.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
+#include "wire/SdrLayout.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -22,18 +23,13 @@ namespace
 constexpr unsigned int kAnswerBytes = 5, kLengthShift = 40;
 constexpr std::uint64_t kValid = 1ULL << 48, kPresent = 1ULL << 49;
 
-constexpr unsigned int kThresholdBytes = 8;
-
 // Hysteresis in one word: positive, negative, and whether both are known.
 constexpr std::uint32_t kHysteresisKnown = 1U << 16;
-constexpr std::uint8_t kHysteresisReserved = 0xff; ///< Get Sensor Hysteresis wants this byte
 
-constexpr int kCcSensorNotPresent = 0xcb;
-
-std::uint64_t pack(const unsigned char* bytes, unsigned int count)
+std::uint64_t pack(const unsigned char* bytes, std::size_t count)
 {
     std::uint64_t word = 0;
-    for (unsigned int i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i)
         word |= static_cast<std::uint64_t>(bytes[i]) << 8 * i;
     return word;
 }
@@ -51,8 +47,8 @@ IpmiSensor::IpmiSensor(int len, const unsigned char* sdr, int node)
     constexpr unsigned int kShortest = 9;
     if (record_.length < kShortest)
         return;
-    sensorNumber_ = record_.at(sdr_record::kNumber);
-    recordId_ = record_.le16(sdr_record::kId);
+    sensorNumber_ = record_.at(wire::sdr::kNumber);
+    recordId_ = record_.le16(wire::sdr::kId);
 }
 
 IpmiSensor::~IpmiSensor() = default;
@@ -88,13 +84,13 @@ void IpmiSensor::setReading(const unsigned char* answer, unsigned int length)
 bool IpmiSensor::readingStateUnavailable() const
 {
     const Reading reading = getLastReading();
-    return !reading.valid || (reading.flags & 0x20) != 0;
+    return !reading.valid || (reading.flags & wire::reading::kUnavailable) != 0;
 }
 
 bool IpmiSensor::scanningDisabled() const
 {
     const Reading reading = getLastReading();
-    return reading.valid && (reading.flags & 0x40) == 0;
+    return reading.valid && (reading.flags & wire::reading::kScanning) == 0;
 }
 
 bool IpmiSensor::hasReadingTime() const
@@ -132,34 +128,24 @@ void SensorAccess::endReadAttempt(IpmiSensor& sensor, int result)
         ++sensor.readResultRepeats_;
     else
         sensor.readResultRepeats_ = 0;
-    if (result == kCcSensorNotPresent)
+    if (result == wire::cc::kNotPresent)
         sensor.reading_.fetch_and(~kPresent);
 }
 
-int SensorAccess::fetchReading(IpmiSensor& sensor, ipmiifc_sdr_list* sdr)
+int SensorAccess::fetchReading(IpmiSensor& sensor)
 {
-    ipmiifc_sensor_reading_list entry;
-    entry.sdr = sdr;
+    Answer answer;
     beginReadAttempt(sensor);
-    const int result = IpmiIfcSensorGetReading(sensor.node_, &entry);
+    const int result = readSensor(SensorAddress::of(sensor), answer);
     endReadAttempt(sensor, result);
     if (result == 0)
-        sensor.setReading(entry.answer, entry.length);
+        sensor.setReading(answer.bytes().data(), static_cast<unsigned int>(answer.bytes().size()));
     return result;
-}
-
-ListEntry::ListEntry(const IpmiSensor& sensor) : record_(SensorAccess::record(sensor))
-{
-    sdr.record_id = sensor.getSensorRecordNumber();
-    sdr.record_type = record_.at(sdr_record::kType);
-    sdr.length = static_cast<std::uint8_t>(std::min<std::size_t>(record_.length, std::size(record_.bytes)));
-    sdr.data = record_.bytes;
 }
 
 int IpmiSensor::readNow()
 {
-    ListEntry entry(*this);
-    return std::max(SensorAccess::fetchReading(*this, &entry.sdr), -1);
+    return SensorAccess::fetchReading(*this);
 }
 
 void IpmiSensor::prepareState(bool refresh, std::atomic<bool>& first)
@@ -185,7 +171,7 @@ IpmiSensor::Thresholds IpmiSensor::getLastThresholds() const
 void IpmiSensor::setThresholdReading(const unsigned char* answer)
 {
     if (answer != nullptr)
-        thresholds_ = pack(answer, kThresholdBytes);
+        thresholds_ = pack(answer, wire::thresholds::kSize);
 }
 
 bool SensorAccess::hasReadableHysteresis(const IpmiSensor& sensor)
@@ -202,11 +188,11 @@ int IpmiSensor::getHysteresis(unsigned char& positive, unsigned char& negative, 
     if (refresh || (word & kHysteresisKnown) == 0) {
         if (!SensorAccess::hasReadableHysteresis(*this))
             return -1;
-        const std::uint8_t data[] = {kHysteresisReserved};
-        const Response reply = askSensor(SensorAddress::of(*this), sensor_command::kGetHysteresis, data);
-        if (const int result = resultOf(reply); result != 0)
-            return result;
-        word = kHysteresisKnown | static_cast<std::uint32_t>(reply.at(1) | reply.at(2) << 8);
+        const Answer answer =
+            askSensor(SensorAddress::of(*this), wire::kGetHysteresis, wire::Writer().u8(wire::hysteresis::kReserved));
+        if (!answer.good())
+            return answer.code();
+        word = kHysteresisKnown | answer.le16(wire::hysteresis::kPositive);
         hysteresis_ = word;
     }
     positive = byteOf(word, 0);
@@ -230,7 +216,7 @@ void IpmiSensor::dump() const
 {
     constexpr unsigned int kPerLine = 16;
     if (record_.length != 0)
-        std::printf("Sensor : 0x%02x", record_.at(sdr_record::kNumber));
+        std::printf("Sensor : 0x%02x", record_.at(wire::sdr::kNumber));
     for (unsigned int i = 0; i < record_.length; ++i) {
         if (i % kPerLine == 0)
             std::printf("\nData 0x%02x:", i);

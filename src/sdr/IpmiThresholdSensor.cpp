@@ -1,8 +1,8 @@
 #include "ipmi/IpmiThresholdSensor.h"
 
 #include "ipmi/CmpiStatus.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SensorCommands.h"
+#include "wire/SdrLayout.h"
 
 namespace Ipmi
 {
@@ -13,6 +13,7 @@ namespace
 constexpr unsigned int kEvents = 0x0fff;    ///< twelve; the mask bits above are threshold reading masks
 constexpr unsigned int kComparisons = 0x3f; ///< of the state byte
 constexpr unsigned int kThresholds = 0x3f;
+constexpr unsigned int kComparedShift = 12, kCompared = 0x07; ///< of a mask: the thresholds a reading is compared with
 
 /// Thresholds by index: bit in masks and comparison bits, place in answers.
 enum Threshold : int {
@@ -67,12 +68,12 @@ int IpmiThresholdSensor::getSensorState(int& state)
 
 std::uint16_t IpmiThresholdSensor::getAssertionEventMask() const
 {
-    return mask(sdr_record::kAssertionMask) & kEvents;
+    return mask(wire::sdr::kAssertionMask) & kEvents;
 }
 
 std::uint16_t IpmiThresholdSensor::getDeassertionEventMask() const
 {
-    return mask(sdr_record::kDeassertionMask) & kEvents;
+    return mask(wire::sdr::kDeassertionMask) & kEvents;
 }
 
 int IpmiThresholdSensor::rearmEvents(unsigned short assertions, unsigned short deassertions) const
@@ -94,22 +95,22 @@ int IpmiThresholdSensor::setEventEnable(unsigned char flags, unsigned short asse
 
 unsigned char IpmiThresholdSensor::getLowerThresholdReadingMask() const
 {
-    return mask(sdr_record::kAssertionMask) >> 12 & 7;
+    return mask(wire::sdr::kAssertionMask) >> kComparedShift & kCompared;
 }
 
 unsigned char IpmiThresholdSensor::getUpperThresholdReadingMask() const
 {
-    return mask(sdr_record::kDeassertionMask) >> 12 & 7;
+    return mask(wire::sdr::kDeassertionMask) >> kComparedShift & kCompared;
 }
 
 unsigned char IpmiThresholdSensor::getReadableMask() const
 {
-    return mask(sdr_record::kReadableThresholds) & kThresholds;
+    return mask(wire::sdr::kReadableThresholds) & kThresholds;
 }
 
 unsigned char IpmiThresholdSensor::getSettableMask() const
 {
-    return mask(sdr_record::kSettableThresholds) & kThresholds;
+    return mask(wire::sdr::kSettableThresholds) & kThresholds;
 }
 
 double IpmiThresholdSensor::threshold(int index) const

@@ -1,5 +1,7 @@
 #include "sdr/RefreshRoster.h"
 
+#include "wire/SdrLayout.h"
+
 #include <utility>
 
 namespace Ipmi
@@ -7,8 +9,6 @@ namespace Ipmi
 
 namespace
 {
-
-constexpr unsigned int kSoftwareOwner = 0x01;
 
 RefreshRoster::Controller& ownerOf(const IpmiSensor& sensor, std::vector<RefreshRoster::Controller>& controllers)
 {
@@ -34,7 +34,7 @@ void RefreshRoster::follow(std::vector<TRX::Reference<IpmiSensor>> current)
     sensors = std::move(current);
     controllers.clear();
     for (const TRX::Reference<IpmiSensor>& sensor : sensors) {
-        if ((sensor->getOwnerId() & kSoftwareOwner) == 0)
+        if ((sensor->getOwnerId() & wire::sdr::kSoftwareOwner) == 0)
             ownerOf(*sensor, controllers).members.push_back({sensor, {}});
     }
 }

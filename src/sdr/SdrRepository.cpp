@@ -1,6 +1,6 @@
 #include "sdr/SdrRepository.h"
 
-#include "sdr/SdrLayout.h"
+#include "wire/SdrLayout.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,6 +8,8 @@
 
 namespace Ipmi
 {
+
+namespace sdr = wire::sdr;
 
 namespace
 {
@@ -21,15 +23,15 @@ struct Kind {
 
 // Record types with a list of their own. The lists are dropped in this order, the one for all other types last.
 constexpr Kind kKinds[] = {
-    {sdr_record::kFullType, &SdrRepository::sdr_full},
-    {sdr_record::kCompactType, &SdrRepository::sdr_compact},
-    {sdr_record::kEventOnlyType, &SdrRepository::sdr_eventonly},
-    {0x08, &SdrRepository::sdr_entity_assoc},
-    {0x09, &SdrRepository::sdr_entity_assoc},
-    {0x10, &SdrRepository::sdr_generic_locator},
-    {0x11, &SdrRepository::sdr_fru_locator},
-    {0x12, &SdrRepository::sdr_mc_locator},
-    {0xc0, &SdrRepository::sdr_oem},
+    {sdr::kFullType, &SdrRepository::sdr_full},
+    {sdr::kCompactType, &SdrRepository::sdr_compact},
+    {sdr::kEventOnlyType, &SdrRepository::sdr_eventonly},
+    {sdr::kEntityType, &SdrRepository::sdr_entity_assoc},
+    {sdr::kDeviceEntityType, &SdrRepository::sdr_entity_assoc},
+    {sdr::kGenericLocatorType, &SdrRepository::sdr_generic_locator},
+    {sdr::kFruLocatorType, &SdrRepository::sdr_fru_locator},
+    {sdr::kMcLocatorType, &SdrRepository::sdr_mc_locator},
+    {sdr::kOemType, &SdrRepository::sdr_oem},
 };
 static_assert(std::ranges::is_sorted(kKinds, {}, &Kind::type));
 
@@ -49,15 +51,9 @@ void dropList(ipmiifc_sdr_list*& head)
     }
 }
 
-// Of the byte that holds the share count, and of the one after it.
-constexpr std::uint8_t kShareCountBits = 0x0f, kModifierBits = 0x7f, kInstanceIncrements = 0x80, kInstanceBits = 0x7f;
-static_assert(sdr_record::compact::kModifierOffset == sdr_record::compact::kSharing + 1 &&
-              sdr_record::event_only::kModifierOffset == sdr_record::event_only::kSharing + 1);
-
 std::size_t sharingAt(const ipmiifc_sdr_list& entry)
 {
-    return entry.record_type == sdr_record::kCompactType ? sdr_record::compact::kSharing
-                                                         : sdr_record::event_only::kSharing;
+    return entry.record_type == sdr::kCompactType ? sdr::compact::kSharing : sdr::event_only::kSharing;
 }
 
 /// `byte` with `step` added to the bits of `mask`, modulo their range; the other bits are kept.
@@ -130,9 +126,9 @@ void SdrRepository::dropHeaders()
 
 unsigned shareCount(const ipmiifc_sdr_list& entry)
 {
-    if (entry.record_type != sdr_record::kCompactType && entry.record_type != sdr_record::kEventOnlyType)
+    if (entry.record_type != sdr::kCompactType && entry.record_type != sdr::kEventOnlyType)
         return 0;
-    return entry.at(sharingAt(entry)) & kShareCountBits;
+    return entry.at(sharingAt(entry)) & sdr::kShareCountBits;
 }
 
 ipmiifc_sdr_list* nextShared(const ipmiifc_sdr_list& entry)
@@ -151,11 +147,11 @@ ipmiifc_sdr_list* nextShared(const ipmiifc_sdr_list& entry)
     std::copy_n(entry.data, entry.length, data);
 
     const std::size_t sharing = sharingAt(entry), modifier = sharing + 1;
-    advance(*copy, sharing, kShareCountBits, -1);
-    advance(*copy, modifier, kModifierBits, 1);
-    advance(*copy, sdr_record::kNumber, 0xff, 1);
-    if (entry.at(modifier) & kInstanceIncrements)
-        advance(*copy, sdr_record::kEntityInstance, kInstanceBits, 1);
+    advance(*copy, sharing, sdr::kShareCountBits, -1);
+    advance(*copy, modifier, sdr::kModifierBits, 1);
+    advance(*copy, sdr::kNumber, 0xff, 1);
+    if (entry.at(modifier) & sdr::kInstanceIncrements)
+        advance(*copy, sdr::kEntityInstance, sdr::kInstanceBits, 1);
     return copy;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ipmi/IpmiRecords.h"
+#include "wire/SdrLayout.h"
 
 #include <array>
 #include <cstddef>
@@ -24,7 +25,7 @@ struct ipmiifc_sdr_list {
     /// Byte `index` of the record, or 0 beyond it.
     std::uint8_t at(std::size_t index) const { return index < length ? data[index] : std::uint8_t{0}; }
     /// Two bytes from `index`, LS byte first; bytes beyond the record are 0.
-    std::uint16_t le16(std::size_t index) const { return static_cast<std::uint16_t>(at(index) | at(index + 1) << 8); }
+    std::uint16_t le16(std::size_t index) const { return Ipmi::le16(at(index), at(index + 1)); }
 };
 
 /// A reading being fetched for a record.
@@ -39,14 +40,14 @@ struct ipmiifc_sensor_reading_list {
 struct ipmiifc_sdr_header {
     std::uint8_t bytes[5] = {};
 
-    std::uint16_t recordId() const { return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8); }
-    std::uint8_t type() const { return bytes[3]; }
-    std::uint8_t length() const { return bytes[4]; }
+    std::uint16_t recordId() const { return le16(bytes); }
+    std::uint8_t type() const { return bytes[wire::sdr::kType]; }
+    std::uint8_t length() const { return bytes[wire::sdr::kLength]; }
 };
-static_assert(sizeof(ipmiifc_sdr_header) == 5);
+static_assert(sizeof(ipmiifc_sdr_header) == wire::sdr::kHeaderSize);
 
 /// Guarded as a whole by the node's sdrLock. Lists are newest first: an entry is added at the head. The header array
-/// and the lists are replaced by the holder of the node's loadGuard only, so a load may let go of sdrLock in between.
+/// and the lists are replaced by the holder of the node's loadLock only, so a load may let go of sdrLock in between.
 struct SdrRepository {
     SdrRepository() = default;
     ~SdrRepository();
@@ -72,10 +73,7 @@ struct SdrRepository {
 
     static constexpr std::uint32_t kMostEntries = 16384;
 
-    std::uint16_t reservation() const
-    {
-        return static_cast<std::uint16_t>(sdr_reservation[1] | sdr_reservation[2] << 8);
-    }
+    std::uint16_t reservation() const { return le16(sdr_reservation[1], sdr_reservation[2]); }
     bool full() const { return entries >= kMostEntries; }
     /// Puts `entry`, which the list then owns, at the head of its kind's list.
     void push(ipmiifc_sdr_list* entry);

@@ -1,10 +1,9 @@
 #include "sdr/SensorCommands.h"
 
-#include "node/IpmiNode.h"
-#include "sdr/SdrLayout.h"
-
-#include <array>
-#include <vector>
+#include "sdr/SensorAccess.h"
+#include "transport/TargetScope.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
 
 namespace Ipmi
 {
@@ -12,83 +11,54 @@ namespace Ipmi
 namespace
 {
 
-constexpr std::uint8_t kSelectedEvents = 0x80; ///< Re-arm Sensor Events: only those that the masks select
-
-std::uint8_t low(unsigned int word)
-{
-    return static_cast<std::uint8_t>(word);
-}
-
-std::uint8_t high(unsigned int word)
-{
-    return static_cast<std::uint8_t>(word >> 8);
-}
+constexpr unsigned int kAllEvents = 0x00, kSelectedEvents = 0x80; ///< of Re-arm Sensor Events
 
 } // namespace
 
-SensorAddress SensorAddress::of(int node, const ipmiifc_sdr_list& sdr)
-{
-    const std::uint8_t lun = sdr.at(sdr_record::kLun);
-    return {node, sdr.at(sdr_record::kOwner), static_cast<std::uint8_t>(lun & 0x03),
-            static_cast<std::uint8_t>(lun >> 4), sdr.at(sdr_record::kNumber)};
-}
-
 SensorAddress SensorAddress::of(const IpmiSensor& sensor)
 {
-    return {sensor.getNode(), sensor.getOwnerId(), sensor.getLun(), sensor.getChannel(), sensor.getSensorNumber()};
+    return of(sensor.getNode(), SensorAccess::record(sensor));
 }
 
-Response askSensor(const SensorAddress& address, std::uint8_t command, std::span<const std::uint8_t> data)
+Answer askSensor(const SensorAddress& address, wire::Command command, std::span<const std::uint8_t> data)
 {
-    if (!isNode(address.node) || address.isSoftware())
+    if (address.isSoftware())
         return {};
-    std::vector<std::uint8_t> request{address.number};
-    request.insert(request.end(), data.begin(), data.end());
     const TargetScope owner(address.node, address.owner, address.lun, address.channel);
-    return sendCommand(address.node, kSensorEvent, command, request);
-}
-
-int resultOf(const Response& reply)
-{
-    return reply ? reply->cc : -1;
+    return ask(address.node, command, wire::Writer().u8(address.number).bytes(data));
 }
 
 int sendRearmEvents(const IpmiSensor& sensor, unsigned int events, unsigned short assertions,
                     unsigned short deassertions)
 {
-    const unsigned int on = assertions & events;
-    const unsigned int off = deassertions & events;
-    if ((assertions | deassertions) == 0) {
-        constexpr std::array<std::uint8_t, 1> kAllEvents = {0x00};
-        return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kRearmEvents, kAllEvents));
-    }
-    const std::array<std::uint8_t, 5> data = {kSelectedEvents, low(on), high(on), low(off), high(off)};
-    return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kRearmEvents, data));
+    wire::Writer data;
+    if ((assertions | deassertions) == 0)
+        data.u8(kAllEvents);
+    else
+        data.u8(kSelectedEvents).le16(assertions & events).le16(deassertions & events);
+    return askSensor(SensorAddress::of(sensor), wire::kRearmEvents, data).code();
 }
 
 int sendGetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned char& flags, unsigned short& assertions,
                        unsigned short& deassertions)
 {
+    using namespace wire::event_enable;
     flags = 0;
     assertions = deassertions = 0;
-    const Response reply = askSensor(SensorAddress::of(sensor), sensor_command::kGetEventEnable);
-    const int result = resultOf(reply);
-    if (result != 0)
-        return result;
-    flags = reply.at(1);
-    assertions = static_cast<unsigned short>(reply.le16(2) & events);
-    deassertions = static_cast<unsigned short>(reply.le16(4) & events);
+    const Answer answer = askSensor(SensorAddress::of(sensor), wire::kGetEventEnable);
+    if (!answer.good())
+        return answer.code();
+    flags = answer.at(kFlags);
+    assertions = static_cast<unsigned short>(answer.le16(kAssertions) & events);
+    deassertions = static_cast<unsigned short>(answer.le16(kDeassertions) & events);
     return 0;
 }
 
 int sendSetEventEnable(const IpmiSensor& sensor, unsigned int events, unsigned char flags, unsigned short assertions,
                        unsigned short deassertions)
 {
-    const unsigned int on = assertions & events;
-    const unsigned int off = deassertions & events;
-    const std::array<std::uint8_t, 5> data = {static_cast<std::uint8_t>(flags & 0xf0), low(on), high(on), low(off),
-                                              high(off)};
-    return resultOf(askSensor(SensorAddress::of(sensor), sensor_command::kSetEventEnable, data));
+    const wire::Writer data = wire::Writer().u8(flags & 0xf0U).le16(assertions & events).le16(deassertions & events);
+    return askSensor(SensorAddress::of(sensor), wire::kSetEventEnable, data).code();
 }
 
 } // namespace Ipmi

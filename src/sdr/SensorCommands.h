@@ -2,8 +2,9 @@
 #pragma once
 
 #include "ipmi/IpmiSensor.h"
-#include "node/IpmiIfcTransport.h"
-#include "sdr/SdrRepository.h"
+#include "transport/Answer.h"
+#include "wire/Bits.h"
+#include "wire/SdrLayout.h"
 
 #include <cstdint>
 #include <span>
@@ -11,30 +12,31 @@
 namespace Ipmi
 {
 
-namespace sensor_command
-{
-inline constexpr std::uint8_t kGetHysteresis = 0x25, kGetThresholds = 0x27, kSetEventEnable = 0x28,
-                              kGetEventEnable = 0x29, kRearmEvents = 0x2a, kGetReading = 0x2d;
-} // namespace sensor_command
-
 /// Where a sensor is asked.
 struct SensorAddress {
     int node;
     std::uint8_t owner, lun, channel, number;
 
-    /// As the sensor's record says.
-    static SensorAddress of(int node, const ipmiifc_sdr_list& sdr);
     static SensorAddress of(const IpmiSensor& sensor);
+    /// As a record says: an IpmiSdrRecord, or an entry of the repository's lists.
+    template <typename Record> static SensorAddress of(int node, const Record& record)
+    {
+        const unsigned int lun = record.at(wire::sdr::kLun);
+        return {node, record.at(wire::sdr::kOwner), static_cast<std::uint8_t>(wire::bits(lun, 1, 0)),
+                static_cast<std::uint8_t>(wire::bits(lun, 7, 4)), record.at(wire::sdr::kNumber)};
+    }
     /// System software owns the sensor: there is no controller to ask.
-    bool isSoftware() const { return (owner & 0x01) != 0; }
+    bool isSoftware() const { return (owner & wire::sdr::kSoftwareOwner) != 0; }
 };
 
-/// Sends a command with the sensor's number and `data` to the controller that owns the sensor; no reply where that is
+/// Sends a command with the sensor's number and `data` to the controller that owns the sensor; no answer where that is
 /// system software.
-Response askSensor(const SensorAddress& address, std::uint8_t command, std::span<const std::uint8_t> data = {});
+Answer askSensor(const SensorAddress& address, wire::Command command, std::span<const std::uint8_t> data = {});
 
-/// Completion code of a reply; -1 without one.
-int resultOf(const Response& reply);
+/// Get Sensor Reading. @return 0, a completion code, -1 without an answer
+int readSensor(const SensorAddress& address, Answer& answer);
+/// Get Sensor Thresholds from the sensor's owner, into `sensor`; then its hysteresis. On failure it keeps what it had.
+void readThresholds(const SensorAddress& address, IpmiSensor& sensor);
 
 /// The event commands; `events` is the mask of the events that the kind of sensor has.
 int sendRearmEvents(const IpmiSensor& sensor, unsigned int events, unsigned short assertions,

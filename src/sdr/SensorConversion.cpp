@@ -1,7 +1,8 @@
 // Conversion between raw bytes and values in a sensor's units (IPMI 2.0, 36.3).
 #include "base/Log.h"
 #include "ipmi/IpmiSensor.h"
-#include "sdr/SdrLayout.h"
+#include "wire/Bits.h"
+#include "wire/SdrLayout.h"
 
 #include <cmath>
 #include <limits>
@@ -9,7 +10,7 @@
 namespace Ipmi
 {
 
-using namespace sdr_record;
+namespace sdr = wire::sdr;
 
 namespace
 {
@@ -34,18 +35,10 @@ enum Linearization : unsigned int {
     kCubeRoot
 };
 
-constexpr int signExtend(unsigned int value, unsigned int width)
-{
-    const unsigned int sign = 1U << (width - 1);
-    return static_cast<int>(value & (2 * sign - 1)) - static_cast<int>(value & sign) * 2;
-}
-static_assert(signExtend(0x3ff, 10) == -1 && signExtend(0x200, 10) == -512 && signExtend(0x1ff, 10) == 511);
-static_assert(signExtend(0xf6, 8) == -10 && signExtend(0x8, 4) == -8);
-
 /// One's complement, negative zero counting as zero.
 constexpr int onesComplement(unsigned int raw)
 {
-    return signExtend(raw & 0x80 ? raw + 1 : raw, 8);
+    return wire::signExtend(raw & 0x80 ? raw + 1 : raw, 8);
 }
 static_assert(onesComplement(0xff) == 0 && onesComplement(0x80) == -127 && onesComplement(0x7f) == 127);
 
@@ -56,17 +49,17 @@ struct Factors {
     double bScale, resultScale; ///< the powers of ten
 
     explicit Factors(const IpmiSdrRecord& record)
-        : format(record.at(kUnits) >> 6), linearization(record.at(full::kLinearization) & 0x7fU),
-          m(tenBits(record, full::kM)), b(tenBits(record, full::kB)),
-          bScale(std::pow(10.0, signExtend(record.at(full::kExponents), 4))),
-          resultScale(std::pow(10.0, signExtend(record.at(full::kExponents) >> 4, 4)))
+        : format(record.at(sdr::kUnits) >> 6), linearization(record.at(sdr::full::kLinearization) & 0x7fU),
+          m(tenBits(record, sdr::full::kM)), b(tenBits(record, sdr::full::kB)),
+          bScale(std::pow(10.0, wire::signExtend(record.at(sdr::full::kExponents), 4))),
+          resultScale(std::pow(10.0, wire::signExtend(record.at(sdr::full::kExponents) >> 4, 4)))
     {
     }
 
     /// A factor's low byte, and its two high bits on top of the next byte.
     static int tenBits(const IpmiSdrRecord& record, unsigned int index)
     {
-        return signExtend(record.at(index) | (record.at(index + 1) & 0xc0U) << 2, 10);
+        return wire::signExtend(record.at(index) | (record.at(index + 1) & 0xc0U) << 2, 10);
     }
 };
 
@@ -142,7 +135,7 @@ int toInt(double value)
 
 double IpmiSensor::convertRawValue(unsigned int raw) const
 {
-    if (record_.at(kType) != kFullType) {
+    if (record_.at(sdr::kType) != sdr::kFullType) {
         TRX::log(LOG_ERR, "%s: request but not a full sensor", "convertRawValue");
         return 0.0;
     }
@@ -156,7 +149,7 @@ double IpmiSensor::convertRawValue(unsigned int raw) const
         product = factors.m * onesComplement(raw);
         break;
     case kTwosComplement:
-        product = factors.m * signExtend(raw, 8);
+        product = factors.m * wire::signExtend(raw, 8);
         break;
     default:
         TRX::log(LOG_ERR, "%s: request against non-threshold sensor", "convertRawValue");
@@ -167,7 +160,7 @@ double IpmiSensor::convertRawValue(unsigned int raw) const
 
 int IpmiSensor::convertToRawValue(double value) const
 {
-    if (value == 0.0 || record_.at(kType) != kFullType) // 0.0 is raw 0 whatever the factors: this is meant
+    if (value == 0.0 || record_.at(sdr::kType) != sdr::kFullType) // 0.0 is raw 0 whatever the factors: this is meant
         return 0;
     const Factors factors(record_);
     if (factors.format == kNoAnalogReading || (factors.format == kUnsigned && factors.m == 0))

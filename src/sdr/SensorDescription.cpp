@@ -1,6 +1,6 @@
 // Texts that stand for a whole sensor: a description for people, and a key for programs.
 #include "ipmi/IpmiSensor.h"
-#include "sdr/SdrLayout.h"
+#include "wire/SdrLayout.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +9,7 @@
 namespace Ipmi
 {
 
-using namespace sdr_record;
+namespace sdr = wire::sdr;
 
 namespace
 {
@@ -24,11 +24,11 @@ std::string hex(unsigned int value, int digits = 2)
 std::string kindName(unsigned int recordType)
 {
     switch (recordType) {
-    case kFullType:
+    case sdr::kFullType:
         return "full";
-    case kCompactType:
+    case sdr::kCompactType:
         return "compact";
-    case kEventOnlyType:
+    case sdr::kEventOnlyType:
         return "event-only";
     default:
         return "type" + hex(recordType);
@@ -42,7 +42,7 @@ std::string oemDescription(const IpmiSdrRecord& record)
     std::string data;
     for (unsigned int i = kHeader; i < end; ++i)
         data += (data.empty() ? "" : " ") + hex(record.at(i));
-    return "OEM Record (" + hex(record.le16(kId), 4) + "): SDR Type C0h - OEM Data (" + data + ")";
+    return "OEM Record (" + hex(record.le16(sdr::kId), 4) + "): SDR Type C0h - OEM Data (" + data + ")";
 }
 
 } // namespace
@@ -50,19 +50,19 @@ std::string oemDescription(const IpmiSdrRecord& record)
 std::string IpmiSensor::getDescription() const
 {
     std::string subject = getSensorIdString();
-    switch (record_.at(kType)) {
-    case kFullType:
+    switch (record_.at(sdr::kType)) {
+    case sdr::kFullType:
         subject = subject.empty() ? "[Device]" : subject;
         break;
-    case kCompactType:
+    case sdr::kCompactType:
         if (subject.empty())
             return "Unhandled Compact SDR description";
         break;
-    case kEventOnlyType:
+    case sdr::kEventOnlyType:
         if (subject.empty())
             return "Unhandled eventonly SDR description";
         break;
-    case kOemType:
+    case sdr::kOemType:
         return oemDescription(record_);
     default:
         return "Unhandled unknown SDR description";
@@ -75,7 +75,7 @@ std::string IpmiSensor::getDescription() const
 std::string IpmiSensor::getDeviceId() const
 {
     return "node" + std::to_string(node_) + "-owner" + hex(getOwnerId()) + "-channel" + hex(getChannel(), 1) + "-lun" +
-           hex(getLun(), 1) + "-sensor" + hex(getSensorNumber()) + "-" + kindName(record_.at(kType));
+           hex(getLun(), 1) + "-sensor" + hex(getSensorNumber()) + "-" + kindName(record_.at(sdr::kType));
 }
 
 } // namespace Ipmi

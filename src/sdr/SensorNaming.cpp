@@ -1,8 +1,9 @@
 #include "sdr/SensorNaming.h"
 
 #include "sdr/IdString.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SensorAccess.h"
+#include "wire/Bits.h"
+#include "wire/SdrLayout.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,7 +17,7 @@
 namespace Ipmi
 {
 
-using namespace sdr_record;
+namespace sdr = wire::sdr;
 
 namespace
 {
@@ -30,13 +31,13 @@ struct Kind {
 
 std::optional<Kind> kindOf(const IpmiSdrRecord& record)
 {
-    switch (record.at(kType)) {
-    case kFullType:
-        return Kind{full::kIdCode};
-    case kCompactType:
-        return Kind{compact::kIdCode, compact::kSharing, compact::kModifierOffset};
-    case kEventOnlyType:
-        return Kind{event_only::kIdCode, event_only::kSharing, event_only::kModifierOffset};
+    switch (record.at(sdr::kType)) {
+    case sdr::kFullType:
+        return Kind{sdr::full::kIdCode};
+    case sdr::kCompactType:
+        return Kind{sdr::compact::kIdCode, sdr::compact::kSharing, sdr::compact::kModifierOffset};
+    case sdr::kEventOnlyType:
+        return Kind{sdr::event_only::kIdCode, sdr::event_only::kSharing, sdr::event_only::kModifierOffset};
     default:
         return std::nullopt;
     }
@@ -54,7 +55,8 @@ Share shareOf(const IpmiSdrRecord& record)
     if (!kind || kind->sharing == 0)
         return {};
     const unsigned int sharing = record.at(kind->sharing);
-    return {sharing & 0x0f, sharing >> 4 & 3, record.at(kind->modifierOffset) & 0x7fU};
+    return {sharing & sdr::kShareCountBits, wire::bits(sharing, 5, 4),
+            unsigned{record.at(kind->modifierOffset)} & sdr::kModifierBits};
 }
 
 /// What the sensors of one shared record have in common, and the place of one of them.
@@ -63,8 +65,8 @@ using SharePlace = std::tuple<unsigned int, unsigned int, unsigned int, unsigned
 SharePlace placeOf(const IpmiSensor& sensor, const Share& share, unsigned int step)
 {
     const IpmiSdrRecord& record = SensorAccess::record(sensor);
-    return {record.at(kType), record.le16(kId), record.le16(kOwner), (record.at(kNumber) + step) & 0xff,
-            (share.offset + step) & 0x7f};
+    return {record.at(sdr::kType), record.le16(sdr::kId), record.le16(sdr::kOwner),
+            (record.at(sdr::kNumber) + step) & 0xff, (share.offset + step) & 0x7f};
 }
 
 /// The last sensor of a shared record has share count 1, as many unshared records have, some of them with an offset:

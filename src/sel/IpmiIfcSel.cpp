@@ -2,11 +2,11 @@
 #include "sel/IpmiIfcSel.h"
 
 #include "base/Log.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
-#include "node/SignalPipe.h"
 #include "sel/FlagScope.h"
-#include "sel/SelCommands.h"
+#include "transport/Answer.h"
+#include "transport/SignalPipe.h"
+#include "wire/AnswerLayout.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,6 +17,7 @@ namespace Ipmi
 namespace
 {
 
+constexpr std::chrono::seconds kBeforeReservation{1}; ///< that a BMC may not be ready for
 constexpr std::uint8_t kVersionBits = 0x0f, kOldestVersion = 2;
 constexpr std::uint8_t kVersion51 = 0x51; ///< what IPMI 1.5 and 2.0 logs report
 
@@ -87,7 +88,7 @@ void readAdditions(int node, const ipmiifc_sel_info& info)
     }
     // Where the record read last is gone the log was erased, though the erasure time does not say so: it counts whole
     // seconds, and there are BMCs that never set it.
-    if (IpmiIfcSelReadNew(node, last) == kCcNotPresent)
+    if (IpmiIfcSelReadNew(node, last) == wire::cc::kNotPresent)
         return reload(node, info);
     setInfo(node, info);
 }
@@ -104,9 +105,9 @@ bool isReadable(std::uint8_t version)
 
 /// Fetches an info for a log of which there is none, and leaves the cache empty. @return 0, or the failed fetch's
 /// result
-int fetchInfo(int node)
+int fetchInfo(int node, IpmiNode& self) TRX_REQUIRES(self.selCheckLock)
 {
-    const FlagScope fetching(g_IpmiNode[node].selFetching);
+    const FlagScope fetching(self.selFetching);
     const int result = IpmiIfcSelGetInfo(node, nullptr);
     if (result == 0)
         dropRecords(node, false); // the fetch itself may have loaded them
@@ -119,14 +120,16 @@ int IpmiIfcSelGetInfo(int node, unsigned short* count)
 {
     if (!isNode(node))
         return -2;
-    LoadScope check(g_IpmiNode[node].selGuard); // from the question on: an older answer must not follow a newer one
-    const Response answer = sendCommand(node, kStorage, kGetSelInfo);
-    if (!answer)
+    TRX::ReentrantLock check(
+        g_IpmiNode[node].selCheckLock); // from the question on: an older answer must not follow a newer one
+    const Answer answer = ask(node, wire::kGetSelInfo);
+    if (!answer.answered())
         return -1;
-    const std::uint8_t cc = answer->cc;
-    if (cc != 0 && cc != kCcNodeBusy && cc != kCcNotPresent && cc != kCcSelErasing)
+    const std::uint8_t cc = answer.codeOrNoAnswer();
+    if (cc != wire::cc::kOk && cc != wire::cc::kNodeBusy && cc != wire::cc::kNotPresent && cc != wire::cc::kSelErasing)
         TRX::log(LOG_WARNING, "%s: IPMI_CMD_GET_SEL_INFO cc=0x%x", __func__, cc);
-    return isWholeInfo(answer.get()) ? IpmiIfcRhSelInfo(answer.get(), count) : -1;
+    ipmiifc_resp reply = answer.reply(node);
+    return IpmiIfcRhSelInfo(&reply, count);
 }
 
 int IpmiIfcRhSelInfo(ipmiifc_resp* resp, unsigned short* count)
@@ -138,7 +141,7 @@ int IpmiIfcRhSelInfo(ipmiifc_resp* resp, unsigned short* count)
     const ipmiifc_sel_info info = infoOf(*resp);
     if (count)
         *count = info.entryCount() & 0xff; // the low byte alone: this is meant
-    LoadScope check(self.selGuard);
+    TRX::ReentrantLock check(self.selCheckLock);
     if (self.selHandling)
         return 0; // a handler's own check: the next one takes it over
     const ipmiifc_sel_info before = IpmiIfc::getRawSelHeader(node);
@@ -178,19 +181,19 @@ int IpmiIfcRhSelGetAllocInfo(ipmiifc_resp* resp)
 
 int IpmiIfcSelReserve(int node)
 {
-    const Response answer = sendCommand(node, kStorage, kReserveSel);
-    if (!answer) {
+    const Answer answer = ask(node, wire::kReserveSel);
+    const int code = answer.code();
+    if (code == Answer::kNone) {
         TRX::log(LOG_WARNING, "Transmit issue for IPMI SEL Reserve node %d", node);
         return -1;
     }
-    if (answer->cc == kCcInvalidCommand)
+    if (code == wire::cc::kInvalidCommand)
         TRX::log(LOG_DEBUG, "node: %d reserve sel command is not supported", node);
-    else if (answer->cc != 0 && answer->cc != kCcNodeBusy)
-        TRX::log(LOG_WARNING, "node: %d reserve sel failed cc 0x%x", node, answer->cc);
-    if (answer->cc == kCcInvalidCommand || answer->cc == kCcNodeBusy)
-        pause(node, SelRetries::kBusy);
-    constexpr std::size_t kSize = 3; // completion code and id
-    if (answer->cc != 0 || answer.bytes().size() < kSize)
+    else if (code != wire::cc::kOk && code != wire::cc::kNodeBusy)
+        TRX::log(LOG_WARNING, "node: %d reserve sel failed cc 0x%x", node, static_cast<unsigned int>(code));
+    if (code == wire::cc::kInvalidCommand || code == wire::cc::kNodeBusy)
+        pause(node, kBeforeReservation);
+    if (!answer.good(wire::reservation::kSize))
         return -1;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.selLock);
@@ -210,9 +213,9 @@ int IpmiIfcSelGetAll(int node)
     if (!isNode(node))
         return -1;
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope check(self.selGuard);
+    TRX::ReentrantLock check(self.selCheckLock);
     if (IpmiIfc::getRawSelHeader(node).version() == 0 && !self.selFetching)
-        if (const int result = fetchInfo(node); result != 0)
+        if (const int result = fetchInfo(node, self); result != 0)
             return result;
     if (selReservation(node) == 0)
         IpmiIfcSelReserve(node);
@@ -255,21 +258,6 @@ std::vector<TRX::Reference<IpmiSelData>> IpmiIfc::getSelData(int node)
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.selLock);
     return self.sel.records;
-}
-
-TRX::Reference<IpmiSel> IpmiIfc::getSel()
-{
-    return getSel(0);
-}
-
-ipmiifc_sel_info IpmiIfc::getRawSelHeader()
-{
-    return getRawSelHeader(0);
-}
-
-std::vector<TRX::Reference<IpmiSelData>> IpmiIfc::getSelData()
-{
-    return getSelData(0);
 }
 
 } // namespace Ipmi

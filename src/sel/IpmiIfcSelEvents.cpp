@@ -12,8 +12,6 @@ namespace Ipmi
 namespace
 {
 
-constexpr int kNotFound = 2, kBadArgument = 5;
-
 thread_local bool callsHandlers = false;
 
 bool isToBeReported(const IpmiSelData& record, std::uint32_t since)
@@ -64,7 +62,7 @@ int IpmiIfcSelGenerateEvents(int node, unsigned int since)
 void forEachSelHandler(int node, const std::function<void(const SelHandler&)>& call)
 {
     IpmiNode& self = g_IpmiNode[node];
-    LoadScope turn(self.selGuard); // a node's handlers are called by one thread at a time
+    TRX::ReentrantLock turn(self.selCheckLock); // a node's handlers are called by one thread at a time
     const FlagScope handling(self.selHandling), here(callsHandlers);
     for (const SelHandler& handler : handlersOf(self))
         if (isRegistered(self, handler))
@@ -88,12 +86,12 @@ void IpmiIfcSelCleanUpEventHandlers(int node)
 int IpmiIfc::registerSelEventHandler(int node, SelEventHandler handler, void* argument)
 {
     if (!handler || !isNode(node))
-        return kBadArgument;
+        return IPMI_RESULT_BAD_ARGUMENT;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.selLock);
     auto& handlers = self.sel.handlers;
     if (std::ranges::find(handlers, handler, &SelHandler::function) != handlers.end())
-        return kNotFound; // also for one that is there already: this is meant
+        return IPMI_RESULT_ALREADY_THERE;
     handlers.insert(handlers.begin(), {handler, argument, self.sel.registrations++});
     return 0;
 }
@@ -101,25 +99,15 @@ int IpmiIfc::registerSelEventHandler(int node, SelEventHandler handler, void* ar
 int IpmiIfc::unRegisterSelEventHandler(int node, SelEventHandler handler)
 {
     if (!handler || !isNode(node))
-        return kBadArgument;
+        return IPMI_RESULT_BAD_ARGUMENT;
     IpmiNode& self = g_IpmiNode[node];
     TRX::MutexLock hold(self.selLock);
     auto& handlers = self.sel.handlers;
     const auto found = std::ranges::find(handlers, handler, &SelHandler::function);
     if (found == handlers.end())
-        return kNotFound;
+        return IPMI_RESULT_NOT_FOUND;
     handlers.erase(found);
     return 0;
-}
-
-int IpmiIfc::registerSelEventHandler(SelEventHandler handler, void* argument)
-{
-    return registerSelEventHandler(0, handler, argument);
-}
-
-int IpmiIfc::unRegisterSelEventHandler(SelEventHandler handler)
-{
-    return unRegisterSelEventHandler(0, handler);
 }
 
 } // namespace Ipmi

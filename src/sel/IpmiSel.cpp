@@ -2,8 +2,11 @@
 
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiIfc.h"
-#include "node/IpmiIfcTransport.h"
 #include "sel/SelTime.h"
+#include "transport/Answer.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
+#include "wire/SelLayout.h"
 
 namespace Ipmi
 {
@@ -11,23 +14,19 @@ namespace Ipmi
 namespace
 {
 
-constexpr std::uint8_t kSetGlobalEnables = 0x2e, kGetGlobalEnables = 0x2f;
-constexpr std::uint8_t kEventLogging = 0x08;
-constexpr int kRecordSize = 16; ///< also the allocation unit of a BMC that says 0
+constexpr int kRecordSize = wire::sel::kSize; ///< also the allocation unit of a BMC that says 0
 
 std::uint8_t globalEnables(int node)
 {
-    const Response answer = sendCommand(node, kApp, kGetGlobalEnables);
-    if (!answer || answer->cc != 0 || answer.bytes().size() < 2)
+    const Answer answer = ask(node, wire::kGetGlobalEnables);
+    if (!answer.good(wire::global_enables::kSize))
         throw CmpiStatus(CMPI_RC_ERR_FAILED);
-    return answer.at(1);
+    return answer.at(wire::global_enables::kEnables);
 }
 
 void setGlobalEnables(int node, unsigned int enables)
 {
-    const std::uint8_t request[] = {static_cast<std::uint8_t>(enables)};
-    const Response answer = sendCommand(node, kApp, kSetGlobalEnables, request);
-    if (!answer || answer->cc != 0)
+    if (!ask(node, wire::kSetGlobalEnables, wire::Writer().u8(enables)).good())
         throw CmpiStatus(CMPI_RC_ERR_FAILED);
 }
 
@@ -67,17 +66,19 @@ unsigned int IpmiSel::getEraseTimeStampUnix() const
 
 bool IpmiSel::isEnabled() const
 {
-    return (globalEnables(static_cast<int>(node_)) & kEventLogging) != 0;
+    return (globalEnables(static_cast<int>(node_)) & wire::global_enables::kEventLogging) != 0;
 }
 
 void IpmiSel::enable() const
 {
-    setGlobalEnables(static_cast<int>(node_), globalEnables(static_cast<int>(node_)) | kEventLogging);
+    setGlobalEnables(static_cast<int>(node_),
+                     globalEnables(static_cast<int>(node_)) | wire::global_enables::kEventLogging);
 }
 
 void IpmiSel::disable() const
 {
-    setGlobalEnables(static_cast<int>(node_), globalEnables(static_cast<int>(node_)) & ~unsigned{kEventLogging});
+    setGlobalEnables(static_cast<int>(node_),
+                     globalEnables(static_cast<int>(node_)) & ~unsigned{wire::global_enables::kEventLogging});
 }
 
 int IpmiSel::clear() const

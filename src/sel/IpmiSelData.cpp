@@ -1,11 +1,13 @@
 #include "ipmi/IpmiSelData.h"
 
 #include "ipmi/IpmiIfc.h"
-#include "node/IpmiIfcTransport.h"
 #include "sel/EventTexts.h"
-#include "sel/SelCommands.h"
-#include "sel/SelRecordLayout.h"
 #include "sel/SelTime.h"
+#include "transport/Answer.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
+#include "wire/EventTypes.h"
+#include "wire/SelLayout.h"
 
 #include <cstdio>
 #include <span>
@@ -14,32 +16,30 @@
 namespace Ipmi
 {
 
-using namespace sel_record;
+namespace sel = wire::sel;
+namespace event_type = wire::event_type;
 
-static_assert(sizeof(IpmiSelData) == kSize + sizeof(int) && !std::is_polymorphic_v<IpmiSelData>,
+static_assert(sizeof(IpmiSelData) == sel::kSize + sizeof(int) && !std::is_polymorphic_v<IpmiSelData>,
               "a node keeps one for every record of its log");
 
 namespace
 {
+
+constexpr int kNotSupported = 1;
 
 unsigned int u8(const sel_event_record& record, std::size_t at)
 {
     return record.bytes[at];
 }
 
-unsigned short le16(const sel_event_record& record, std::size_t at)
-{
-    return static_cast<unsigned short>(u8(record, at) | u8(record, at + 1) << 8);
-}
-
 bool isDeassertion(const sel_event_record& record)
 {
-    return (u8(record, kDirectionAndType) & kDeassertion) != 0;
+    return (u8(record, sel::kDirectionAndType) & sel::kDeassertion) != 0;
 }
 
 unsigned int offsetOf(const sel_event_record& record)
 {
-    return u8(record, kData1) & kOffsetMask;
+    return u8(record, sel::kData1) & sel::kOffsetMask;
 }
 
 /// What an event common to many types of sensors says of one type.
@@ -62,28 +62,21 @@ std::string sensorEvent(unsigned int sensorType, unsigned int offset)
     return event->text ? std::string(event->name) + ' ' + event->text : event->name;
 }
 
-/// Answer of Delete SEL Entry.
-struct Answer {
-    static constexpr unsigned short kId = 1, kSize = 3;
-
-    unsigned char bytes[4] = {};
-    unsigned short length = sizeof bytes;
-};
-
-/// @return as IpmiSelData::reserve
-int deleteEntry(int node, std::span<unsigned char> request, Answer& answer)
+/// Delete SEL Entry with this request. @return as IpmiSelData::reserve
+int deleteEntry(int node, std::span<const std::uint8_t> request, Answer& answer)
 {
-    switch (IpmiIfc::sendCmd(node, kDeleteSelEntry, kStorage, static_cast<unsigned short>(request.size()),
-                             request.data(), &answer.length, answer.bytes)) {
-    case 0:
-        return 0;
-    case kCcInvalidCommand:
-    case kCcIllegalCommand:
-        return 1;
-    case kNoAnswer:
-        return 4;
+    answer = ask(node, wire::kDeleteSelEntry, request);
+    switch (answer.bytes().empty() ? Answer::kNone : answer.code()) {
+    case wire::cc::kOk:
+        return IpmiIfc::IPMI_RESULT_OK;
+    case wire::cc::kInvalidCommand:
+    case wire::cc::kIllegalCommand:
+        return kNotSupported;
+    case Answer::kNone:
+    case wire::cc::kUnspecified:
+        return IpmiIfc::IPMI_RESULT_NO_RESPONSE;
     default:
-        return 5;
+        return IpmiIfc::IPMI_RESULT_REFUSED;
     }
 }
 
@@ -96,35 +89,36 @@ IpmiSelData::IpmiSelData(const sel_event_record* record, int node)
 
 unsigned short IpmiSelData::recordId() const
 {
-    return le16(record_, kId);
+    return le16(record_.bytes + sel::kId);
 }
 
 unsigned char IpmiSelData::recordType() const
 {
-    return record_.bytes[kType];
+    return record_.bytes[sel::kType];
 }
 
 bool IpmiSelData::isSelEventRecord() const
 {
-    return recordType() == kUnspecifiedType || recordType() == kSystemEventType;
+    return recordType() == sel::kUnspecifiedType || recordType() == sel::kSystemEventType;
 }
 
 unsigned char IpmiSelData::getSensorNumber() const
 {
-    return isSelEventRecord() ? record_.bytes[kSensorNumber] : std::uint8_t{0};
+    return isSelEventRecord() ? record_.bytes[sel::kSensorNumber] : std::uint8_t{0};
 }
 
 unsigned short IpmiSelData::getGeneratorId() const
 {
-    return isSelEventRecord() ? le16(record_, kGenerator) : std::uint16_t{0};
+    return isSelEventRecord() ? le16(record_.bytes + sel::kGenerator) : std::uint16_t{0};
 }
 
 unsigned int IpmiSelData::messageTimeStamp() const
 {
-    const bool timestampedOem = recordType() >= kFirstTimestampedOemType && recordType() <= kLastTimestampedOemType;
+    const bool timestampedOem =
+        recordType() >= sel::kFirstTimestampedOemType && recordType() <= sel::kLastTimestampedOemType;
     if (!isSelEventRecord() && !timestampedOem)
         return kNoSelTime;
-    return le16(record_, kTimestamp) | static_cast<unsigned int>(le16(record_, kTimestamp + 2)) << 16;
+    return le32(record_.bytes + sel::kTimestamp);
 }
 
 CmpiDateTime IpmiSelData::getCmpiDateTime() const
@@ -134,7 +128,7 @@ CmpiDateTime IpmiSelData::getCmpiDateTime() const
 
 int IpmiSelData::eventType() const
 {
-    return isSelEventRecord() ? record_.bytes[kDirectionAndType] & kEventTypeMask : -1;
+    return isSelEventRecord() ? record_.bytes[sel::kDirectionAndType] & sel::kEventTypeMask : -1;
 }
 
 unsigned int IpmiSelData::severity() const
@@ -142,7 +136,7 @@ unsigned int IpmiSelData::severity() const
     // Going low and going high of three lower thresholds, then of three upper ones.
     constexpr unsigned int kDirections = 2, kLevels = 3, kOffsets = 2 * kLevels * kDirections, kMinor = 5;
     const unsigned int offset = offsetOf(record_);
-    if (eventType() != kThreshold || offset >= kOffsets)
+    if (eventType() != event_type::kThreshold || offset >= kOffsets)
         return 0;
     return kMinor + offset / kDirections % kLevels;
 }
@@ -151,9 +145,9 @@ unsigned int IpmiSelData::alertType() const
 {
     constexpr unsigned int kNone = 0, kDevice = 5, kEnvironmental = 6, kSecurity = 8;
     constexpr unsigned int kTemperature = 0x01, kPhysicalSecurity = 0x05, kPlatformSecurity = 0x06;
-    if (!isSelEventRecord() || eventType() > kSensorSpecific)
+    if (!isSelEventRecord() || eventType() > event_type::kSensorSpecific)
         return kNone;
-    switch (u8(record_, kSensorType)) {
+    switch (u8(record_, sel::kSensorType)) {
     case kTemperature:
         return kEnvironmental;
     case kPhysicalSecurity:
@@ -167,14 +161,14 @@ unsigned int IpmiSelData::alertType() const
 std::string IpmiSelData::caption() const
 {
     constexpr unsigned int kOldestRevision = 4;
-    if (!isSelEventRecord() || u8(record_, kEvmRevision) < kOldestRevision)
+    if (!isSelEventRecord() || u8(record_, sel::kEvmRevision) < kOldestRevision)
         return {};
     const std::string direction = isDeassertion(record_) ? "Deassert + " : "Assert + ";
     const int type = eventType();
-    const unsigned int sensorType = u8(record_, kSensorType), offset = offsetOf(record_);
-    if (type >= kThreshold && type <= kLastGeneric)
+    const unsigned int sensorType = u8(record_, sel::kSensorType), offset = offsetOf(record_);
+    if (type >= event_type::kThreshold && type <= event_type::kLastGeneric)
         return direction + genericEvent(sensorType, static_cast<unsigned int>(type), offset);
-    if (type == kSensorSpecific)
+    if (type == event_type::kSensorSpecific)
         return direction + sensorEvent(sensorType, offset);
     return {};
 }
@@ -201,10 +195,11 @@ std::string IpmiSelData::recordDataString() const
     const char* direction = isDeassertion(record_) ? "true" : "false";
     char text[160]; // 24 numbers of at most three digits
     std::snprintf(text, sizeof text, "*%u*%u.%u.%u*%u %u*%u*%u %u %u %u*%u %u*%u*%u*%u*%u*%s*%u*%u*%u*%u*1*",
-                  +getSensorNumber(), at(kSensorNumber), at(kGenerator + 1), at(kGenerator), at(kId), at(kId + 1),
-                  at(kType), at(kTimestamp), at(kTimestamp + 1), at(kTimestamp + 2), at(kTimestamp + 3), at(kGenerator),
-                  at(kGenerator + 1), at(kEvmRevision), at(kSensorType), at(kSensorNumber), +getSensorNumber(),
-                  direction, at(kDirectionAndType) & kEventTypeMask, at(kData1), at(kData2), at(kData3));
+                  +getSensorNumber(), at(sel::kSensorNumber), at(sel::kGenerator + 1), at(sel::kGenerator),
+                  at(sel::kId), at(sel::kId + 1), at(sel::kType), at(sel::kTimestamp), at(sel::kTimestamp + 1),
+                  at(sel::kTimestamp + 2), at(sel::kTimestamp + 3), at(sel::kGenerator), at(sel::kGenerator + 1),
+                  at(sel::kEvmRevision), at(sel::kSensorType), at(sel::kSensorNumber), +getSensorNumber(), direction,
+                  at(sel::kDirectionAndType) & sel::kEventTypeMask, at(sel::kData1), at(sel::kData2), at(sel::kData3));
     return text;
 }
 
@@ -215,26 +210,25 @@ std::string IpmiSelData::recordId(int number)
     return number == 0 ? "Invalid" : text;
 }
 
+/// Sends Delete SEL Entry without a record, where Reserve SEL is expected: this is meant.
 int IpmiSelData::reserve(unsigned short& id) const
 {
     Answer answer;
-    if (const int result = deleteEntry(node_, {}, answer); result != 0)
+    if (const int result = deleteEntry(node_, {}, answer); result != IpmiIfc::IPMI_RESULT_OK)
         return result;
-    if (answer.length < Answer::kSize)
-        return 4;
-    id = static_cast<unsigned short>(answer.bytes[Answer::kId] | answer.bytes[Answer::kId + 1] << 8);
-    return 0;
+    if (!answer.good(wire::reservation::kSize))
+        return IpmiIfc::IPMI_RESULT_NO_RESPONSE;
+    id = answer.le16(wire::reservation::kId);
+    return IpmiIfc::IPMI_RESULT_OK;
 }
 
 int IpmiSelData::clear() const
 {
     unsigned short reservation = 0;
-    if (const int result = reserve(reservation); result != 0)
+    if (const int result = reserve(reservation); result != IpmiIfc::IPMI_RESULT_OK)
         return result;
-    unsigned char request[] = {static_cast<unsigned char>(reservation), static_cast<unsigned char>(reservation >> 8),
-                               record_.bytes[kId], record_.bytes[kId + 1]};
     Answer answer;
-    return deleteEntry(node_, request, answer);
+    return deleteEntry(node_, wire::Writer().le16(reservation).le16(recordId()), answer);
 }
 
 } // namespace Ipmi

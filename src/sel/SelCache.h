@@ -32,7 +32,7 @@ struct SelCache {
     std::vector<SelHandler> handlers; ///< called in this order: registered last, first
     unsigned int registrations = 0;
 
-    std::uint16_t reservationId() const { return static_cast<std::uint16_t>(reservation[1] | reservation[2] << 8); }
+    std::uint16_t reservationId() const { return le16(reservation[1], reservation[2]); }
     /// The record appended last, where it has this id; null when nothing was read, which the id 0 may also stand for.
     const IpmiSelData* last(std::uint16_t id) const;
     /// Where the first event may be that is newer than `since`: records before it are none.

@@ -1,6 +1,6 @@
 // What reads bytes of unknown good will: the cursor, and the texts.
 #include "base/Text.h"
-#include "base/WireReader.h"
+#include "wire/Cursor.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ TEST(WireReader, latchesAtEveryTruncation)
 {
     const Bytes whole{0x01, 0x34, 0x12, 0x56, 0x34, 0x12, 0xaa, 0xbb, 0xcc};
     for (std::size_t length = 0; length <= whole.size(); ++length) {
-        TRX::WireReader reader{std::span(whole).first(length)};
+        Ipmi::wire::Reader reader{std::span(whole).first(length)};
         EXPECT_EQ(reader.u8(), length >= 1 ? 0x01U : 0U);
         EXPECT_EQ(reader.le16(), length >= 3 ? 0x1234U : 0U);
         EXPECT_EQ(reader.le24(), length >= 6 ? 0x123456U : 0U);

@@ -123,7 +123,7 @@ std::vector<Fault> faultsOf(const Command& command, std::size_t n, bool firstOfK
         if (firstOfKind || length == n % command.length)
             faults.push_back({"cut to " + std::to_string(length), cut(length)});
     const Sim::Request& request = command.request;
-    if (request.netfn == netfnOf(kGetSdr) && (request.cmd == kGetSdr || request.cmd == Ipmi::kGetSelEntry) &&
+    if (request.netfn == netfnOf(kGetSdr) && (request.cmd == kGetSdr || request.cmd == SelTest::kGetSelEntry) &&
         request.data.at(4) == 0)
         faults.push_back({"another record's id", {.changed = {{3, 0x55}, {4, 0x55}}}});
     return faults;
@@ -159,7 +159,7 @@ TEST_P(FailAtN, ComesBackAndRecovers)
     }
     std::vector<Command> commands;
     for (Sim::Request request : node.bmc.log()) {
-        if (request.netfn == netfnOf(Ipmi::kGetSelEntry) && request.cmd == Ipmi::kGetSelEntry)
+        if (request.netfn == netfnOf(SelTest::kGetSelEntry) && request.cmd == SelTest::kGetSelEntry)
             request.data[0] = request.data[1] = 0; // the twin has not given the reservation
         commands.push_back({request, twin.handle(request).bytes.size()});
     }

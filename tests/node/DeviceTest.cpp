@@ -1,9 +1,9 @@
 // Opening, closing and setting up a node's device; a node's use without a polling loop.
 #include "ipmi/CmpiStatus.h"
 #include "node/NodeFixture.h"
-#include "node/SignalPipe.h"
 #include "sdr/IpmiIfcSdr.h"
 #include "sdr/IpmiIfcSensor.h"
+#include "transport/SignalPipe.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -79,7 +79,7 @@ TEST_F(Device, numbersOfNoNodeAreSafe)
                     Each(0));
         EXPECT_EQ(IpmiIfc::sendCmd(bad, 1, 6, 0, nullptr, nullptr, nullptr), 0xff);
         EXPECT_FALSE(IpmiIfcSendWresponse(bad, &req, 0, nullptr) || IpmiIfcSendCmd(bad, 1, 6, 0, 0, nullptr, 0) ||
-                     IpmiIfc::OemIpmiIfcSend(bad, &req, 0) || sendCommand(bad, 6, 1));
+                     IpmiIfc::OemIpmiIfcSend(bad, &req, 0) || ask(bad, {6, 1}).answered());
         for (const auto call : {IpmiIfcOpenIpmiClose, IpmiIfcSetTimingParms, InitIpmiNode, IpmiIfcSdrCleanUpHeaders})
             call(bad);
         _setState(bad, IpmiIfc::IPMI_STATE_RUNNING);

@@ -20,13 +20,13 @@ constexpr std::uint8_t kCmd = 0x01;
 class Exchange : public NodeFixture
 {
 protected:
-    enum class End { kRecord, kNoAnswer, kNull };
+    enum class End { kRecord, kNoAnswer, kNull, kFreed };
     struct Path {
         const char* name;
-        End end; ///< a reply; a reused record with cc FFh, else null; null
+        End end; ///< a reply; a reused record with cc FFh, else null; null; null, and a reused record is gone
         std::function<void()> prepare;
         Lines log; ///< complaints; FD stands for the descriptor
-        int reopened = 0, cc = kNoAnswer, datalen = 0;
+        int reopened = 0, cc = wire::kNoAnswer, datalen = 0;
     };
 
     void answer(const Bytes& bytes) { bmc.expect(kAsk, bytes); }
@@ -77,9 +77,9 @@ protected:
         {"poll fails", End::kNoAnswer, [&] { silenceUntil([] { return EINTR; }); }, kPollFailed},
         {"hang-up", End::kNoAnswer, [&] { silenceUntil([&] { return hangUp(); }); }, {}},
         {"woken by the pipe", End::kNoAnswer, [&] { silence([&] { pokePipe(); }); }, {}},
-        {"receive finds nothing", End::kNull, [&] { failReceive(EAGAIN); }, {}, 1},
-        {"receive fails", End::kNull, [&] { failReceive(EFAULT); }, kReceiveFailed, 1},
-        {"event", End::kNull, [&] { silence([&] { deliver(2, 0, kGood); }); }, {}},
+        {"receive finds nothing", End::kFreed, [&] { failReceive(EAGAIN); }, {}, 1},
+        {"receive fails", End::kFreed, [&] { failReceive(EFAULT); }, kReceiveFailed, 1},
+        {"event", End::kFreed, [&] { silence([&] { deliver(2, 0, kGood); }); }, {}},
         {"shut down before", End::kNull, [&] { node.shutdown = true; }, {}},
         {"shut down while waiting", End::kNull, [&] { silence([&] { shutDown(); }); }, {}},
     };
@@ -91,28 +91,32 @@ TEST_F(Exchange, everyPathEndsAsDocumented)
         for (const bool reused : {false, true}) {
             SCOPED_TRACE(std::string(path.name) + (reused ? ", record of another exchange" : ""));
             settle();
-            Response response;
+            Reply reply;
             if (reused) {
                 answer(Bytes(40, 0x00));
-                sendCommand(0, 0x06, kCmd, {}, response);
+                reply.reset(send(kCmd));
             }
             path.prepare();
             Lines expected = path.log;
             for (auto& line : expected)
                 line.text.replace(line.text.find("FD"), 2, std::to_string(node.fd));
             const int opens = sim.calls(Support::SimNode::kOpen);
-            sendCommand(0, 0x06, kCmd, {}, response);
+            ipmiifc_resp* response = send(kCmd, 5, 0, reply.get());
+            if (path.end == End::kFreed || response == reply.get())
+                reply.release();
+            reply.reset(response);
             EXPECT_EQ(sim.calls(Support::SimNode::kOpen) - opens, path.reopened);
             EXPECT_EQ(sim.log().complaints(), expected);
-            ASSERT_EQ(bool(response), path.end == End::kRecord || (path.end == End::kNoAnswer && reused));
+            ASSERT_EQ(response != nullptr, path.end == End::kRecord || (path.end == End::kNoAnswer && reused));
             if (!response)
                 continue;
             EXPECT_EQ(response->cc, path.cc);
+            if (path.end == End::kNoAnswer)
+                continue;
             EXPECT_EQ(response->datalen, path.datalen);
             EXPECT_EQ(response->req.addr, nullptr) << "copied only when asked";
             const auto unused = std::span(response->data).subspan(static_cast<std::size_t>(path.datalen));
-            EXPECT_TRUE(path.cc == kNoAnswer ||
-                        std::ranges::all_of(unused, [](std::uint8_t byte) { return byte == 0xef; }));
+            EXPECT_TRUE(std::ranges::all_of(unused, [](std::uint8_t byte) { return byte == 0xef; }));
         }
     }
 }
@@ -142,7 +146,7 @@ TEST_F(Exchange, copiesTheRequestWhenAsked)
         }
         sim.fail(IPMICTL_SEND_COMMAND, EIO);
         EXPECT_EQ(send(kCmd, 10, 1, resp), resp);
-        EXPECT_EQ(resp->cc, kNoAnswer);
+        EXPECT_EQ(resp->cc, wire::kNoAnswer);
         EXPECT_EQ(IpmiIfcRespDel(&resp), 0);
         EXPECT_EQ(resp, nullptr);
     }
@@ -177,10 +181,10 @@ TEST_F(Exchange, lateAnswerIsNotTakenForTheNextOne)
             first.silent();
         EXPECT_EQ(send(kCmd), nullptr);
         bmc.expect({0x06, row.cmd}, {0x00, 0x02});
-        EXPECT_EQ(Response(send(row.cmd)).at(1), row.answered ? 0x02 : 0x00);
+        EXPECT_EQ(ask(0, {0x06, row.cmd}, {}, 5).at(1), row.answered ? 0x02 : 0x00);
         ReopenPort(0); // an opening forgets what was given up
         bmc.expect(kAsk, {0x00, 0x03});
-        EXPECT_EQ(Response(send(kCmd)).at(1), 0x03);
+        EXPECT_EQ(ask(0, {0x06, kCmd}, {}, 5).at(1), 0x03);
     }
 }
 
@@ -193,7 +197,7 @@ TEST_F(Exchange, lateAnswersDoNotProlongTheWait)
     EXPECT_EQ(send(0x02, 6), nullptr);
     EXPECT_EQ(sim.clock().steadyTime() - before, 30s);
     bmc.expect({0x06, 0x03}, {0x00, 0x03});
-    EXPECT_EQ(Response(send(0x03, 7)).at(1), 0x03);
+    EXPECT_EQ(ask(0, {0x06, 0x03}, {}, 7).at(1), 0x03);
 }
 
 TEST(GivenUpIds, keepsTheLast64WithRepetitions)
@@ -215,7 +219,7 @@ TEST_F(Exchange, messageIdsWrap)
     node.nextMsgId = INT_MAX;
     for (const int id : {INT_MAX, INT_MIN}) {
         bmc.expect(kAsk, kGood);
-        const Response response(IpmiIfcSendCmd(0, kCmd, 0x06, 77, 0, nullptr, 1));
+        const Reply response(IpmiIfcSendCmd(0, kCmd, 0x06, 77, 0, nullptr, 1));
         ASSERT_TRUE(response);
         EXPECT_EQ(response->req.msgid, id);
     }
@@ -246,7 +250,7 @@ TEST_F(Exchange, sendCmdCopiesWhatFits)
         EXPECT_EQ(IpmiIfc::sendCmd(kCmd, 0x06, 0, nullptr, nullptr, buffer), 16) << "no room";
     bmc.expect(kAsk, {}).silent();
     EXPECT_EQ(IpmiIfc::sendCmd(kCmd, 0x06, 0, nullptr, nullptr, out), 0xff);
-    EXPECT_FALSE(sendCommand(0, 0x06, kCmd, Bytes(0x10000)));
+    EXPECT_FALSE(ask(0, {0x06, kCmd}, Bytes(0x10000)).answered());
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 // A node's life on a BMC that resets, vanishes or falls silent at every command, and stops at every command.
-#include "node/DriverRequests.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"
-#include "sel/SelCommands.h"
+#include "transport/DriverRequests.h"
+#include "wire/Commands.h"
 
 #include <poll.h>
 
@@ -177,13 +176,13 @@ TEST(Stop, endsStartUpAndCycleAtAnyCommand)
 
 /// Each makes the library wait before it tries again: in the loop, and inside the checks of log and repository.
 const std::vector<Sim::FaultRule> kBusy[] = {
-    {fault(kGetSelInfo, 2, 0, code(kCcNodeBusy))},
-    {fault(kReserveSel, 1, 0, code(kCcNodeBusy))},
-    {fault(kGetSelEntry, 1, 0, code(kCcNodeBusy))},
-    {fault(kGetSelEntry, 1, 0, cut(9))},
-    {fault(kGetSelEntry, 1, 0, kLost)},
-    {fault(kGetSdr, 4, 0, cut(9))},
-    {fault(kGetSdr, 1, 0, kLost)},
+    {fault(wire::kGetSelInfo.cmd, 2, 0, code(wire::cc::kNodeBusy))},
+    {fault(wire::kReserveSel.cmd, 1, 0, code(wire::cc::kNodeBusy))},
+    {fault(wire::kGetSelEntry.cmd, 1, 0, code(wire::cc::kNodeBusy))},
+    {fault(wire::kGetSelEntry.cmd, 1, 0, cut(9))},
+    {fault(wire::kGetSelEntry.cmd, 1, 0, kLost)},
+    {fault(wire::kGetSdr.cmd, 4, 0, cut(9))},
+    {fault(wire::kGetSdr.cmd, 1, 0, kLost)},
 };
 
 TEST(Stop, endsAnyPauseBeforeARetry)

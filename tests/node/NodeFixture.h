@@ -2,15 +2,26 @@
 #pragma once
 
 #include "base/Log.h"
-#include "node/IpmiIfcTransport.h"
+#include "ipmi/IpmiNodeControl.h"
+#include "node/IpmiIfcSend.h"
 #include "node/IpmiNode.h"
 #include "support/ScriptedBmc.h"
 #include "support/SimNode.h"
+#include "transport/Answer.h"
+#include "transport/Device.h"
+#include "transport/ReplyRecords.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace Ipmi
 {
+
+struct FreeReply {
+    void operator()(ipmiifc_resp* reply) const { IpmiIfcRespDel(&reply); }
+};
+using Reply = std::unique_ptr<ipmiifc_resp, FreeReply>;
 
 class NodeFixture : public testing::Test
 {

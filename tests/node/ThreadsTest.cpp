@@ -1,11 +1,12 @@
 // Many threads on nodes that poll.
 #include "base/Log.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "node/IpmiIfcTransport.h"
 #include "node/IpmiNode.h"
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"
 #include "support/CallerUse.h"
+#include "transport/Answer.h"
+#include "transport/TargetScope.h"
 
 #include <gtest/gtest.h>
 
@@ -23,8 +24,8 @@ constexpr std::uint8_t kControllers[] = {0x20, 0x82, 0x90};
 void expectAsked(int node, std::uint8_t address)
 {
     constexpr std::size_t kProduct = 10;
-    const Response answer = sendCommand(node, 0x06, 0x01);
-    const bool isLate = address != 0x20 && answer && answer->cc == 0xc3; // others moved time on meanwhile
+    const Answer answer = ask(node, wire::kGetDeviceId);
+    const bool isLate = address != 0x20 && answer.code() == wire::cc::kTimeout; // others moved time on meanwhile
     EXPECT_TRUE(answer.at(kProduct) == address || isLate || g_IpmiNode[node].shutdown) << int{address};
 }
 

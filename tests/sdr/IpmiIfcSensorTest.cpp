@@ -1,7 +1,8 @@
 #include "sdr/IpmiIfcSensor.h"
 
-#include "node/IpmiIfcTransport.h"
 #include "sdr/SdrBmc.h"
+#include "transport/Answer.h"
+#include "transport/TargetScope.h"
 
 using namespace Ipmi;
 using namespace SdrTest;
@@ -303,7 +304,7 @@ TEST(SensorRefreshAll, ASilentControllerIsAskedAlone)
     EXPECT_EQ(node.pass(), "1 2 3") << "its turn has not come";
     {
         const TargetScope satellite(0, kSatellite, 0, 0);
-        sendCommand(0, 0x06, 0x01);
+        ask(0, wire::kGetDeviceId);
     }
     EXPECT_EQ(node.pass(), "1 2 4 5 6 0") << "it has answered somebody";
 }

@@ -246,7 +246,7 @@ TEST(SelErasure, IsTriedFiveTimesAndSeenAtOnce)
         int asked = 1;
         std::size_t sleeps = 0, errors = 0;
     };
-    constexpr std::uint8_t kClear = kClearSel, kDelete = kDeleteSelEntry;
+    constexpr std::uint8_t kClear = wire::kClearSel.cmd, kDelete = wire::kDeleteSelEntry.cmd;
     const std::vector<Row> rows({Row{kClear, {}, 1, 0, ""}, Row{kClear, {.changed = {{1, 0xf1}}}, 1, 0, ""},
                                  Row{kClear, {.changed = {{1, 2}}}, 1, 2, "", 1, 0, 1},
                                  Row{kClear, code(0xd4), 1, 5, "1 2 3", 1, 0, 1}, Row{kClear, kSilence, 1, 4, "1 2 3"},

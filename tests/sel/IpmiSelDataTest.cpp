@@ -3,13 +3,13 @@
 #include "ipmi/IpmiSelData.h"
 #include "ipmi/CmpiTypes.h"
 #include "node/NodeFixture.h"
-#include "sel/SelRecordLayout.h"
+#include "wire/SelLayout.h"
 
 #include <algorithm>
 #include <climits>
 
 using namespace Ipmi;
-using namespace Ipmi::sel_record;
+using namespace Ipmi::wire::sel;
 
 namespace
 {

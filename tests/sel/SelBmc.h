@@ -3,8 +3,8 @@
 
 #include "sdr/SdrBmc.h"
 #include "sel/IpmiIfcSel.h"
-#include "sel/SelCommands.h"
 #include "sim/SelLayout.h"
+#include "wire/Commands.h"
 
 #include <string>
 
@@ -12,7 +12,8 @@ namespace SelTest
 {
 
 using namespace SdrTest;
-using Ipmi::kGetSelEntry, Ipmi::kGetSelInfo, Ipmi::kReserveSel;
+inline constexpr std::uint8_t kGetSelEntry = Ipmi::wire::kGetSelEntry.cmd, kGetSelInfo = Ipmi::wire::kGetSelInfo.cmd,
+                              kReserveSel = Ipmi::wire::kReserveSel.cmd;
 using Records = std::vector<Sim::SelRecord>;
 
 inline constexpr std::uint32_t kStart = 0x60000000; ///< where the log's times begin

@@ -52,7 +52,7 @@ TEST(SelThreads, HandlersMayDoAnythingWhileOthersCheckAndErase)
     SelBmc node;
     node.before = [&](const Sim::Request& request) {
         node.bmc.setSelTime(++seconds);
-        if (request.netfn == 0x0a && request.cmd == kGetSelInfo)
+        if (request.netfn == 0x0a && request.cmd == SelTest::kGetSelInfo)
             node.addSerial(events++);
     };
     IpmiIfc::registerSelEventHandler(0, hear, nullptr);

@@ -28,11 +28,11 @@ FakeClock::FakeClock() : before_(TRX::Clock::use(this)), wallOffset_(0)
     setWallTime(kStart);
 }
 
-void FakeClock::sleep(seconds duration, int wake)
+void FakeClock::sleep(milliseconds duration, int wake)
 {
     {
         const std::lock_guard lock(mutex_);
-        sleeps_.push_back(static_cast<unsigned int>(duration.count()));
+        sleeps_.push_back(static_cast<unsigned int>(duration_cast<seconds>(duration).count()));
     }
     if (onSleep_)
         onSleep_();

@@ -29,7 +29,7 @@ public:
     FakeClock();
     ~FakeClock() override { TRX::Clock::use(before_); }
 
-    void sleep(std::chrono::seconds duration, int wake) override;
+    void sleep(std::chrono::milliseconds duration, int wake) override;
     /// Ready descriptors at once; else time moves to what is due first, again and again, up to the time-out. Waiting
     /// without a time-out for something that never comes is a test's mistake: a failure, and EINTR.
     int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override;
