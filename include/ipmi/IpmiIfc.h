@@ -5,6 +5,7 @@
 #include "ipmi/Export.h"
 #include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiRecords.h"
+#include "ipmi/IpmiRepository.h"
 #include "ipmi/IpmiSel.h"
 #include "ipmi/IpmiSelData.h"
 #include "ipmi/IpmiSensor.h"
@@ -177,6 +178,14 @@ public:
     /// The repository info last read; all zero before.
     static ipmiifc_sdr_info getSdr(int node);
     static ipmiifc_sdr_info getSdr();
+    /// The raw records that the last read of the repository brought, in the repository's order: none before, and what
+    /// could not be read is left out.
+    static std::vector<std::vector<unsigned char>> getSdrRecords(int node);
+    static std::vector<std::vector<unsigned char>> getSdrRecords();
+    /// Reads the repository as it stands in the BMC now, whole or not at all, and leaves what is known of it as it was:
+    /// for a copy of all records, or to learn why they cannot be read. Sends a command for every 16 bytes and blocks.
+    static ipmiifc_repository readRepository(int node);
+    static ipmiifc_repository readRepository();
     /// The node's sensors, in the order built; the handles are shared. Waits while the sensors are being rebuilt.
     static std::vector<TRX::Reference<IpmiSensor>> getSensors(int node);
     static std::vector<TRX::Reference<IpmiSensor>> getSensors();

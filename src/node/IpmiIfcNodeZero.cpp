@@ -114,6 +114,16 @@ ipmiifc_sdr_info IpmiIfc::getSdr()
     return getSdr(0);
 }
 
+std::vector<std::vector<unsigned char>> IpmiIfc::getSdrRecords()
+{
+    return getSdrRecords(0);
+}
+
+ipmiifc_repository IpmiIfc::readRepository()
+{
+    return readRepository(0);
+}
+
 std::vector<TRX::Reference<IpmiSensor>> IpmiIfc::getSensors()
 {
     return getSensors(0);

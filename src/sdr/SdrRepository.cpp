@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <span>
+#include <unordered_map>
 
 namespace Ipmi
 {
@@ -82,6 +84,26 @@ void SdrRepository::push(ipmiifc_sdr_list* entry)
     entry->next = head;
     head = entry;
     ++entries;
+}
+
+std::vector<std::vector<unsigned char>> SdrRepository::rawRecords() const
+{
+    // Lists are newest first: of a shared record the one that was read comes behind those made from it.
+    std::unordered_map<std::uint16_t, const ipmiifc_sdr_list*> read;
+    const auto note = [&read](const ipmiifc_sdr_list* entry) {
+        for (; entry; entry = entry->next)
+            read[entry->record_id] = entry;
+    };
+    for (const Kind& kind : kKinds)
+        note(this->*kind.head);
+    note(sdr_other);
+    std::vector<std::vector<unsigned char>> records;
+    for (const auto& header : std::span(sdr_headers, sdr_headers ? header_cnt : 0)) {
+        const auto found = read.find(header.recordId());
+        if (found != read.end())
+            records.emplace_back(found->second->data, found->second->data + found->second->length);
+    }
+    return records;
 }
 
 bool SdrRepository::makeHeaders(std::uint32_t count)

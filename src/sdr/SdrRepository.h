@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace Ipmi
 {
@@ -77,6 +78,8 @@ struct SdrRepository {
     bool full() const { return entries >= kMostEntries; }
     /// Puts `entry`, which the list then owns, at the head of its kind's list.
     void push(ipmiifc_sdr_list* entry);
+    /// The records as they were read, in the order of the headers.
+    std::vector<std::vector<unsigned char>> rawRecords() const;
     /// Makes room for `count` headers: the array there is, or a new one when there is none or it may be too small.
     /// @return false when memory ran out
     bool makeHeaders(std::uint32_t count);

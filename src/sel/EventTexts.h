@@ -30,6 +30,8 @@ extern const EventTexts kGenericEventTexts;
 /// IPMI 2.0, table 42-3, Sensor Type Codes.
 extern const EventTexts kSensorEventTexts;
 
+/// The rows of a code and an offset: more than one where event data tell which it is.
+EventTexts rowsOf(EventTexts table, unsigned int code, unsigned int offset);
 /// The first row of a code; null when there is none.
 const EventText* findCode(EventTexts table, unsigned int code);
 /// The first row of a code and an offset; null when there is none.
