@@ -1,8 +1,8 @@
 #include "sim/cli/ServeVerb.h"
 
 #include "sim/SystemInterface.h"
-#include "sim/cli/Command.h"
-#include "sim/cli/Simulation.h"
+#include "sim/cli/PreloadedProgram.h"
+#include "sim/cli/SimulatedNode.h"
 #include "sim/cli/SocketFolder.h"
 #include "sim/control/ControlServer.h"
 #include "sim/loop/Signals.h"
@@ -84,12 +84,12 @@ void sayReady(const ServeOptions& options, const std::string& folder, std::uint1
 
 void serveVerb(const ServeOptions& options)
 {
-    Simulation simulation(options.machine);
+    SimulatedNode node(options.machine);
     ::umask(0077);
     const ServingFolder folder(folderOf(options.folder));
-    DeviceSocket device(simulation.device, folder.path());
-    ControlServer control(simulation.bmc, folder.path() + kControlSocket);
-    VmDoor vm(simulation.bmc, options.vmPort);
+    DeviceSocket device(node.device, folder.path());
+    ControlServer control(node.bmc, folder.path() + kControlSocket);
+    VmDoor vm(node.bmc, options.vmPort);
     Stop stop;
     sayReady(options, folder.path(), vm.port());
     runEventLoop({&device, &control, &vm, &stop});

@@ -1,6 +1,6 @@
-#include "sim/cli/Command.h"
+#include "sim/cli/PreloadedProgram.h"
 
-#include "sim/cli/Failure.h"
+#include "sim/cli/UserMistake.h"
 
 #include <climits>
 #include <csignal>
@@ -64,10 +64,11 @@ std::string shimLibrary()
         if (::access(path.c_str(), R_OK) != 0)
             continue;
         if (path.find_first_of(" :") != path.npos)
-            throw Failure(path + ": a library under a path with a space or a colon cannot be preloaded; move it");
+            throw UserMistake(path + ": a library under a path with a space or a colon cannot be preloaded; move it");
         return path;
     }
-    throw Failure(std::string(kShimName) + " is not in " + own + "/../lib: build or install it beside this program");
+    throw UserMistake(std::string(kShimName) + " is not in " + own +
+                      "/../lib: build or install it beside this program");
 }
 
 std::string withShim(const std::string& already)
@@ -78,7 +79,7 @@ std::string withShim(const std::string& already)
     return already.empty() ? shim : already + ':' + shim;
 }
 
-Command::Command(const std::vector<std::string>& words, const std::string& folder)
+PreloadedProgram::PreloadedProgram(const std::vector<std::string>& words, const std::string& folder)
     : signals_({SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT})
 {
     std::vector<std::string> arguments = words;
@@ -91,10 +92,10 @@ Command::Command(const std::vector<std::string>& words, const std::string& folde
                                      pointers(environment).data());
     ::posix_spawnattr_destroy(&attributes);
     if (error != 0)
-        throw Failure("cannot run " + words[0] + ": " + std::strerror(error));
+        throw UserMistake("cannot run " + words[0] + ": " + std::strerror(error));
 }
 
-bool Command::serve()
+bool PreloadedProgram::serve()
 {
     for (bool running = true; running;) {
         const auto signal = signals_.next();
@@ -110,7 +111,7 @@ bool Command::serve()
     return false;
 }
 
-int Command::status() const
+int PreloadedProgram::status() const
 {
     constexpr int kKilled = 128;
     return WIFSIGNALED(waitStatus_) ? kKilled + WTERMSIG(waitStatus_) : WEXITSTATUS(waitStatus_);

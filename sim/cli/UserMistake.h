@@ -6,7 +6,7 @@
 namespace Sim
 {
 
-class Failure : public std::runtime_error
+class UserMistake : public std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };

@@ -12,9 +12,9 @@
 namespace Sim
 {
 
-struct Simulation {
-    /// Throws BadFile or Failure.
-    explicit Simulation(const MachineOptions& options);
+struct SimulatedNode {
+    /// Throws BadFile or UserMistake.
+    explicit SimulatedNode(const MachineOptions& options);
 
     Bmc bmc;
     Device device;

@@ -1,8 +1,9 @@
-#include "sim/cli/EventWords.h"
+#include "sim/cli/LogVerbs.h"
 
-#include "sim/cli/Failure.h"
+#include "sim/cli/UserMistake.h"
 
 #include <fmt/chrono.h>
+#include <nlohmann/json.hpp>
 
 #include <iostream>
 
@@ -11,25 +12,12 @@ namespace Sim
 
 using nlohmann::json;
 
-CLI::App* EventWords::addTo(CLI::App& ctl)
+json eventRequest(const EventOptions& options)
 {
-    CLI::App* event = ctl.add_subcommand("event", "Adds an event to the log");
-    event->add_option("SENSOR", sensor, "Its name, or NUMBER[@OWNER[/LUN]]");
-    event->add_option("--offset", offset, "Which event of the sensor's type, 0 to 15")->type_name("N");
-    event->add_flag("--deassert", deassert, "It is over");
-    event->add_option("--data", data, "Event data 2 and 3 (default: the threshold twice, or unspecified)")
-        ->expected(1, 2)
-        ->type_name("HEX");
-    event->add_option("--raw", raw, "16 bytes: a record as it is, but for its id")->type_name("HEX");
-    event->add_option("--count", count, "So many of them")->type_name("N");
-    return event;
-}
-
-json EventWords::request() const
-{
+    const auto& [sensor, offset, raw, data, deassert, count] = options;
     const bool described = !offset.empty() || deassert || !data.empty();
     if (raw.empty() ? sensor.empty() || offset.empty() : !sensor.empty() || described)
-        throw Failure("event takes SENSOR and --offset, or --raw");
+        throw UserMistake("event takes SENSOR and --offset, or --raw");
     json request{{"do", "event"}, {"count", count}};
     if (!raw.empty()) {
         request["raw"] = raw;
@@ -43,19 +31,11 @@ json EventWords::request() const
     return request;
 }
 
-CLI::App* SelWords::addTo(CLI::App& ctl)
+json selRequest(const SelOptions& options)
 {
-    CLI::App* sel = ctl.add_subcommand("sel", "Lists the event log");
-    sel->add_flag("--clear", clear, "Clears it first");
-    sel->add_option("--time", time, "Sets its clock, seconds since 1970")->type_name("N");
-    return sel;
-}
-
-json SelWords::request() const
-{
-    json request{{"do", "sel"}, {"clear", clear}};
-    if (time)
-        request["time"] = *time;
+    json request{{"do", "sel"}, {"clear", options.clear}};
+    if (options.time)
+        request["time"] = *options.time;
     return request;
 }
 

@@ -1,4 +1,4 @@
-#include "sim/cli/Simulation.h"
+#include "sim/cli/SimulatedNode.h"
 
 #include "sim/cli/SocketFolder.h"
 
@@ -9,7 +9,7 @@ namespace Sim
 
 using std::chrono::milliseconds;
 
-Simulation::Simulation(const MachineOptions& options) : bmc(options.makeMachine()), device(bmc, now)
+SimulatedNode::SimulatedNode(const MachineOptions& options) : bmc(options.makeMachine()), device(bmc, now)
 {
     FaultPlan faults = options.faults.empty() ? FaultPlan() : loadFaultPlan(options.faults);
     device.scanChannels(); // before the faults: they are meant for the users

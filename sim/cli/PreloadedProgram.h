@@ -11,19 +11,19 @@
 namespace Sim
 {
 
-/// Where the library to preload is: beside this program or installed. Throws Failure.
+/// Where the library to preload is: beside this program or installed. Throws UserMistake.
 std::string shimLibrary();
 
-/// What to preload: `already` (may be empty) and the shim, once. Throws Failure.
+/// What to preload: `already` (may be empty) and the shim, once. Throws UserMistake.
 std::string withShim(const std::string& already);
 
 /// Runs while it lives; its end ends the loop.
-class Command final : public Served
+class PreloadedProgram final : public Served
 {
 public:
     /// Starts `words` (a program to be found on PATH, and its arguments) on the devices in `folder`. Blocks the signals
-    /// that it forwards, in this process. Throws Failure.
-    Command(const std::vector<std::string>& words, const std::string& folder);
+    /// that it forwards, in this process. Throws UserMistake.
+    PreloadedProgram(const std::vector<std::string>& words, const std::string& folder);
 
     void addTo(std::vector<pollfd>& waiting) const override { signals_.addTo(waiting); }
     /// Forwards signals. False once the program has ended.
