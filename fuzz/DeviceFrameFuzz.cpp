@@ -1,5 +1,5 @@
 // Datagrams from the users of a simulated device, read by the driver's side and answered by the sample machine.
-#include "sim/Bmc.h"
+#include "sim/bmc/Bmc.h"
 #include "sim/device/Device.h"
 #include "support/Fuzz.h"
 

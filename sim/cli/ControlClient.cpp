@@ -1,8 +1,11 @@
+// One line to the control socket, one line back.
 #include "sim/cli/ControlClient.h"
 
-#include "sim/cli/Failure.h"
 #include "sim/cli/SocketFolder.h"
+#include "sim/cli/UserMistake.h"
 #include "sim/control/ControlServer.h"
+
+#include <nlohmann/json.hpp>
 
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -19,7 +22,7 @@ namespace
 
 constexpr std::size_t kLongestAnswer = 64U << 20;
 
-std::string folderOf(const std::string& given)
+std::string servedFolder(const std::string& given)
 {
     const char* used = std::getenv("TRX_BMCSIM_DIR"); // the simulator that this shell's programs use
     if (!given.empty())
@@ -39,7 +42,7 @@ Descriptor connectTo(const std::string& folder)
         ::setsockopt(socket.get(), SOL_SOCKET, option, &kPatience, sizeof kPatience);
     if (path.size() >= sizeof address.sun_path ||
         ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        throw Failure("no simulator serves in " + folder + "; start one: trx-bmcsim serve");
+        throw UserMistake("no simulator serves in " + folder + "; start one: trx-bmcsim serve");
     return socket;
 }
 
@@ -62,13 +65,13 @@ nlohmann::json askSimulator(const std::string& folder, const nlohmann::json& req
     using nlohmann::json;
     const std::string line = request.dump(-1, ' ', true, json::error_handler_t::replace) + '\n';
     if (line.size() > ControlServer::kLongestLine)
-        throw Failure("that is too much for one request, of at most 64 KB");
-    const std::string answer = exchangeLine(connectTo(folderOf(folder)), line);
+        throw UserMistake("that is too much for one request, of at most 64 KB");
+    const std::string answer = exchangeLine(connectTo(servedFolder(folder)), line);
     json parsed = json::parse(answer, nullptr, false);
     if (!parsed.is_object())
-        throw Failure("the simulator in " + folderOf(folder) + " does not answer");
+        throw UserMistake("the simulator in " + servedFolder(folder) + " does not answer");
     if (parsed.contains("error"))
-        throw Failure(parsed["error"].is_string() ? parsed["error"].get<std::string>() : parsed["error"].dump());
+        throw UserMistake(parsed["error"].is_string() ? parsed["error"].get<std::string>() : parsed["error"].dump());
     return parsed;
 }
 

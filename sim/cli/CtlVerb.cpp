@@ -1,13 +1,14 @@
+// ctl's requests, and its answers as text.
 #include "sim/cli/CtlVerb.h"
 
-#include "sim/JsonReader.h"
-#include "sim/RawFiles.h"
 #include "sim/cli/ControlClient.h"
-#include "sim/cli/EventWords.h"
-#include "sim/cli/Failure.h"
+#include "sim/cli/UserMistake.h"
 #include "sim/control/ControlServer.h"
+#include "sim/machine/InputFile.h"
+#include "sim/machine/JsonReader.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <iostream>
@@ -20,21 +21,13 @@ namespace
 
 using nlohmann::json;
 
-constexpr const char* kExamples = R"(Examples:
-  trx-bmcsim ctl sensors
-  trx-bmcsim ctl set 'CPU Temp' 96.5
-  trx-bmcsim ctl set 0x0a --states 0x0002
-  trx-bmcsim ctl faults plan.json; trx-bmcsim ctl faults none
-  trx-bmcsim ctl counters --clear
-  trx-bmcsim ctl event 'CPU Temp' --offset 9 --count 100; trx-bmcsim ctl sel)";
-
 /// A number of C notation, or of Python's: anything that strtod takes whole, but finite.
 double numberFrom(const std::string& text)
 {
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     if (text.empty() || *end != '\0' || !std::isfinite(value))
-        throw Failure("\"" + text + "\" is no number");
+        throw UserMistake("\"" + text + "\" is no number");
     return value;
 }
 
@@ -69,36 +62,23 @@ void printCounters(const json& answer)
         std::cout << "random faults: " << random << '\n';
 }
 
-} // namespace
-
-struct CtlVerb::Words {
-    std::string folder, sensor, value, raw, states, plan;
-    bool unavailable = false, clear = false, asJson = false;
-    unsigned int latency = 0;
-    EventWords event;
-    SelWords sel;
-
-    json setRequest() const;
-    json faultsRequest() const;
-};
-
-json CtlVerb::Words::setRequest() const
+json setRequest(const CtlOptions& options)
 {
-    json request{{"do", "set"}, {"sensor", sensor}};
-    if (!value.empty())
-        request["value"] = numberFrom(value);
-    if (!raw.empty())
-        request["raw"] = raw;
-    if (!states.empty())
-        request["states"] = states;
-    if (unavailable)
+    json request{{"do", "set"}, {"sensor", options.sensor}};
+    if (!options.value.empty())
+        request["value"] = numberFrom(options.value);
+    if (!options.raw.empty())
+        request["raw"] = options.raw;
+    if (!options.states.empty())
+        request["states"] = options.states;
+    if (options.unavailable)
         request["unavailable"] = true;
     if (request.size() != 3)
-        throw Failure("set takes one of VALUE, --raw, --states and --unavailable");
+        throw UserMistake("set takes one of VALUE, --raw, --states and --unavailable");
     return request;
 }
 
-json CtlVerb::Words::faultsRequest() const
+json faultsRequest(const std::string& plan)
 {
     json parsed{{"faults", json::array()}};
     if (plan != "none") {
@@ -108,65 +88,40 @@ json CtlVerb::Words::faultsRequest() const
     return {{"do", "faults"}, {"source", plan}, {"plan", parsed.dump()}};
 }
 
-CtlVerb::CtlVerb(CLI::App& app)
-    : ctl_(*app.add_subcommand("ctl", "Asks or changes a simulator that serves")), words_(std::make_unique<Words>())
+json requestOf(const CtlOptions& options)
 {
-    Words& words = *words_;
-    ctl_.require_subcommand(1);
-    ctl_.footer(kExamples);
-    ctl_.add_option("--socket", words.folder, "Where it serves (default: $TRX_BMCSIM_DIR, else as serve)")
-        ->type_name("FOLDER");
-    CLI::App* set = ctl_.add_subcommand("set", "Sets a sensor's reading");
-    set->add_option("SENSOR", words.sensor, "Its name, or NUMBER[@OWNER[/LUN]]")->required();
-    set->add_option("VALUE", words.value, "In the sensor's unit");
-    set->add_option("--raw", words.raw, "The raw byte")->type_name("N");
-    set->add_option("--states", words.states, "States or comparison bits, a mask")->type_name("N");
-    set->add_flag("--unavailable", words.unavailable, "No reading");
-    CLI::App* faults = ctl_.add_subcommand("faults", "Replaces the fault plan");
-    faults->add_option("FILE", words.plan, "A fault plan, or: none")->required();
-    CLI::App* counters = ctl_.add_subcommand("counters", "How often each command was asked");
-    counters->add_flag("--clear", words.clear, "Counts from zero again");
-    CLI::App* sensors = ctl_.add_subcommand("sensors", "Lists the sensors");
-    CLI::App* event = words.event.addTo(ctl_);
-    CLI::App* sel = words.sel.addTo(ctl_);
-    for (CLI::App* verb : {counters, sensors, event, sel})
-        verb->add_flag("--json", words.asJson, "As JSON");
-    CLI::App* latency = ctl_.add_subcommand("latency", "Time that each answer takes from now on");
-    latency->add_option("MS", words.latency, "Milliseconds")->required();
-    for (CLI::App* verb : {set, faults, counters, sensors, latency, event, sel})
-        verb->fallthrough();
+    json request{{"do", options.verb}};
+    if (options.verb == "set")
+        request = setRequest(options);
+    if (options.verb == "faults")
+        request = faultsRequest(options.plan);
+    if (options.verb == "counters")
+        request["clear"] = options.clear;
+    if (options.verb == "latency")
+        request["ms"] = options.latency;
+    if (options.verb == "event")
+        request = eventRequest(options.event);
+    if (options.verb == "sel")
+        request = selRequest(options.sel);
+    return request;
 }
 
-CtlVerb::~CtlVerb() = default;
+} // namespace
 
-void CtlVerb::run() const
+void ctlVerb(const CtlOptions& options)
 {
-    const std::string verb = ctl_.get_subcommands().at(0)->get_name();
-    json request{{"do", verb}};
-    if (verb == "set")
-        request = words_->setRequest();
-    if (verb == "faults")
-        request = words_->faultsRequest();
-    if (verb == "counters")
-        request["clear"] = words_->clear;
-    if (verb == "latency")
-        request["ms"] = words_->latency;
-    if (verb == "event")
-        request = words_->event.request();
-    if (verb == "sel")
-        request = words_->sel.request();
-    const json answer = askSimulator(words_->folder, request);
-    if (words_->asJson)
+    const json answer = askSimulator(options.folder, requestOf(options));
+    if (options.asJson)
         std::cout << answer.dump() << '\n';
-    else if (verb == "sensors")
+    else if (options.verb == "sensors")
         printSensors(answer);
-    else if (verb == "counters")
+    else if (options.verb == "counters")
         printCounters(answer);
-    else if (verb == "event")
+    else if (options.verb == "event")
         printLogged(answer);
-    else if (verb == "sel")
+    else if (options.verb == "sel")
         printEventLog(answer);
-    else if (verb == "set")
+    else if (options.verb == "set")
         std::cout << listed(answer.at("sensor")) << '\n';
 }
 

@@ -1,9 +1,10 @@
+// A simulated node for as long as one program runs.
 #include "sim/cli/ExecVerb.h"
 
-#include "sim/cli/Command.h"
-#include "sim/cli/Failure.h"
-#include "sim/cli/Simulation.h"
+#include "sim/cli/PreloadedProgram.h"
+#include "sim/cli/SimulatedNode.h"
 #include "sim/cli/SocketFolder.h"
+#include "sim/cli/UserMistake.h"
 
 #include <iostream>
 
@@ -13,15 +14,15 @@ namespace Sim
 int execVerb(const MachineOptions& options, const std::vector<std::string>& words)
 {
     if (words.empty())
-        throw Failure("exec needs a command after --, as in: trx-bmcsim exec -- ipmitool sensor list");
-    Simulation simulation(options);
+        throw UserMistake("exec needs a command after --, as in: trx-bmcsim exec -- ipmitool sensor list");
+    SimulatedNode node(options);
     const TemporaryFolder folder;
-    DeviceSocket socket(simulation.device, folder.path());
-    Command command(words, folder.path());
-    runEventLoop({&socket, &command});
-    if (const std::string random = simulation.bmc.faultPosition(); !random.empty())
+    DeviceSocket socket(node.device, folder.path());
+    PreloadedProgram program(words, folder.path());
+    runEventLoop({&socket, &program});
+    if (const std::string random = node.bmc.faultPosition(); !random.empty())
         std::cerr << "trx-bmcsim: random faults: " << random << '\n';
-    return command.status();
+    return program.status();
 }
 
 } // namespace Sim

@@ -9,7 +9,7 @@
 namespace Sim
 {
 
-/// Serves the machine until the program ends; the program's status. Throws BadFile or Failure.
+/// Serves the machine until the program ends; the program's status. Throws BadFile or UserMistake.
 int execVerb(const MachineOptions& options, const std::vector<std::string>& command);
 
 } // namespace Sim

@@ -1,7 +1,9 @@
+// A machine from its options.
 #include "sim/cli/MachineOptions.h"
 
-#include "sim/RawFiles.h"
-#include "sim/cli/Failure.h"
+#include "sim/cli/UserMistake.h"
+#include "sim/machine/MachineFile.h"
+#include "sim/machine/RawFiles.h"
 
 #include <charconv>
 
@@ -12,7 +14,6 @@ namespace
 {
 
 constexpr const char* kSampleMachine = "sample";
-constexpr unsigned int kLongest = 600'000;
 
 /// "N=FILE" with N decimal or 0x...
 std::pair<std::uint8_t, std::string> fruFile(const std::string& option)
@@ -25,30 +26,12 @@ std::pair<std::uint8_t, std::string> fruFile(const std::string& option)
     const auto [end, error] = first < last ? std::from_chars(first, last, id, hex ? 16 : 10)
                                            : std::from_chars_result{first, std::errc::invalid_argument};
     if (error != std::errc() || end != last || id > 0xff || equals + 1 == option.size())
-        throw Failure("--fru " + option + ": give a FRU device id from 0 to 255 and a file, as in --fru 0=fru-00.bin");
+        throw UserMistake("--fru " + option +
+                          ": give a FRU device id from 0 to 255 and a file, as in --fru 0=fru-00.bin");
     return {static_cast<std::uint8_t>(id), option.substr(equals + 1)};
 }
 
 } // namespace
-
-void MachineOptions::addTo(CLI::App& app)
-{
-    app.add_option("--machine", machine, "A built-in machine or a JSON file")->type_name("NAME|FILE");
-    app.add_option("--sdr", sdr, "SDR repository: whole records one after another")->type_name("FILE");
-    app.add_option("--readings", readings, "Raw readings and thresholds, as text")->type_name("FILE");
-    app.add_option("--fru", fru, "Image of FRU device N; may be given again")
-        ->type_name("N=FILE")
-        ->allow_extra_args(false);
-    app.add_option("--sel", sel, "Event log: 16-byte records")->type_name("FILE");
-    app.add_option("--faults", faults, "Fault plan, JSON")->type_name("FILE");
-    app.add_option("--latency", latency, "Time that each answer takes")
-        ->type_name("MS")
-        ->check(CLI::Range(0U, kLongest));
-    app.add_option("--ipmb-timeout", ipmbTimeout,
-                   "How long the driver waits for an absent satellite, without trying again (default: 10 s)")
-        ->type_name("MS")
-        ->check(CLI::Range(1U, kLongest));
-}
 
 Machine MachineOptions::makeMachine() const
 {

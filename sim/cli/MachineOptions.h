@@ -1,9 +1,8 @@
 // The options that say which machine is simulated and how it behaves.
 #pragma once
 
-#include "sim/Bmc.h"
+#include "sim/machine/Machine.h"
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -20,8 +19,7 @@ struct MachineOptions {
     unsigned int latency = 0;     ///< milliseconds
     unsigned int ipmbTimeout = 0; ///< milliseconds; 0: the driver's own tries
 
-    void addTo(CLI::App& app);
-    /// Throws BadFile or Failure.
+    /// Throws BadFile or UserMistake.
     Machine makeMachine() const;
 };
 

@@ -1,8 +1,9 @@
+// Everybody that a serving simulator serves, in one loop.
 #include "sim/cli/ServeVerb.h"
 
-#include "sim/SystemInterface.h"
-#include "sim/cli/Command.h"
-#include "sim/cli/Simulation.h"
+#include "sim/bus/SystemInterface.h"
+#include "sim/cli/PreloadedProgram.h"
+#include "sim/cli/SimulatedNode.h"
 #include "sim/cli/SocketFolder.h"
 #include "sim/control/ControlServer.h"
 #include "sim/loop/Signals.h"
@@ -66,7 +67,7 @@ std::string quoted(const std::string& text)
     return word + "'";
 }
 
-std::string folderOf(const std::string& given)
+std::string servingFolder(const std::string& given)
 {
     return given.empty() ? usualFolder() : std::filesystem::absolute(given).lexically_normal().string();
 }
@@ -84,12 +85,12 @@ void sayReady(const ServeOptions& options, const std::string& folder, std::uint1
 
 void serveVerb(const ServeOptions& options)
 {
-    Simulation simulation(options.machine);
+    SimulatedNode node(options.machine);
     ::umask(0077);
-    const ServingFolder folder(folderOf(options.folder));
-    DeviceSocket device(simulation.device, folder.path());
-    ControlServer control(simulation.bmc, folder.path() + kControlSocket);
-    VmDoor vm(simulation.bmc, options.vmPort);
+    const ServingFolder folder(servingFolder(options.folder));
+    DeviceSocket device(node.device, folder.path());
+    ControlServer control(node.bmc, folder.path() + kControlSocket);
+    VmDoor vm(node.bmc, options.vmPort);
     Stop stop;
     sayReady(options, folder.path(), vm.port());
     runEventLoop({&device, &control, &vm, &stop});
@@ -98,7 +99,8 @@ void serveVerb(const ServeOptions& options)
 void envVerb(const std::string& folder)
 {
     const char* already = std::getenv("LD_PRELOAD");
-    const std::string preload = withShim(already ? already : ""), place = folderOf(folder); // or nothing is printed
+    const std::string preload = withShim(already ? already : ""),
+                      place = servingFolder(folder); // or nothing is printed
     std::cout << "export LD_PRELOAD=" << quoted(preload) << " TRX_BMCSIM_DIR=" << quoted(place) << '\n';
 }
 

@@ -16,10 +16,10 @@ struct ServeOptions {
     std::string folder;                    ///< of the sockets; empty: the usual one
 };
 
-/// Serves until SIGINT, SIGTERM or SIGHUP. Throws BadFile, Failure or std::runtime_error.
+/// Serves until SIGINT, SIGTERM or SIGHUP. Throws BadFile, UserMistake or std::runtime_error.
 void serveVerb(const ServeOptions& options);
 
-/// Prints what a shell has to export so that its programs reach the simulator in `folder`. Throws Failure.
+/// Prints what a shell has to export so that its programs reach the simulator in `folder`. Throws UserMistake.
 void envVerb(const std::string& folder);
 
 } // namespace Sim

@@ -1,6 +1,7 @@
+// Making, holding and removing the sockets' folders.
 #include "sim/cli/SocketFolder.h"
 
-#include "sim/cli/Failure.h"
+#include "sim/cli/UserMistake.h"
 #include "sim/device/RawCall.h"
 
 #include <fcntl.h>
@@ -45,7 +46,7 @@ TemporaryFolder::TemporaryFolder()
     const char* folder = folderFrom("TMPDIR", kPattern);
     path_ = std::string(folder ? folder : "/tmp") + kPattern;
     if (!::mkdtemp(path_.data()))
-        throw Failure("cannot make a folder " + path_ + ": " + std::strerror(errno));
+        throw UserMistake("cannot make a folder " + path_ + ": " + std::strerror(errno));
 }
 
 TemporaryFolder::~TemporaryFolder()
@@ -60,14 +61,14 @@ std::string usualFolder()
     struct stat status {
     };
     if (::lstat(path.c_str(), &status) == 0 && status.st_uid != realUser())
-        throw Failure(path + " is somebody else's; give another --socket");
+        throw UserMistake(path + " is somebody else's; give another --socket");
     return path;
 }
 
 ServingFolder::ServingFolder(std::string path) : path_(std::move(path))
 {
     if (path_.size() + std::strlen(kControlSocket) >= sizeof(sockaddr_un::sun_path))
-        throw Failure(path_ + ": too long a path for sockets; give a shorter --socket");
+        throw UserMistake(path_ + ": too long a path for sockets; give a shorter --socket");
     hold();
     removeSocket(kDeviceSocket);
     removeSocket(kControlSocket);
@@ -82,16 +83,16 @@ void ServingFolder::hold()
 {
     constexpr mode_t kOwner = 0700, kOthersWrite = 0022;
     if (::mkdir(path_.c_str(), kOwner) != 0 && errno != EEXIST)
-        throw Failure("cannot make a folder " + path_ + ": " + std::strerror(errno));
+        throw UserMistake("cannot make a folder " + path_ + ": " + std::strerror(errno));
     held_ = Descriptor(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {
     };
     if (!held_ || ::fstat(held_.get(), &status) != 0)
-        throw Failure(path_ + ": " + std::strerror(errno));
+        throw UserMistake(path_ + ": " + std::strerror(errno));
     if (status.st_uid != realUser() || (status.st_mode & kOthersWrite) != 0)
-        throw Failure(path_ + ": others can write there; give --socket a folder of your own, with mode 0700");
+        throw UserMistake(path_ + ": others can write there; give --socket a folder of your own, with mode 0700");
     if (::flock(held_.get(), LOCK_EX | LOCK_NB) != 0)
-        throw Failure("a simulator serves in " + path_ + " already; end it, or give another --socket");
+        throw UserMistake("a simulator serves in " + path_ + " already; end it, or give another --socket");
 }
 
 void ServingFolder::removeSocket(const char* name) const
@@ -102,7 +103,7 @@ void ServingFolder::removeSocket(const char* name) const
     if (::lstat(socket.c_str(), &status) != 0)
         return;
     if (!S_ISSOCK(status.st_mode) || ::unlink(socket.c_str()) != 0)
-        throw Failure(socket + " is in the way: it is no socket of a simulator that has ended");
+        throw UserMistake(socket + " is in the way: it is no socket of a simulator that has ended");
 }
 
 } // namespace Sim

@@ -1,7 +1,7 @@
 // The folder with the sockets through which programs reach a simulator.
 #pragma once
 
-#include "sim/Descriptor.h"
+#include "sim/loop/Descriptor.h"
 
 #include <string>
 
@@ -15,7 +15,7 @@ inline constexpr const char* kControlSocket = "/control";
 class TemporaryFolder
 {
 public:
-    /// Throws Failure.
+    /// Throws UserMistake.
     TemporaryFolder();
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -27,16 +27,16 @@ private:
     std::string path_;
 };
 
-/// Where a user's simulator is found: $XDG_RUNTIME_DIR/trx-bmcsim, else /tmp/trx-bmcsim-UID. Throws Failure: somebody
-/// else was there first.
+/// Where a user's simulator is found: $XDG_RUNTIME_DIR/trx-bmcsim, else /tmp/trx-bmcsim-UID. Throws UserMistake:
+/// somebody else was there first.
 std::string usualFolder();
 
 /// A folder at a known place, held by one living simulator at a time. Removed at the end when it is empty.
 class ServingFolder
 {
 public:
-    /// Makes it when it is not there, and removes the sockets of a dead simulator. Throws Failure: another one serves
-    /// there, or others than this user can write there.
+    /// Makes it when it is not there, and removes the sockets of a dead simulator. Throws UserMistake: another one
+    /// serves there, or others than this user can write there.
     explicit ServingFolder(std::string path);
     ~ServingFolder();
     ServingFolder(const ServingFolder&) = delete;

@@ -1,3 +1,4 @@
+// The driver's requests: checks, frames to the simulated driver, settings of a descriptor.
 #include "sim/shim/Driver.h"
 
 #include "sim/device/RawCall.h"
@@ -9,7 +10,6 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 namespace Sim::Shim
@@ -129,7 +129,7 @@ int send(Call& call, const ipmi_req& request, int retries, unsigned int retryTim
     return sendFrame(call.fd, frame, length);
 }
 
-int sendCommand(Call& call)
+int handleSendCommand(Call& call)
 {
     ipmi_req request;
     if (!fetch(request, call.argument))
@@ -137,7 +137,7 @@ int sendCommand(Call& call)
     return send(call, request, call.slot.retries.get(), call.slot.retryTime.get());
 }
 
-int sendCommandSetTime(Call& call)
+int handleSendCommandSetTime(Call& call)
 {
     ipmi_req_settime request;
     if (!fetch(request, call.argument))
@@ -381,16 +381,16 @@ template <RegistrationChange change> int forCommandOnChannels(Call& call)
     return change(call, registration(spec.netfn, spec.cmd, spec.chans));
 }
 
-struct Entry {
+struct RequestHandler {
     unsigned int request;
     int (*handle)(Call&);
 };
 
-constexpr Entry kRequests[] = {
-    {IPMICTL_SEND_COMMAND, sendCommand},
+constexpr RequestHandler kDriverRequests[] = {
+    {IPMICTL_SEND_COMMAND, handleSendCommand},
     {IPMICTL_RECEIVE_MSG_TRUNC, receiveMsgTrunc},
     {IPMICTL_RECEIVE_MSG, receiveMsg},
-    {IPMICTL_SEND_COMMAND_SETTIME, sendCommandSetTime},
+    {IPMICTL_SEND_COMMAND_SETTIME, handleSendCommandSetTime},
     {IPMICTL_SET_GETS_EVENTS_CMD, setGetsEvents},
     {IPMICTL_SET_MY_ADDRESS_CMD, setOne<&Slot::address, 0xff>},
     {IPMICTL_GET_MY_ADDRESS_CMD, getOne<&Slot::address>},
@@ -410,12 +410,25 @@ constexpr Entry kRequests[] = {
     {IPMICTL_SET_MAINTENANCE_MODE_CMD, setMaintenance},
 };
 
+/// The kernel looks, without a fault and by one short call: it reads the signals of a request that it refuses, for
+/// there is no such way to change them. Where it may not look, the address counts as good.
+bool isReadable(std::uintptr_t address)
+{
+    constexpr std::size_t kSignals = 8;
+    constexpr int kNoWay = -1;
+    const int savedErrno = errno;
+    const bool fault =
+        rawCall(SYS_rt_sigprocmask, kNoWay, address / kSignals * kSignals, 0, kSignals) != 0 && errno == EFAULT;
+    errno = savedErrno;
+    return !fault;
+}
+
 } // namespace
 
-int driverRequest(Slot& slot, int fd, unsigned int request, void* argument)
+int handleRequest(Slot& slot, int fd, unsigned int request, void* argument)
 {
     Call call{slot, fd, argument};
-    for (const Entry& entry : kRequests)
+    for (const RequestHandler& entry : kDriverRequests)
         if (entry.request == request)
             return entry.handle(call);
     return ENOTTY;
@@ -429,21 +442,12 @@ bool sends(unsigned int request)
 
 bool isMemory(const void* start, std::size_t size)
 {
-    constexpr std::uintptr_t kNullPage = 4096;
+    constexpr std::uintptr_t kPage = 4096;
     if (size == 0)
         return true;
-    const auto first = reinterpret_cast<std::uintptr_t>(start);
-    if (first < kNullPage || first + size < first)
-        return false;
-    // The kernel looks without a fault; where it may not, a pointer outside the null page counts as good.
-    const int savedErrno = errno;
-    char probe[2];
-    iovec here{probe, sizeof probe};
-    iovec there[2] = {{const_cast<void*>(start), 1}, {reinterpret_cast<void*>(first + size - 1), 1}};
-    const long got = rawCall(SYS_process_vm_readv, rawCall(SYS_getpid), &here, 1, there, 2, 0);
-    const bool good = got == 2 || (got < 0 && errno != EFAULT);
-    errno = savedErrno;
-    return good;
+    const auto first = reinterpret_cast<std::uintptr_t>(start), last = first + size - 1;
+    const bool together = first / kPage == last / kPage;
+    return first >= kPage && last >= first && isReadable(first) && (together || isReadable(last));
 }
 
 } // namespace Sim::Shim

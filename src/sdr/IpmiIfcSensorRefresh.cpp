@@ -1,6 +1,7 @@
 // Refreshing a node's sensors: as designed for the polling loop, and each for itself.
 #include "base/Log.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiNode.h"
 #include "sdr/RefreshRoster.h"
 #include "sdr/SensorAccess.h"

@@ -9,7 +9,7 @@
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "sel/SelBmc.h"
-#include "sim/RawFiles.h"
+#include "sim/machine/RawFiles.h"
 
 #include <cstdlib>
 #include <set>
