@@ -8,8 +8,6 @@
 #include "Terminal.h"
 #include "Verbs.h"
 
-#include <CLI/CLI.hpp>
-
 namespace Tool
 {
 
@@ -86,7 +84,9 @@ void printJson(const EntityTree& tree, const std::vector<SensorView>& sensors)
     writeOut(jsonDocument(Json{{"entities", std::move(entities)}}));
 }
 
-int run(const Options& options)
+} // namespace
+
+int entitiesVerb(const Options& options)
 {
     std::optional<Progress> progress(std::in_place, "Reading the sensors");
     const NodeSession session(options.node);
@@ -98,15 +98,6 @@ int run(const Options& options)
     else
         writeOut(Drawing(tree, sensors).text());
     return kExitFine;
-}
-
-} // namespace
-
-void addEntitiesVerb(CLI::App& app, Options& options)
-{
-    CLI::App* verb = app.add_subcommand("entities", "The server's parts as a tree, each with its sensors");
-    verb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi --sim entities");
-    verb->callback([&options] { options.run = [&options] { return run(options); }; });
 }
 
 } // namespace Tool

@@ -6,7 +6,6 @@
 #include "Verbs.h"
 #include "ipmi/IpmiIfc.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <optional>
 #include <string>
@@ -94,17 +93,11 @@ void print(const Identity& self)
 
 } // namespace
 
-void addInfoVerb(CLI::App& app, Options& options)
+int infoVerb(const Options& options)
 {
-    CLI::App* verb = app.add_subcommand("info", "Who the BMC is: maker, product, versions, self test");
-    verb->fallthrough()->group("Verbs")->footer("Examples:\n  trx-ipmi info\n  trx-ipmi --node 1 --json info");
-    verb->callback([&options] {
-        options.run = [&options] {
-            const Identity self = readIdentity(options.node);
-            options.json ? printJson(self) : print(self);
-            return kExitFine;
-        };
-    });
+    const Identity self = readIdentity(options.node);
+    options.json ? printJson(self) : print(self);
+    return kExitFine;
 }
 
 } // namespace Tool

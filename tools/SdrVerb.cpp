@@ -9,10 +9,8 @@
 #include "Terminal.h"
 #include "Verbs.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <memory>
 
 namespace Tool
 {
@@ -26,21 +24,6 @@ std::vector<std::uint8_t> readRepository(int node)
     const NodeSession session(node);
     session.requireBmc();
     return SdrReader(session).read();
-}
-
-int dump(const Options& options, const std::string& path)
-{
-    const OutputFile file(path);
-    const auto all = readRepository(options.node);
-    file.write(all);
-    if (!file.isRegular())
-        return kExitFine; // it may be standard output itself
-    const std::size_t records = splitRecords(all).size();
-    if (options.json)
-        writeOut(jsonDocument({{"file", path}, {"records", records}, {"bytes", all.size()}}));
-    else
-        writeOut(printable(fmt::format("{} records, {} bytes written to {}", records, all.size(), path)) + '\n');
-    return kExitFine;
 }
 
 /// Keys of one record: only those that its type has.
@@ -83,7 +66,24 @@ std::vector<Table::Cell> row(const SdrSummary& record)
             {std::move(what)}};
 }
 
-int list(const Options& options)
+} // namespace
+
+int sdrDumpVerb(const Options& options, const std::string& path)
+{
+    const OutputFile file(path);
+    const auto all = readRepository(options.node);
+    file.write(all);
+    if (!file.isRegular())
+        return kExitFine; // it may be standard output itself
+    const std::size_t records = splitRecords(all).size();
+    if (options.json)
+        writeOut(jsonDocument({{"file", path}, {"records", records}, {"bytes", all.size()}}));
+    else
+        writeOut(printable(fmt::format("{} records, {} bytes written to {}", records, all.size(), path)) + '\n');
+    return kExitFine;
+}
+
+int sdrListVerb(const Options& options)
 {
     const auto all = readRepository(options.node);
     Json records = Json::array();
@@ -96,24 +96,6 @@ int list(const Options& options)
     }
     writeOut(options.json ? jsonDocument(Json{{"records", std::move(records)}}) : table.text(false));
     return kExitFine;
-}
-
-} // namespace
-
-void addSdrVerb(CLI::App& app, Options& options)
-{
-    CLI::App* sdr = app.add_subcommand("sdr", "The repository of sensor data records");
-    sdr->fallthrough()->group("Verbs");
-    CLI::App* dumpVerb = sdr->add_subcommand("dump", "Write the repository to a file: raw records one after another");
-    auto path = std::make_shared<std::string>();
-    dumpVerb->add_option("FILE", *path, "File to write; replaced only when all has been read")
-        ->required()
-        ->type_name("");
-    dumpVerb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi sdr dump sdr.bin");
-    dumpVerb->callback([&options, path] { options.run = [&options, path] { return dump(options, *path); }; });
-    CLI::App* listVerb = sdr->add_subcommand("list", "All records, one line each");
-    listVerb->fallthrough()->group("Verbs")->footer("Example:\n  trx-ipmi --sim sdr list");
-    listVerb->callback([&options] { options.run = [&options] { return list(options); }; });
 }
 
 } // namespace Tool

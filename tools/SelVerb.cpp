@@ -1,6 +1,5 @@
 #include "Failure.h"
 #include "InputFile.h"
-#include "Interval.h"
 #include "Json.h"
 #include "Monitor.h"
 #include "NodeSession.h"
@@ -11,19 +10,15 @@
 #include "SelFile.h"
 #include "SelInfo.h"
 #include "SelReader.h"
-#include "SelSelection.h"
 #include "SelView.h"
 #include "Terminal.h"
 #include "Verbs.h"
 #include "ipmi/IpmiIfc.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
-#include <memory>
 #include <optional>
-#include <unistd.h>
 
 namespace Tool
 {
@@ -31,30 +26,14 @@ namespace Tool
 namespace
 {
 
-/// What the command line said of the log.
-struct Request {
-    SelSelection selection;
-    SelForm form;
-    std::optional<std::string> sinceText;
-    std::optional<std::string> save;
-    bool follow = false;
-    double interval = 2; ///< seconds between two looks that follow
-    bool clear = false;
-    bool yes = false;
-    std::optional<std::string> idText;
-    std::optional<std::uint16_t> id; ///< to delete
-
-    std::string file; ///< to decode
-    std::optional<std::string> sdr;
-};
-
-/// @param empty  the log itself, whatever was wanted of it
-void print(const SelRecords& records, const SensorNames& names, const SelForm& form, bool json, bool empty)
+/// @param inLog  how many records the log itself has, whatever was wanted of it
+void print(const Options& options, const SelForm& form, const SelRecords& records, const SensorNames& names,
+           std::size_t inLog)
 {
-    if (json)
+    if (options.json)
         writeOut(jsonDocument(selJson(records, names, form)));
     else
-        writeOut(empty ? "The log is empty.\n" : selTable(records, names, form));
+        writeOut(inLog == 0 ? "The log is empty.\n" : selTable(records, names, form));
 }
 
 /// A list without names is better than none: `trouble` says why there are none.
@@ -75,7 +54,7 @@ std::string missingText(const SelContent& content)
     return fmt::format("only {} of {} records could be read", content.records.size(), content.wanted);
 }
 
-int list(const Options& options, const Request& request)
+int list(const Options& options, const SelOptions& request)
 {
     std::optional<Progress> progress(std::in_place, "Reading the event log");
     const NodeSession session(options.node);
@@ -87,7 +66,7 @@ int list(const Options& options, const Request& request)
     progress.reset();
     if (!trouble.empty())
         complain(trouble);
-    print(records, names, request.form, options.json, content.wanted == 0);
+    print(options, request.form, records, names, content.wanted);
     if (content.isComplete())
         return kExitFine;
     complain(missingText(content));
@@ -95,7 +74,7 @@ int list(const Options& options, const Request& request)
 }
 
 /// What was written, for programs.
-Json save(const NodeSession& session, const OutputFile& file, const Request& request)
+Json save(const NodeSession& session, const OutputFile& file, const SelOptions& request)
 {
     const Progress progress("Reading the event log");
     SelContent content = readSel(session, request.selection.last);
@@ -107,7 +86,7 @@ Json save(const NodeSession& session, const OutputFile& file, const Request& req
     return {{"file", *request.save}, {"records", content.records.size()}, {"bytes", bytes.size()}};
 }
 
-void clear(const NodeSession& session, const Request& request)
+void clear(const NodeSession& session, const SelOptions& request)
 {
     if (!request.yes && !request.save)
         readSelState(session);
@@ -120,7 +99,7 @@ void clear(const NodeSession& session, const Request& request)
     clearSel(session);
 }
 
-int saveOrClear(const Options& options, const Request& request)
+int saveOrClear(const Options& options, const SelOptions& request)
 {
     const auto file = request.save ? std::optional<OutputFile>(*request.save) : std::nullopt;
     const NodeSession session(options.node);
@@ -151,7 +130,7 @@ int erase(const Options& options, std::uint16_t id)
     return kExitFine;
 }
 
-int follow(const Options& options, const Request& request)
+int follow(const Options& options, const SelOptions& request)
 {
     MonitorPlan plan{.nodes = {options.node}, .interval = request.interval, .sensors = false, .form = {}};
     plan.form.sel = request.form;
@@ -159,20 +138,22 @@ int follow(const Options& options, const Request& request)
     return monitor(plan);
 }
 
-int run(const Options& options, const Request& request)
+} // namespace
+
+int selVerb(const Options& options, const SelOptions& request)
 {
     if (request.follow)
         return follow(options, request);
-    if (request.id)
-        return erase(options, *request.id);
+    if (request.erase)
+        return erase(options, *request.erase);
     return request.save || request.clear ? saveOrClear(options, request) : list(options, request);
 }
 
-int info(const Options& options, const Request& request)
+int selInfoVerb(const Options& options, bool utc)
 {
     std::optional<Progress> progress(std::in_place, "Asking the BMC");
     const NodeSession session(options.node);
-    const Facts facts = selFacts(session, request.form.utc);
+    const Facts facts = selFacts(session, utc);
     progress.reset();
     Json json = Json::object();
     for (const Fact& fact : facts.all())
@@ -181,114 +162,16 @@ int info(const Options& options, const Request& request)
     return kExitFine;
 }
 
-int decode(const Options& options, const Request& request)
+int selDecodeVerb(const Options& options, const SelDecodeOptions& request)
 {
     constexpr std::size_t kMostRepository = 1 << 22;
     const SelRecords all = readSelFile(request.file);
-    const SensorNames names = request.sdr ? SensorNames(readFile(*request.sdr, kMostRepository)) : SensorNames();
+    const SensorNames names =
+        request.repository ? SensorNames(readFile(*request.repository, kMostRepository)) : SensorNames();
     SelRecords records = all;
     request.selection.apply(records);
-    print(records, names, request.form, options.json, all.empty());
+    print(options, request.form, records, names, all.size());
     return kExitFine;
-}
-
-void addListOptions(CLI::App& verb, Request& request)
-{
-    constexpr unsigned kMostRecords = 0xffff;
-    verb.add_option("--last", request.selection.last, "Only the newest N records")
-        ->type_name("N")
-        ->check(CLI::Range(1U, kMostRecords));
-    verb.add_option("--since", request.sinceText,
-                    "Only records of this time and after: 2024-01-31, \"2024-01-31 13:45\", 2024-01-31T13:45:00Z")
-        ->type_name("TIME");
-    verb.add_flag("--raw", request.form.raw, "With the records' bytes");
-    verb.add_flag("--utc", request.form.utc, "Times in UTC, not local ones");
-}
-
-void addOptions(CLI::App& verb, Request& request)
-{
-    addListOptions(verb, request);
-    CLI::Option* save = verb.add_option("--save", request.save,
-                                        "Write the records to a file, 16 bytes each; replaced only when all were read")
-                            ->type_name("FILE");
-    CLI::Option* clear = verb.add_flag("--clear", request.clear, "Clear the log; with --save once that is done");
-    verb.add_flag("--yes", request.yes, "Clear without asking")->needs(clear);
-    CLI::Option* erase =
-        verb.add_option("--delete", request.idText, "Delete one record, decimal or 0x")->type_name("ID");
-    CLI::Option* follow = verb.add_flag("--follow", request.follow, "Wait for new events and list each, until Ctrl-C");
-    verb.add_option("--interval", request.interval, "With --follow: time between two looks; 2 when not given")
-        ->type_name("SECONDS")
-        ->check(checkInterval)
-        ->needs(follow);
-    for (const char* name : {"--last", "--since"}) {
-        for (CLI::Option* option : {clear, erase, follow})
-            option->excludes(verb.get_option(name));
-    }
-    erase->excludes(save)->excludes(clear);
-    follow->excludes(save)->excludes(clear)->excludes(erase);
-}
-
-void parse(Request& request)
-{
-    if (request.sinceText)
-        request.selection.since = sinceFrom(*request.sinceText, request.form.utc);
-    if (request.idText)
-        request.id = recordIdFrom(*request.idText);
-    if (request.clear && !request.yes && isatty(STDIN_FILENO) != 1)
-        throw Failure("there is no terminal to ask on: give --yes to clear the log");
-}
-
-/// Of the options of `sel` that stand on the line, an inner verb takes those that it has too.
-void refuseForeignOptions(const CLI::App& verb, const CLI::App& inner)
-{
-    for (const CLI::Option* option : verb.get_options()) {
-        if (option->count() > 0 && !inner.get_option_no_throw(option->get_name()))
-            throw Failure(fmt::format("{} does not go with sel {}", option->get_name(), inner.get_name()));
-    }
-}
-
-using Action = int (*)(const Options&, const Request&);
-
-/// What each verb runs is chosen here, when all is parsed; an inner verb's callback comes before that of `sel`.
-void addAction(CLI::App& verb, Options& options, const std::shared_ptr<Request>& request, Action action)
-{
-    verb.fallthrough()->group("Verbs");
-    verb.callback([&verb, &options, request, action] {
-        const auto inner = verb.get_subcommands();
-        if (!inner.empty())
-            return refuseForeignOptions(verb, *inner.front());
-        parse(*request);
-        options.run = [&options, request, action] { return action(options, *request); };
-    });
-}
-
-} // namespace
-
-void addSelVerb(CLI::App& app, Options& options)
-{
-    const auto request = std::make_shared<Request>();
-    CLI::App* sel = app.add_subcommand("sel", "The system event log: list, follow, save, clear");
-    addOptions(*sel, *request);
-    addAction(*sel, options, request, run);
-    CLI::App* infoVerb = sel->add_subcommand("info", "The log as a whole: size, times, clock, what it can do");
-    infoVerb->add_flag("--utc", request->form.utc, "Times in UTC, not local ones");
-    addAction(*infoVerb, options, request, info);
-    CLI::App* decodeVerb = sel->add_subcommand("decode", "List the records of a file, 16 bytes each; needs no BMC");
-    decodeVerb->add_option("FILE", request->file, "File that --save has written")->required()->type_name("");
-    addListOptions(*decodeVerb, *request);
-    decodeVerb->add_option("--sdr", request->sdr, "Names of sensors from a repository as sdr dump writes it")
-        ->type_name("FILE");
-    addAction(*decodeVerb, options, request, decode);
-    sel->footer(R"(Examples:
-  trx-ipmi sel
-  trx-ipmi --json sel --last 20
-  trx-ipmi sel --since "2024-01-31 13:45"
-  trx-ipmi sel --save sel.bin --clear
-  trx-ipmi --json sel --follow
-  trx-ipmi sel info
-  trx-ipmi sel decode sel.bin)");
-    infoVerb->footer("Example:\n  trx-ipmi sel info --utc");
-    decodeVerb->footer("Example:\n  trx-ipmi sel decode sel.bin --since 2024-01-31");
 }
 
 } // namespace Tool

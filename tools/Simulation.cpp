@@ -39,10 +39,10 @@ bool isSimOption(std::string_view word)
 
 } // namespace
 
-void runOnSimulator(const Options& options, int argc, char** argv)
+void runOnSimulator(const std::string& machine, int argc, char** argv)
 {
     const std::string self = ownPath();
-    std::vector<std::string> words{simulator(self), "exec", "--machine", options.machine};
+    std::vector<std::string> words{simulator(self), "exec", "--machine", machine};
     words.insert(words.end(), {"--", self});
     bool onlyOperands = false;
     for (int i = 1; i < argc; ++i) {
