@@ -2,7 +2,6 @@
 
 #include "base/Failure.h"
 
-#include <array>
 #include <cstring>
 #include <thread>
 #include <unistd.h>
@@ -13,35 +12,24 @@ namespace Tool
 namespace
 {
 
-constexpr std::array<int, 3> kFromOutside{SIGINT, SIGTERM, SIGHUP};
 constexpr int kFromInside = SIGUSR1;
 constexpr std::chrono::milliseconds kMoment{900};
-
-bool isIgnored(int signal)
-{
-    struct sigaction action {
-    };
-    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-}
 
 } // namespace
 
 Ending::Ending()
 {
-    sigemptyset(&signals_);
-    sigaddset(&signals_, kFromInside);
-    for (const int signal : kFromOutside) {
-        if (signal != SIGHUP || !isIgnored(signal))
-            sigaddset(&signals_, signal);
-    }
-    ::pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+    if (!Signals::isIgnored(SIGHUP))
+        fromOutside_.add(SIGHUP);
+    fromOutside_.block();
+    Signals{kFromInside}.block();
 }
 
 std::string Ending::wait()
 {
-    int signal = 0;
-    while (::sigwait(&signals_, &signal) != 0) {
-    }
+    Signals all = fromOutside_;
+    all.add(kFromInside);
+    const int signal = all.wait();
     std::string reason;
     {
         const std::lock_guard hold(lock_);
@@ -61,13 +49,8 @@ void Ending::limit() const
         std::this_thread::sleep_for(kMoment);
         ::_exit(status);
     }).detach();
-    sigset_t fromOutside = signals_;
-    sigdelset(&fromOutside, kFromInside);
-    for (const int signal : kFromOutside) {
-        if (sigismember(&signals_, signal) == 1)
-            std::signal(signal, SIG_DFL);
-    }
-    ::pthread_sigmask(SIG_UNBLOCK, &fromOutside, nullptr);
+    fromOutside_.handle(SIG_DFL);
+    fromOutside_.unblock();
 }
 
 void Ending::begin(const std::string& trouble)

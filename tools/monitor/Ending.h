@@ -1,9 +1,10 @@
 // When and why a program that runs until it is told to stop does so.
 #pragma once
 
+#include "base/Signals.h"
+
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <string>
 
@@ -35,7 +36,7 @@ public:
 private:
     void limit() const;
 
-    sigset_t signals_{};
+    Signals fromOutside_{SIGINT, SIGTERM};
     mutable std::mutex lock_;
     std::condition_variable begun_;
     bool hasBegun_ = false;

@@ -3,10 +3,8 @@
 #include "terminal/Terminal.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <poll.h>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -19,7 +17,6 @@ namespace
 
 constexpr std::string_view kHideCursor = "\033[?25l", kShowCursor = "\033[?25h";
 constexpr std::string_view kHome = "\033[H", kClearLine = "\033[K", kClearRest = "\033[J";
-constexpr std::array<int, 5> kHandled{SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH};
 constexpr Screen::Size kUsualSize{24, 80};
 
 volatile std::sig_atomic_t cursorHidden = 0;
@@ -30,19 +27,12 @@ void tell(std::string_view sequence)
         const ssize_t written = ::write(STDOUT_FILENO, sequence.data(), sequence.size());
 }
 
-void block(const sigset_t& set, bool blocked)
-{
-    ::pthread_sigmask(blocked ? SIG_BLOCK : SIG_UNBLOCK, &set, nullptr);
-}
-
 [[noreturn]] void endBy(int signal)
 {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, signal);
-    std::signal(signal, SIG_DFL);
+    const Signals self{signal};
+    self.handle(SIG_DFL);
     ::raise(signal);
-    block(set, false);
+    self.unblock();
     ::_exit(1); // not reached
 }
 
@@ -64,30 +54,12 @@ void onSignal(int signal)
     errno = error;
 }
 
-sigset_t handledSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : kHandled)
-        sigaddset(&set, signal);
-    return set;
-}
-
-void handle(void (*handler)(int))
-{
-    struct sigaction action {
-    };
-    action.sa_handler = handler;
-    for (const int signal : kHandled)
-        ::sigaction(signal, &action, nullptr);
-}
-
 } // namespace
 
 Screen::Screen(bool inPlace) : inPlace_(inPlace)
 {
-    block(handledSignals(), true);
-    handle(onSignal);
+    signals_.block();
+    signals_.handle(onSignal);
     if (!inPlace_)
         return;
     writeOut(std::string(size().rows, '\n').append(kHideCursor)); // what was on the screen scrolls away, it is not lost
@@ -98,8 +70,8 @@ Screen::~Screen()
 {
     tell(kShowCursor);
     cursorHidden = 0;
-    handle(SIG_DFL);
-    block(handledSignals(), false);
+    signals_.handle(SIG_DFL);
+    signals_.unblock();
 }
 
 Screen::Size Screen::size()
@@ -128,28 +100,19 @@ void Screen::write(const std::string& text) const
 
 bool Screen::waitUntil(Clock::time_point end) const
 {
-    sigset_t unblocked;
-    ::pthread_sigmask(SIG_SETMASK, nullptr, &unblocked);
-    for (const int signal : kHandled)
-        sigdelset(&unblocked, signal);
-    for (;;) {
-        const auto left = std::max(end - Clock::now(), Clock::duration::zero());
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-        const timespec time{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
-        if (::ppoll(nullptr, 0, &time, &unblocked) == 0 || errno != EINTR)
-            return false;
+    while (!signals_.sleepUntil(end)) {
         if (inPlace_)
             return true;
     }
+    return false;
 }
 
 void Screen::interruptible(const std::function<void()>& work)
 {
-    sigset_t set = handledSignals();
-    sigdelset(&set, SIGWINCH);
-    block(set, false);
+    const Signals ending{SIGINT, SIGTERM, SIGHUP, SIGTSTP};
+    ending.unblock();
     work();
-    block(set, true);
+    ending.block();
 }
 
 } // namespace Tool

@@ -1,6 +1,8 @@
 // Standard output that is written again and again until the user has seen enough.
 #pragma once
 
+#include "base/Signals.h"
+
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -35,6 +37,7 @@ public:
     static void interruptible(const std::function<void()>& work);
 
 private:
+    const Signals signals_{SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH};
     bool inPlace_;
 };
 

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cuchar>
+#include <cwchar>
+#include <locale.h>
 #include <unistd.h>
 
 namespace Tool
@@ -17,41 +19,48 @@ namespace Tool
 namespace
 {
 
+/// While it lives text is UTF-8 on this thread, whatever the user's locale says. Where the system has no such locale
+/// all but ASCII is broken.
+class Utf8Scope
+{
+public:
+    Utf8Scope() : before_(::uselocale(utf8())) {}
+    ~Utf8Scope() { ::uselocale(before_); }
+    Utf8Scope(const Utf8Scope&) = delete;
+    Utf8Scope& operator=(const Utf8Scope&) = delete;
+
+private:
+    static locale_t utf8()
+    {
+        static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        return locale;
+    }
+    locale_t before_;
+};
+
 struct CodePoint {
-    std::uint32_t value;
+    char32_t value;
     std::size_t size; ///< bytes taken
     bool valid;
 };
 
-constexpr CodePoint kBroken{0, 1, false};
-
-/// The first code point of a text that is not empty.
+/// The first code point of a text that is not empty. In a Utf8Scope.
 CodePoint firstOf(std::string_view text)
 {
-    const auto lead = static_cast<std::uint8_t>(text[0]);
-    if (lead < 0x80)
-        return {lead, 1, true};
-    const std::size_t size = lead < 0xc2 ? 0 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : lead < 0xf5 ? 4 : 0;
-    if (size == 0 || text.size() < size)
-        return kBroken;
-    std::uint32_t value = lead & (0xffU >> (size + 1));
-    for (std::size_t i = 1; i < size; ++i) {
-        const auto next = static_cast<std::uint8_t>(text[i]);
-        if ((next & 0xc0) != 0x80)
-            return kBroken;
-        value = value << 6 | (next & 0x3fU);
-    }
-    constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
-    if (value < kSmallest[size] || value > 0x10ffff || (value >= 0xd800 && value < 0xe000))
-        return kBroken;
-    return {value, size, true};
+    std::mbstate_t state{};
+    char32_t value = 0;
+    const std::size_t size = std::mbrtoc32(&value, text.data(), text.size(), &state);
+    constexpr char32_t kLast = 0x10ffff;
+    if (size > text.size() || value > kLast) // a size beyond the text: broken, or cut
+        return {0, 1, false};
+    return {value, std::max<std::size_t>(size, 1), true};
 }
 
 struct Range {
-    std::uint32_t first, last;
+    char32_t first, last;
 };
 
-template <std::size_t N> bool isIn(const std::array<Range, N>& ranges, std::uint32_t value)
+template <std::size_t N> bool isIn(const std::array<Range, N>& ranges, char32_t value)
 {
     return std::any_of(ranges.begin(), ranges.end(),
                        [&](const Range& range) { return value >= range.first && value <= range.last; });
@@ -60,20 +69,12 @@ template <std::size_t N> bool isIn(const std::array<Range, N>& ranges, std::uint
 // C0 and C1 controls, DEL, separators of lines, and the marks that change the direction of text.
 constexpr std::array<Range, 6> kActing{
     {{0x00, 0x1f}, {0x7f, 0x9f}, {0x200b, 0x200f}, {0x2028, 0x202e}, {0x2060, 0x206f}, {0xfeff, 0xfeff}}};
-constexpr std::array<Range, 3> kCombining{{{0x300, 0x36f}, {0x20d0, 0x20ff}, {0xfe00, 0xfe0f}}};
-constexpr std::array<Range, 9> kWide{{{0x1100, 0x115f},
-                                      {0x2e80, 0xa4cf},
-                                      {0xac00, 0xd7a3},
-                                      {0xf900, 0xfaff},
-                                      {0xfe30, 0xfe6f},
-                                      {0xff00, 0xff60},
-                                      {0xffe0, 0xffe6},
-                                      {0x1f300, 0x1faff},
-                                      {0x20000, 0x3fffd}}};
 
+/// What the system knows no width of takes a column. In a Utf8Scope.
 std::size_t columnsOf(const CodePoint& point)
 {
-    return isIn(kCombining, point.value) ? 0U : isIn(kWide, point.value) ? 2U : 1U;
+    const int width = ::wcwidth(static_cast<wchar_t>(point.value));
+    return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
 } // namespace
@@ -113,6 +114,7 @@ std::string coloured(std::string_view text, Colour colour)
 
 std::string printable(std::string_view text)
 {
+    const Utf8Scope scope;
     std::string result;
     while (!text.empty()) {
         const CodePoint next = firstOf(text);
@@ -127,6 +129,7 @@ std::string printable(std::string_view text)
 
 std::size_t columnsOf(std::string_view text)
 {
+    const Utf8Scope scope;
     std::size_t columns = 0;
     while (!text.empty()) {
         const CodePoint next = firstOf(text);
@@ -139,6 +142,7 @@ std::size_t columnsOf(std::string_view text)
 std::string cutTo(std::string_view line, std::size_t columns)
 {
     constexpr char kEscape = '\033', kEndOfColour = 'm';
+    const Utf8Scope scope;
     std::string result;
     for (bool full = false; !line.empty();) {
         const CodePoint next = firstOf(line);
