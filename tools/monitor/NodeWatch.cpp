@@ -74,7 +74,7 @@ template <typename Work> std::thread NodeWatch::threadOf(Work work)
     });
 }
 
-NodeWatch::NodeWatch(int node, const Common& common) : node_(node), common_(common), tail_(node), news_(node)
+NodeWatch::NodeWatch(int node, const Common& common) : node_(node), common_(common), tail_(node)
 {
     loop_ = threadOf(&NodeWatch::runLoop);
     events_ = threadOf(&NodeWatch::watchEvents);
@@ -213,10 +213,17 @@ void NodeWatch::onEvent(const Ipmi::IpmiSelData& record)
     tellNews({});
 }
 
+/// Of the records that the library has, and of those of `tail` behind them.
 void NodeWatch::tellNews(const SelRecords& tail)
 {
     const std::lock_guard hold(newsLock_);
-    for (const auto& record : news_.take(tail))
+    const Ipmi::ipmiifc_sel_info info = IpmiIfc::getRawSelHeader(node_);
+    if (info.version() == 0)
+        return; // nobody has told yet
+    SelRecords all = IpmiIfc::getSelData(node_);
+    const auto read = all.size() >= info.entryCount() ? SelNews::Read::kWhole : SelNews::Read::kInPart;
+    all.insert(all.end(), tail.begin(), tail.end());
+    for (const auto& record : news_.take(all, read))
         common_.lines.event(node_, *record, names_);
 }
 

@@ -1,7 +1,5 @@
 #include "monitor/SelNews.h"
 
-#include "ipmi/IpmiIfc.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -20,14 +18,8 @@ bool SelNews::isOld(const Ipmi::IpmiSelData& record) const
     return !known_ || known_->contains(rawOf(record));
 }
 
-SelRecords SelNews::take(const SelRecords& tail)
+SelRecords SelNews::take(const SelRecords& all, Read read)
 {
-    const Ipmi::ipmiifc_sel_info info = Ipmi::IpmiIfc::getRawSelHeader(node_);
-    if (info.version() == 0)
-        return {}; // nobody has told yet
-    SelRecords all = Ipmi::IpmiIfc::getSelData(node_);
-    const bool isComplete = all.size() >= info.entryCount();
-    all.insert(all.end(), tail.begin(), tail.end());
     std::set<Raw> now;
     SelRecords news;
     for (const auto& record : all) {
@@ -35,7 +27,7 @@ SelRecords SelNews::take(const SelRecords& tail)
             news.push_back(record);
         now.insert(rawOf(*record));
     }
-    if (known_ && !isComplete) // some could not be read: they are no news when they can
+    if (known_ && read == Read::kInPart)
         now.merge(*known_);
     known_ = std::move(now);
     return news;

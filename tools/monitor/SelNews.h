@@ -16,20 +16,20 @@ namespace Tool
 class SelNews
 {
 public:
-    explicit SelNews(int node) : node_(node) {}
+    /// Some records may be missing from what could be read of a log.
+    enum class Read { kWhole, kInPart };
 
     /// True when this record has been there before, and before anything is known of the log.
     bool isOld(const Ipmi::IpmiSelData& record) const;
-    /// The records that the library has now, and those of `tail` behind them, that were not there at the last call,
-    /// oldest first. None at the first call that finds the log read.
-    SelRecords take(const SelRecords& tail);
+    /// Of the records that the log has now those that were not there at the last call, oldest first. None at the first
+    /// call. What was there once and could not be read since is no news when it can.
+    SelRecords take(const SelRecords& all, Read read);
 
 private:
     using Raw = std::array<std::uint8_t, kSelRecordSize>;
 
     static Raw rawOf(const Ipmi::IpmiSelData& record);
 
-    int node_;
     std::optional<std::set<Raw>> known_;
 };
 
