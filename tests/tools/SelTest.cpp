@@ -1,0 +1,126 @@
+#include "monitor/SelNews.h"
+#include "sel/SelSelection.h"
+#include "sel/SelTimestamp.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <gtest/gtest.h>
+
+namespace Tool
+{
+
+namespace
+{
+
+void setZone(const char* zone)
+{
+    ::setenv("TZ", zone, 1);
+    ::tzset();
+}
+
+/// The log by the first bytes of its records.
+SelRecords logOf(const std::vector<int>& ids)
+{
+    SelRecords records;
+    for (const int id : ids) {
+        const Ipmi::sel_event_record record{{static_cast<unsigned char>(id), 0, 2}};
+        records.emplace_back(new Ipmi::IpmiSelData(&record, 0));
+    }
+    return records;
+}
+
+std::vector<int> idsOf(const SelRecords& records)
+{
+    std::vector<int> ids;
+    for (const auto& record : records)
+        ids.push_back(record->recordId());
+    return ids;
+}
+
+} // namespace
+
+TEST(SelTimestampTest, TextsAndZones)
+{
+    struct Row {
+        std::uint32_t seconds;
+        const char* zone;
+        std::string local, json;
+    };
+    const Row rows[] = {{1704616448, "XYZ-05:30", "2024-01-07 14:04:08", "\"2024-01-07T14:04:08+05:30\""},
+                        {1704616448, "XYZ+05:00", "2024-01-07 03:34:08", "\"2024-01-07T03:34:08-05:00\""},
+                        {1704616448, "XYZ+00:30", "2024-01-07 08:04:08", "\"2024-01-07T08:04:08-00:30\""},
+                        {1704616448, "UTC0", "2024-01-07 08:34:08", "\"2024-01-07T08:34:08+00:00\""},
+                        {0x20000001, "UTC0", "1987-01-05 18:48:33", "\"1987-01-05T18:48:33+00:00\""},
+                        {0x20000000, "UTC0", "pre-init +536870912 s", "null"},
+                        {0, "UTC0", "pre-init +0 s", "null"},
+                        {0xffffffff, "UTC0", "unknown", "null"},
+                        {0xfffffffe, "UTC0", "2106-02-07 06:28:14", "\"2106-02-07T06:28:14+00:00\""}};
+    for (const Row& row : rows) {
+        setZone(row.zone);
+        const SelTimestamp time(row.seconds);
+        EXPECT_EQ(time.text(false), row.local);
+        EXPECT_EQ(time.json(false).dump(), row.json);
+        EXPECT_EQ(time.point().has_value(), row.json != "null");
+    }
+    setZone("XYZ+05:00");
+    EXPECT_EQ(SelTimestamp(1704616448).text(true), "2024-01-07 08:34:08");
+    EXPECT_EQ(SelTimestamp(1704616448).json(true), "2024-01-07T08:34:08Z");
+}
+
+TEST(SelTimestampTest, PointsAsUsersWriteThem)
+{
+    struct Row {
+        std::string text;
+        std::int64_t utc; ///< -1: no time
+        int local = 5;    ///< hours later in the zone of this test
+    };
+    const Row rows[] = {{"1970-01-02", 86400},
+                        {"1970-01-02 00:01", 86460},
+                        {"1970-01-02T00:01", 86460},
+                        {"1970-01-02 00:01:02", 86462},
+                        {"1970-01-02T00:01:02", 86462},
+                        {"1970-01-02T00:01:02Z", 86462, 0},
+                        {"1970-01-02T00:01:02-01:00", 90062, 0},
+                        {"1970-01-02 00:01+0030", 84660, 0},
+                        {"2024-02-29", 1709164800},
+                        {"2023-02-29", -1},
+                        {"2024-02-30T00:00Z", -1},
+                        {"2024-13-01", -1},
+                        {"2024-01-31T25:00", -1},
+                        {"2024", -1},
+                        {"2024-01-31 12:00 x", -1},
+                        {"2024-01-31 12:00 +01:00x", -1},
+                        {"", -1}};
+    setZone("XYZ+05:00");
+    for (const Row& row : rows) {
+        EXPECT_EQ(pointFrom(row.text, true).value_or(-1), row.utc) << row.text;
+        EXPECT_EQ(pointFrom(row.text, false).value_or(-1), row.utc < 0 ? -1 : row.utc + row.local * 3600) << row.text;
+    }
+}
+
+TEST(SelNewsTest, EachRecordIsNewsOnce)
+{
+    using enum SelNews::Read;
+    struct Look {
+        std::vector<int> log;
+        SelNews::Read read;
+        std::vector<int> news;
+    };
+    const Look looks[] = {{{1, 2, 3}, kWhole, {}}, // what is there at first
+                          {{1, 2, 3, 4, 5}, kWhole, {4, 5}},
+                          {{1, 2}, kInPart, {}},             // the rest cannot be read
+                          {{1, 2, 3, 4, 5, 6}, kWhole, {6}}, // and is no news when it can again
+                          {{6}, kWhole, {}},
+                          {{1, 6}, kWhole, {1}}, // was deleted, and comes again
+                          {{}, kWhole, {}},
+                          {{6, 1}, kWhole, {6, 1}}};
+    SelNews news;
+    EXPECT_TRUE(news.isOld(*logOf({9})[0])) << "nothing is known yet";
+    for (const Look& look : looks) {
+        EXPECT_EQ(idsOf(news.take(logOf(look.log), look.read)), look.news);
+        EXPECT_FALSE(news.isOld(*logOf({9})[0]));
+    }
+    EXPECT_TRUE(news.isOld(*logOf({1})[0]));
+}
+
+} // namespace Tool

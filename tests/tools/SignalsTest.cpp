@@ -1,0 +1,136 @@
+#include "Child.h"
+
+#include "monitor/Ending.h"
+#include "terminal/Progress.h"
+#include "terminal/Screen.h"
+#include "terminal/Terminal.h"
+
+#include <csignal>
+#include <memory>
+#include <vector>
+
+namespace Tool
+{
+
+namespace
+{
+
+using Support::Child;
+constexpr auto kLong = std::chrono::hours(1);
+const std::string kHide = "\033[?25l", kShow = "\033[?25h";
+
+} // namespace
+
+TEST(EndingTest, ASignalOrTroubleEndsTheProgram)
+{
+    struct Row {
+        bool nohup;
+        std::vector<int> signals;
+        std::string trouble, reason;
+    };
+    const Row rows[] = {{false, {SIGTERM}, "", "SIGTERM"},
+                        {false, {SIGINT}, "", "SIGINT"},
+                        {false, {SIGHUP}, "", "SIGHUP"},
+                        {true, {SIGHUP, SIGTERM}, "", "SIGTERM"},
+                        {false, {}, "disk full", "disk full"}};
+    std::vector<std::unique_ptr<Child>> children; // all at once: each has its moment to the end
+    for (const Row& row : rows) {
+        children.push_back(std::make_unique<Child>([&row] {
+            std::signal(SIGHUP, row.nohup ? SIG_IGN : SIG_DFL);
+            Ending ending;
+            writeOut("ready");
+            if (!row.trouble.empty())
+                ending.begin(row.trouble);
+            const std::string reason = ending.wait();
+            ending.begin("too late");
+            if (!ending.hasBegun() || ending.sleepUntil(std::chrono::steady_clock::now() + kLong))
+                writeOut("not begun ");
+            writeOut("end: " + reason + ", " + ending.trouble() + '.');
+            for (;;) // wherever it is, the program ends
+                ::pause();
+        }));
+        children.back()->until("ready");
+        for (const int signal : row.signals)
+            children.back()->signal(signal);
+    }
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        EXPECT_EQ(children[i]->rest(), "end: " + rows[i].reason + ", " + rows[i].trouble + '.');
+        EXPECT_EQ(WEXITSTATUS(children[i]->status()), rows[i].trouble.empty() ? 0 : 2);
+    }
+}
+
+TEST(EndingTest, ASecondSignalEndsItAtOnce)
+{
+    Child child([] {
+        Ending ending;
+        writeOut("ready");
+        writeOut(ending.wait());
+        for (;;)
+            ::pause();
+    });
+    child.until("ready");
+    child.signal(SIGTERM);
+    child.until("SIGTERM");
+    child.signal(SIGINT);
+    EXPECT_EQ(WTERMSIG(child.status()), SIGINT);
+}
+
+TEST(ScreenTest, TheCursorIsBackWhenTheProgramStopsOrEnds)
+{
+    for (const auto& [key, signal] : {std::pair("\3", 0), {"\34", SIGQUIT}, {"", SIGTERM}, {"", SIGHUP}}) {
+        Child child([] {
+            const Screen screen(true);
+            screen.write("one\n\033[31ma line that is too long\033[0m\n");
+            while (screen.waitUntil(Screen::Clock::now() + kLong))
+                screen.write("again");
+        });
+        EXPECT_EQ(child.until("\033[J"), "\r\n\r\n\r\n\r\n\r\n\r\n" + kHide +
+                                             "\033[Hone\033[K\r\n\033[31ma line that is too \033[0m"
+                                             "\033[K\r\n\033[J");
+        child.type("\32"); // Ctrl-Z
+        EXPECT_TRUE(WIFSTOPPED(child.status()));
+        EXPECT_NE(child.until(kShow).find(kShow), std::string::npos);
+        child.signal(SIGCONT);
+        EXPECT_NE(child.until("again").find(kHide + "\033[Hagain"), std::string::npos) << "drawn anew";
+        if (signal == SIGQUIT)
+            continue; // not among those that are handled: a core dump must stay possible
+        child.type(key);
+        child.signal(signal);
+        EXPECT_NE(child.rest().find(kShow), std::string::npos);
+        const int status = child.status();
+        EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, signal);
+        EXPECT_EQ(WEXITSTATUS(status), 0);
+    }
+}
+
+TEST(ScreenTest, CtrlCEndsWhatTakesLong)
+{
+    Child child([] {
+        const Screen screen(false);
+        screen.write("plain");
+        Screen::interruptible([] {
+            for (;;)
+                ::pause();
+        });
+    });
+    EXPECT_EQ(child.until("plain"), "plain");
+    child.type("\3");
+    EXPECT_EQ(child.rest().find(kShow), std::string::npos);
+    EXPECT_EQ(child.status(), 0);
+}
+
+TEST(ProgressTest, ShowsSecondsAndLeavesNothing)
+{
+    Child child([] {
+        {
+            const Progress atOnce("At once");
+        }
+        const Progress progress("Reading");
+        ::getchar();
+    });
+    EXPECT_EQ(child.until("1 s"), "\rReading ... 1 s");
+    child.type("\n");
+    EXPECT_EQ(child.rest(), "\r\n\r\033[K");
+}
+
+} // namespace Tool

@@ -1,0 +1,119 @@
+#include "terminal/Terminal.h"
+
+#include "terminal/Facts.h"
+#include "terminal/Table.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace Tool
+{
+
+TEST(TerminalTest, TextsAreMadeHarmlessAndMeasured)
+{
+    struct Row {
+        std::string text, shown;
+        std::size_t columns;
+    };
+    const Row rows[] = {
+        {"", "", 0},
+        {"plain ~", "plain ~", 7},
+        {std::string(1, '\0') + "\033[31m\n\177", "??[31m??", 8},
+        {"\u009b31m\u202e\u200b\u2028\ufeff\u2060\u206f", "?31m??????",
+         10}, // C1, direction, separators, invisible ones
+        {"\u00b0C \u0416 \u2588", "\u00b0C \u0416 \u2588", 6},
+        {"\u6e29\u5ea6\ud55c\uff21\U0001f525", "\u6e29\u5ea6\ud55c\uff21\U0001f525", 10}, // two columns each
+        {"e\u0301\u20d7\ufe0f", "e\u0301\u20d7\ufe0f", 1},                                // marks take none
+        {"\xc3(\x80\xff\xf8", "?(???", 5},                                                // broken
+        {"\xc0\xaf\xe0\x80\xaf", "?????", 5},                                             // longer than need be
+        {"\xed\xa0\x80\xf4\x90\x80\x80", "???????", 7}, // a surrogate, beyond the last
+        {"\xe6\xb8", "??", 2},                          // cut
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(printable(row.text), row.shown);
+        EXPECT_EQ(columnsOf(row.shown), row.columns) << row.shown;
+    }
+}
+
+TEST(TerminalTest, LinesAreCutByColumns)
+{
+    struct Row {
+        std::string line;
+        std::size_t columns;
+        std::string kept;
+    };
+    const Row rows[] = {{"abc", 3, "abc"},
+                        {"abc", 2, "ab"},
+                        {"abc", 0, ""},
+                        {"\u6e29\u5ea6", 3, "\u6e29"},
+                        {"a\u6e29b", 2, "a"}, // what would fit behind the first that does not is cut too
+                        {"\033[31mabc\033[0md", 2, "\033[31mab\033[0m"},
+                        {"e\u0301f", 1, "e\u0301"}};
+    for (const Row& row : rows)
+        EXPECT_EQ(cutTo(row.line, row.columns), row.kept) << row.line;
+}
+
+TEST(TerminalTest, TheLocaleOfTheFirstVariableThatIsSetCounts)
+{
+    struct Row {
+        const char *all, *type, *lang;
+        bool unicode;
+    };
+    const Row rows[] = {{"", "", "", false},          {"", "", "de_DE.UTF-8", true},      {"", "C", "C.UTF-8", false},
+                        {"C", "C.utf8", "", false},   {"en_US.utf8", "C", "C", true},     {"", "C.Utf-8", "C", true},
+                        {"POSIX", "", "UTF8", false}, {"", "", "en_US.ISO-8859-1", false}};
+    for (const Row& row : rows) {
+        ::setenv("LC_ALL", row.all, 1);
+        ::setenv("LC_CTYPE", row.type, 1);
+        ::setenv("LANG", row.lang, 1);
+        EXPECT_EQ(unicodeWanted(), row.unicode) << row.all << ' ' << row.type << ' ' << row.lang;
+    }
+}
+
+TEST(TableTest, ColumnsAreAsWideAsTheirWidestCell)
+{
+    Table table({{"NAME"},
+                 {.title = "VALUE", .align = Table::Align::kRight},
+                 {.title = "", .optional = true, .gap = 1},
+                 {.title = "NONE", .optional = true},
+                 {.title = "LAST", .optional = true}});
+    table.add({{"Fan"}, {"480"}, {"RPM"}, {}, {}});
+    table.add({{"\u6e29\u5ea6"}, {"-1.5"}, {}, {}, {"red", Colour::kRed}});
+    table.add({{"a\nb"}, {}, {}});
+    EXPECT_EQ(table.text(false), "NAME  VALUE      LAST\n"
+                                 "Fan     480 RPM  -\n"
+                                 "\u6e29\u5ea6   -1.5      red\n"
+                                 "a?b       -      -\n");
+    EXPECT_NE(table.text(true).find("      \033[31mred\033[0m\n"), std::string::npos);
+}
+
+TEST(TableTest, WithoutTitlesThereIsNoLineOfThem)
+{
+    Table table({{}, {.title = "", .align = Table::Align::kRight}});
+    table.add({{"a"}, {"b"}});
+    table.add({{"ab"}, {}});
+    EXPECT_EQ(table.text(true), "a   b\nab\n");
+}
+
+TEST(FactsTest, EachHasALineAndAMember)
+{
+    Facts facts;
+    facts.hex("sensor_type", 7);
+    facts.list("flags", {});
+    facts.list("states", {"a", "b"});
+    facts.coded("rate", 1, Words{"none", "per hour"});
+    facts.coded("unit", 9, Words{"none"});
+    facts.text("name", "a\tb");
+    facts.text("empty", "");
+    EXPECT_EQ(facts.lines(),
+              "  sensor type  0x07\n  flags        none\n  states       a, b\n  rate         per hour (0x01)\n"
+              "  unit         unknown (0x09)\n  name         a?b\n  empty        -\n");
+    Json json;
+    for (const Fact& fact : facts.all())
+        json[fact.key] = fact.json;
+    EXPECT_EQ(jsonLine(json), R"({"sensor_type":7,"flags":[],"states":["a","b"],"rate":{"code":1,"name":"per hour"},)"
+                              R"("unit":{"code":9,"name":null},"name":"a\tb","empty":null})"
+                              "\n");
+}
+
+} // namespace Tool

@@ -1,0 +1,92 @@
+#include "sel/SelReader.h"
+
+#include "base/Failure.h"
+#include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiNodeControl.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/format.h>
+#include <span>
+
+namespace Tool
+{
+
+namespace
+{
+
+constexpr std::uint8_t kStorage = 0x0a, kGetInfo = 0x40, kGetEntry = 0x43;
+constexpr int kWholeLog = 0xffff; ///< more than any BMC has
+
+/// Throws Failure when the BMC does not say what the log is like.
+void load(const NodeSession& session)
+{
+    if (Ipmi::IpmiIfcSelGetInfo(session.node(), nullptr) != 0)
+        throw Failure(fmt::format("the BMC behind /dev/ipmi{} has no event log, or stopped answering", session.node()));
+}
+
+/// True when the BMC says that this is the newest record.
+bool isNewest(const NodeSession& session, const Ipmi::IpmiSelData& record)
+{
+    constexpr std::array<std::uint8_t, 6> kNewest{0, 0, 0xff, 0xff, 0, 0xff}; // no reservation; all of FFFFh
+    constexpr std::size_t kNextId = 2;
+    const auto reply = session.send(kStorage, kGetEntry, kNewest);
+    const auto bytes = bytesOf(record);
+    return reply && reply->data.size() == kNextId + bytes.size() &&
+           std::equal(bytes.begin(), bytes.end(), reply->data.begin() + kNextId);
+}
+
+SelContent cached(int node, std::optional<unsigned> last)
+{
+    SelContent content{Ipmi::IpmiIfc::getSelData(node), Ipmi::IpmiIfc::getRawSelHeader(node).entryCount()};
+    content.wanted = std::min<std::size_t>(content.wanted, last.value_or(kWholeLog));
+    return content;
+}
+
+/// Of a longer log the process's first load reads only so many of the newest records, or as many as
+/// CIM_IPMI_SEL_ENTRIES says, and jumps to them as if no id were missing: after deletions it misses the end of the log,
+/// or finds nothing. Every later load reads everything.
+bool hasMissedTheEnd(const NodeSession& session, const SelContent& content)
+{
+    const bool jumped = Ipmi::IpmiIfc::getRawSelHeader(session.node()).entryCount() > Ipmi::KEEP_SEL_NUMBER;
+    return jumped && (!content.isComplete() || !isNewest(session, *content.records.back()));
+}
+
+bool isWorthAnother(const NodeSession& session, const SelContent& content)
+{
+    return hasMissedTheEnd(session, content) || (!content.isComplete() && hasSelChanged(session) == true);
+}
+
+} // namespace
+
+SelContent readSel(const NodeSession& session, std::optional<unsigned> last)
+{
+    session.requireBmc();
+    Ipmi::KEEP_SEL_NUMBER = last ? static_cast<int>(*last) : kWholeLog;
+    load(session);
+    SelContent content = cached(session.node(), last);
+    if (isWorthAnother(session, content)) {
+        load(session);
+        content = cached(session.node(), last);
+    }
+    return content;
+}
+
+std::optional<bool> hasSelChanged(const NodeSession& session)
+{
+    const Ipmi::ipmiifc_sel_info info = Ipmi::IpmiIfc::getRawSelHeader(session.node());
+    const std::span<const std::uint8_t> before = std::span(info.bytes).subspan(1); // without the completion code
+    const auto now = session.send(kStorage, kGetInfo);
+    if (!now || now->data.size() < before.size())
+        return std::nullopt;
+    return !std::equal(before.begin(), before.end(), now->data.begin());
+}
+
+void readSelState(const NodeSession& session)
+{
+    session.requireBmc();
+    Ipmi::KEEP_SEL_NUMBER = 0;
+    load(session);
+}
+
+} // namespace Tool
