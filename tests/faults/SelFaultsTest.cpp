@@ -25,6 +25,7 @@ Change before(std::uint8_t cmd, int nth, const Change& change)
         node.before = [=, &node, left = nth](const Sim::Request& request) mutable {
             if (request.cmd == cmd && --left == 0)
                 change(node);
+            return true;
         };
     };
 }
