@@ -296,7 +296,7 @@ TEST(SdrRepository, ReusesItsHeaderArrayWhileThatIsLargeEnough)
     ASSERT_TRUE(repository.makeHeaders(8));
     const auto* array = repository.sdr_headers;
     repository.header_cnt = 5; // a walk found fewer
-    ASSERT_TRUE(repository.makeHeaders(4));
+    ASSERT_TRUE(repository.makeHeaders(5));
     EXPECT_EQ(repository.sdr_headers, array);
     EXPECT_EQ(repository.header_cnt, 5u);
     ASSERT_TRUE(repository.makeHeaders(6)); // the five known to fit are too few

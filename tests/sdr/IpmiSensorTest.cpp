@@ -5,6 +5,7 @@
 #include <atomic>
 #include <climits>
 #include <cmath>
+#include <numeric>
 #include <thread>
 
 namespace
@@ -16,38 +17,64 @@ using Ipmi::IpmiDiscreteSensor;
 using Ipmi::IpmiSensor;
 using S = Ipmi::IpmiThresholdSensor;
 
+/// What a getter says of a record.
+template <typename Kind, auto getter> unsigned int of(const Bytes& record)
+{
+    return static_cast<unsigned int>((sensor<Kind>(record).*getter)());
+}
+
 TEST(IpmiSensor, FieldsOfEveryKindOfRecord)
 {
-    const std::pair<std::uint8_t, Facts> rows[] = {{kFull, {0xc4, 0xff, 0, 1, 0, 1, 1}},
-                                                   {kCompact, {0xc4, 0xff, 1, 1, 1, 1, 0}},
-                                                   {kEventOnly, {0x4e, 0x89, 3, 0xff, 1, 1, 0}},
-                                                   {0x11, {0, 0, 0, 0xff, 1, 1, 0}}};
+    using D = IpmiDiscreteSensor;
+    constexpr std::uint8_t kLocator = 0x11;
+    static const struct {
+        const char* name;
+        unsigned int (*get)(const Bytes& record);
+        unsigned int full, compact, eventOnly, locator; ///< byte n of the records is A0h + n
+    } fields[] = {
+        {"number", of<S, &S::getSensorNumber>, 0xa7, 0xa7, 0xa7, 0xa7},
+        {"record", of<S, &S::getSensorRecordNumber>, 0xa1a0, 0xa1a0, 0xa1a0, 0xa1a0},
+        {"owner", of<S, &S::getOwnerId>, 0xa5, 0xa5, 0xa5, 0xa5},
+        {"LUN", of<S, &S::getLun>, 2, 2, 2, 2},
+        {"channel", of<S, &S::getChannel>, 0x0a, 0x0a, 0x0a, 0x0a},
+        {"sensor type", of<S, &S::getSensorType>, 0xac, 0xac, 0xaa, 0},
+        {"event type", of<S, &S::getEventReadingType>, 0xad, 0xad, 0xab, 0},
+        {"direction", of<S, &S::getSensorDirection>, 0, 2, 2, 0},
+        {"event messages", of<S, &S::getEventMessageSupport>, 3, 3, 0xff, 0xff},
+        {"thresholds", of<S, &S::getThresholdAccessSupport>, 2, 2, 0, 0},
+        {"hysteresis", of<S, &S::getHysteresisSupport>, 2, 2, 0, 0},
+        {"linear", of<S, &S::isLinear>, 0, 1, 1, 1},
+        {"analog", of<S, &S::isAnalog>, 1, 1, 1, 1},
+        {"convertible", of<S, &S::isConvertible>, 1, 0, 0, 0},
+        {"rate", of<S, &S::getRateUnit>, 6, 6, 0, 0},
+        {"use of the modifier", of<S, &S::getModifierUnitUse>, 2, 2, 0, 0},
+        {"base unit", of<S, &S::getBaseUnit>, 0xb5, 0xb5, 0, 0},
+        {"modifier", of<S, &S::getModifierUnit>, 0xb6, 0xb6, 0, 0},
+        {"assertions", of<S, &S::getAssertionEventMask>, 0xfae, 0xfae, 0, 0},
+        {"deassertions", of<S, &S::getDeassertionEventMask>, 0x1b0, 0x1b0, 0, 0},
+        {"all assertions", of<D, &D::getAssertionEventMask>, 0xafae, 0xafae, 0, 0},
+        {"all deassertions", of<D, &D::getDeassertionEventMask>, 0xb1b0, 0xb1b0, 0, 0},
+        {"states", of<D, &D::getReadingMask>, 0xb3b2, 0xb3b2, 0, 0},
+        {"lower readings", of<S, &S::getLowerThresholdReadingMask>, 2, 2, 0, 0},
+        {"upper readings", of<S, &S::getUpperThresholdReadingMask>, 3, 3, 0, 0},
+        {"readable", of<S, &S::getReadableMask>, 0x32, 0x32, 0, 0},
+        {"settable", of<S, &S::getSettableMask>, 0x33, 0x33, 0, 0},
+    };
     Bytes record(48);
-    for (std::size_t i = 0; i < record.size(); ++i)
-        record[i] = static_cast<std::uint8_t>(i * 0x3b);
-    for (const auto& [type, kind] : rows) {
-        record[3] = type;
-        const S s = sensor<S>(record);
-        EXPECT_EQ((Facts{s.getSensorNumber(), s.getSensorRecordNumber(), s.getOwnerId(), s.getLun(), s.getChannel(),
-                         s.getEntity().getId(), s.getEntity().getInstance()}),
-                  (Facts{0x9d, 0x3b00, 0x27, 2, 6, 0xd8, 0x13}));
-        EXPECT_EQ((Facts{s.getSensorType(), s.getEventReadingType(), s.getSensorDirection(), s.getEventMessageSupport(),
-                         s.isLinear(), s.isAnalog(), s.isConvertible()}),
-                  kind);
-        const auto discrete = sensor<IpmiDiscreteSensor>(record);
-        // What only full and compact ones have: units, abilities, masks.
-        EXPECT_EQ(
-            (Facts{s.getRateUnit(), s.getModifierUnitUse(), s.getBaseUnit(), s.getModifierUnit(),
-                   s.getHysteresisSupport(), s.getThresholdAccessSupport(), s.getFlags(), s.getAssertionEventMask(),
-                   s.getDeassertionEventMask(), s.getLowerThresholdReadingMask(), s.getUpperThresholdReadingMask(),
-                   s.getReadableMask(), s.getSettableMask(), discrete.getAssertionEventMask(),
-                   discrete.getDeassertionEventMask(), discrete.getReadingMask()}),
-            type > kCompact
-                ? Facts(16)
-                : (Facts{3, 2, 0xd7, 0x12, 0, 2, 0x00d9, 0x053a, 0x0bb0, 7, 6, 0x26, 0x21, 0x753a, 0xebb0, 0x6126}));
+    std::iota(record.begin(), record.end(), std::uint8_t{0xa0});
+    for (const auto& field : fields) {
+        SCOPED_TRACE(field.name);
+        for (const auto& [type, value] : {std::pair(kFull, field.full),
+                                          {kCompact, field.compact},
+                                          {kEventOnly, field.eventOnly},
+                                          {kLocator, field.locator}})
+            EXPECT_EQ(field.get(patched(record, {{3, type}})), value) << int{type};
     }
+    EXPECT_EQ(sensor<S>(record).getEntity().getId(), 0xa8u);
+    EXPECT_EQ(sensor<S>(record).getEntity().getInstance(), 0x29u);
     EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x63}, {11, 0x40}})).getFlags(), 0x0163);
     EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x90}, {11, 0x3f}, {20, 0xfe}})).getFlags(), 0);
+    EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x0c}, {11, 0x80}, {20, 0x01}})).getFlags(), 0x1098);
 }
 
 TEST(IpmiSensor, OfLessThanNineBytesHasNeitherNumberNorId)
