@@ -392,6 +392,7 @@ TEST(SelSummary, HasTimesAndAllocation)
     EXPECT_EQ(sel.getAllocationUnitSize(), 0x20u);
     EXPECT_EQ(sel.getAddTimeStampUnix(), kStart + 20);
     EXPECT_EQ(sel.getEraseTimeStampUnix(), 0u);
+    EXPECT_GT(sel.getMaxNumberOfRecords(), 2);
     EXPECT_EQ(IpmiSel({}, {}, 0).getAllocationUnitSize(), 16u);
 }
 
