@@ -12,6 +12,9 @@ inline constexpr std::size_t kId = 0, kType = 2, kTimestamp = 3, kGenerator = 7,
                              kSize = 16;
 static_assert(kTimestamp + 4 == kGenerator && kGenerator + 2 == kEvmRevision && kData1 + 3 == kSize);
 
+/// Of records that makers define: where theirs begins, with a timestamp before it and without.
+inline constexpr std::size_t kOemData = 7, kUntimedOemData = 3;
+
 inline constexpr std::uint8_t kUnspecifiedType = 0x00, kSystemEventType = 0x02, kFirstTimestampedOemType = 0xc0,
                               kLastTimestampedOemType = 0xdf;
 inline constexpr std::uint8_t kDeassertion = 0x80; ///< else assertion

@@ -1,9 +1,11 @@
-// What reads bytes of unknown good will: the cursor, and the texts.
+// What reads bytes of unknown good will: the cursor, and the texts; and the line that tells of them.
+#include "base/Log.h"
 #include "base/Text.h"
 #include "wire/Cursor.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <vector>
 
 namespace
@@ -26,6 +28,15 @@ TEST(WireReader, latchesAtEveryTruncation)
         EXPECT_TRUE(reader.bytes(SIZE_MAX).empty()); // huge counts do not wrap
         EXPECT_FALSE(reader.ok());
     }
+}
+
+TEST(Log, leavesErrnoAsItWas)
+{
+    TRX::setLogSink([](int, const char*) { errno = EIO; });
+    errno = ENOENT;
+    TRX::log(LOG_ERR, "%s", "");
+    EXPECT_EQ(errno, ENOENT);
+    TRX::setLogSink(nullptr);
 }
 
 using Decode = std::string (*)(std::span<const std::uint8_t>);

@@ -96,6 +96,7 @@ struct World {
             node.before = [=, this, left = from](const Sim::Request&) mutable {
                 if (left-- == 1)
                     what < 12 ? add(1 + what / 8) : what < 19 ? eraseSome() : setBack();
+                return true;
             };
         watch([this] { node.check(); }, false, from);
         node.before = nullptr;

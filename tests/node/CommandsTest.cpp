@@ -2,7 +2,7 @@
 // in which order, and means it, takes over the new line.
 #include "faults/Model.h"
 #include "sel/SelBmc.h"
-#include "sim/MachineFile.h"
+#include "sim/machine/MachineFile.h"
 
 #include <cstdio>
 #include <map>

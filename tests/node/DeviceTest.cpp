@@ -1,21 +1,15 @@
 // Opening, closing and setting up a node's device; a node's use without a polling loop.
 #include "ipmi/CmpiStatus.h"
 #include "node/NodeFixture.h"
-#include "sdr/IpmiIfcSdr.h"
-#include "sdr/IpmiIfcSensor.h"
 #include "transport/SignalPipe.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <linux/ipmi.h>
 #include <sys/ioctl.h>
 
-#include <array>
-#include <climits>
 #include <cstdlib>
 
 using namespace Ipmi;
-using testing::Each;
 
 namespace
 {
@@ -56,40 +50,6 @@ TEST_F(Device, opensAndClosesWithoutLosingDescriptors)
         {LOG_ERR, "Node 0: IpmiIfcOpenIpmiAddressSet failed ioctl call returning -1"},
     };
     EXPECT_EQ(sim.log().complaints(), expected);
-}
-
-TEST_F(Device, numbersOfNoNodeAreSafe)
-{
-    ipmiifc_req req;
-    ipmiifc_resp* none = nullptr;
-    for (const int bad : {-1, kNodeCount, INT_MAX, INT_MIN}) {
-        EXPECT_THAT((std::array{IpmiIfcOpenIpmiOpen(bad), IpmiIfcInitForCLI(bad), IpmiIfcCloseForCLI(bad),
-                                IpmiIfcSensorGetReading(bad, nullptr)}),
-                    Each(-2));
-        EXPECT_THAT(
-            (std::array{IpmiIfcOpenIpmiAddressSet(bad), IpmiIfcSdrGetInfo(bad), IpmiIfcSdrReserve(bad),
-                        IpmiIfcSdrGetAll(bad), IpmiIfcSdrGetHeaders(bad), IpmiIfcSdrReadAll(bad),
-                        IpmiIfcSdrReadRecordId(bad, 1, nullptr, 0), IpmiIfcSdrListAdd(bad, new ipmiifc_sdr_list)}),
-            Each(-1));
-        EXPECT_THAT((std::array<int, 10>{IpmiIfcSdrCleanUpAll(bad), IpmiIfcSensorInstantiateAll(bad),
-                                         IpmiIfcSensorUpdateReading(bad), IpmiIfcSdrReservation(bad),
-                                         IpmiIfc::getState(bad), IpmiIfc::waitState(bad, 0),
-                                         IpmiIfc::timedWaitState(bad, 0, 1, 0), IpmiIfc::getSdr(bad).version(),
-                                         !IpmiIfc::getSensors(bad).empty(), bool(IpmiIfc::getSensor(bad, 5, 0x20))}),
-                    Each(0));
-        EXPECT_EQ(IpmiIfc::sendCmd(bad, 1, 6, 0, nullptr, nullptr, nullptr), 0xff);
-        EXPECT_FALSE(IpmiIfcSendWresponse(bad, &req, 0, nullptr) || IpmiIfcSendCmd(bad, 1, 6, 0, 0, nullptr, 0) ||
-                     IpmiIfc::OemIpmiIfcSend(bad, &req, 0) || ask(bad, {6, 1}).answered());
-        for (const auto call : {IpmiIfcOpenIpmiClose, IpmiIfcSetTimingParms, InitIpmiNode, IpmiIfcSdrCleanUpHeaders})
-            call(bad);
-        _setState(bad, IpmiIfc::IPMI_STATE_RUNNING);
-        EXPECT_NO_THROW(_changeState(bad, IpmiIfc::IPMI_STATE_IDLE, IpmiIfc::IPMI_STATE_RUNNING));
-    }
-    EXPECT_EQ(IpmiIfcSendWresponse(0, nullptr, 0, nullptr), nullptr);
-    EXPECT_THAT((std::array{IpmiIfcRespNew(nullptr), IpmiIfcRespReuse(nullptr), IpmiIfcRespDel(nullptr),
-                            IpmiIfcRespDel(&none), IpmiIfcSdrGetInfo(3)}), // never opened
-                Each(-1));
-    EXPECT_EQ(sim.calls(Support::SimNode::kOpen), 1); // the device has not seen it
 }
 
 TEST_F(Device, timingComesFromTheEnvironment)

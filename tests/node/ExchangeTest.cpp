@@ -251,6 +251,10 @@ TEST_F(Exchange, sendCmdCopiesWhatFits)
     bmc.expect(kAsk, {}).silent();
     EXPECT_EQ(IpmiIfc::sendCmd(kCmd, 0x06, 0, nullptr, nullptr, out), 0xff);
     EXPECT_FALSE(ask(0, {0x06, kCmd}, Bytes(0x10000)).answered());
+    ipmiifc_resp* none = nullptr;
+    EXPECT_EQ(IpmiIfcSendWresponse(0, nullptr, 0, nullptr), none);
+    EXPECT_EQ(IpmiIfcRespNew(nullptr) + IpmiIfcRespReuse(nullptr) + IpmiIfcRespDel(nullptr) + IpmiIfcRespDel(&none),
+              -4);
 }
 
 } // namespace

@@ -29,28 +29,18 @@ inline Sim::Machine machineWith(unsigned sensors = 1)
 }
 
 /// A node that is ended with the test, whatever state it is in.
-struct Node : Sim::Responder {
-    Sim::Bmc bmc;
-    std::function<bool(const Sim::Request&)> before; ///< called before each request; false: it is not answered
-    Support::SimNode sim;
+struct Node : Support::ObservedBmc {
     IpmiNode& record;
 
     explicit Node(Sim::Machine machine = machineWith(), int node = 0)
-        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this, node),
-          record(g_IpmiNode[node])
+        : ObservedBmc(std::move(machine), node), record(g_IpmiNode[node])
     {
-        bmc.keepLog(true);
     }
     ~Node() override
     {
         record.shutdown = false;
         record.state = IpmiIfc::IPMI_STATE_STOPPED;
         IpmiIfcCloseForCLI(record.NodeNum);
-    }
-
-    Sim::Answer handle(const Sim::Request& request) override
-    {
-        return before && !before(request) ? Sim::Answer{.answered = false, .bytes = {}} : bmc.handle(request);
     }
 
     /// Its life on this thread. `atWait` is called in each pause between two cycles, counted from 1; the last ends it.

@@ -3,6 +3,8 @@
 #include "support/FailingFcntl.h"
 
 #include <fcntl.h>
+#include <linux/ipmi.h>
+#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <numeric>
@@ -36,7 +38,8 @@ struct Schedule {
     int step;                      ///< SKIP_SDR_STEP
     std::vector<int> eventsBefore; ///< cycles
     char (*expected)(int cycle);
-    int nullCalls; ///< of a handler
+    int nullCalls;          ///< of a handler
+    int ordinaryFrom = 501; ///< the cycle from which on the type is IPMI_POLL_NORMAL
 };
 
 char eighth(int cycle, int first, bool repository)
@@ -58,6 +61,13 @@ const Schedule kSchedules[] = {
     {"full", IPMI_POLL_FULL, 30, {}, [](int) { return char(kRepository); }, 500},
     {"sensors", IPMI_POLL_SENSORS, 30, {}, [](int) { return char(kReadings); }, 0},
     {"event log", IPMI_POLL_SEL, 30, {}, [](int) { return char(kEventLog); }, 0},
+    {"event log where the eighth cycle would be, which comes next",
+     IPMI_POLL_SEL,
+     1,
+     {},
+     [](int n) { return char(n % 8 == 0 ? kRepository : kEventLog); },
+     62,
+     8},
     {"none", IPMI_POLL_NONE, 30, {}, [](int) { return char(kNothing); }, 0},
     {"new events", IPMI_POLL_NORMAL, 30, {3, 100}, afterEvents, 2 + 12 + 50},
     {"new events, readings",
@@ -84,7 +94,7 @@ TEST(Poll, keepsItsScheduleForFiveHundredCycles)
             else
                 asked += askedIn(node.bmc.counts());
             node.bmc.clearCounts();
-            node.record.pollType = row.type;
+            node.record.pollType = wait < row.ordinaryFrom ? row.type : IPMI_POLL_NORMAL;
             if (std::ranges::count(row.eventsBefore, wait) != 0)
                 node.addEvent(0);
         });
@@ -151,7 +161,10 @@ TEST(Poll, nothingThatAHandlerThrowsEndsTheLoop)
 TEST(Start, asksWhoIsThereAndThenForTheEventLog)
 {
     Node node;
+    setenv("CIM_IPMI_RETRIES", "3", 1);
     node.live(1, [](int) {});
+    for (const auto request : {IPMICTL_SET_TIMING_PARMS_CMD, IPMICTL_SET_GETS_EVENTS_CMD, IPMICTL_SET_MY_ADDRESS_CMD})
+        EXPECT_EQ(node.sim.calls(static_cast<unsigned int>(request)), 1);
     std::vector<int> asked;
     for (const Sim::Request& request : node.bmc.log())
         asked.push_back(request.netfn << 8 | request.cmd);
@@ -244,10 +257,25 @@ TEST(PollAll, doesOneFullCycleARoundWhereNodesAreFew)
         EXPECT_EQ(IpmiIfc::pollAll(16, serial, IPMI_POLL_NONE, nullptr), 0);
         EXPECT_EQ(IpmiIfc::pollAll(16, serial, IPMI_POLL_FULL, nullptr), 0);
     }
-    RunningNodes one(1);
-    volatile bool shutdown = true;
-    EXPECT_EQ(IpmiIfc::pollAll(2, true, IPMI_POLL_NORMAL, &shutdown), -1) << "node 1 has not begun";
-    EXPECT_TRUE(one.nodes[0]->sim.log().has(LOG_INFO, "Shutdown signal received. Returning from IpmiIfc::pollAll()"));
+    RunningNodes running;
+    for (int round = 0; round < 7; ++round)
+        IpmiIfc::pollAll(2 * 8, true, IPMI_POLL_NORMAL, nullptr);
+    EXPECT_EQ(std::ranges::count(running.counted(), 1), 3) << "one, and another for each eight nodes";
+}
+
+TEST(PollAll, waitsForANodeThatHasNotBegunUntilTheShutdown)
+{
+    Node node;
+    node.record.pollCount = 0;
+    volatile bool shutdown = false;
+    int sleeps = 0;
+    node.sim.clock().onSleep([&] { shutdown = ++sleeps == 500; });
+    EXPECT_EQ(IpmiIfc::pollAll(1, true, IPMI_POLL_NORMAL, &shutdown), -1);
+    const Support::LogCapture& log = node.sim.log();
+    EXPECT_TRUE(log.has(LOG_INFO, "Shutdown signal received. Returning from IpmiIfc::pollAll()"));
+    EXPECT_TRUE(log.has(LOG_INFO, "Waiting for poll thread for node 0 to start..."));
+    EXPECT_EQ(log.count(LOG_DEBUG, "Waiting for poll thread for node 0 to start..."), 498);
+    EXPECT_TRUE(log.has(LOG_WARNING, "Still waiting for poll thread for node 0 to start (500 tries)..."));
 }
 
 } // namespace

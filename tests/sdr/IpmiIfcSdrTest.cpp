@@ -22,13 +22,14 @@ Sim::FaultRule sdr(std::uint64_t nth, std::uint64_t count, Sim::FaultAction acti
 TEST(SdrWholeRead, ChecksTheInfo)
 {
     using Action = Sim::FaultAction;
+    static constexpr auto kNames = "result entries infos-asked-for result-of-another-read";
     const auto info = [](std::uint64_t count, Action action) { return Faults{fault(kGetInfo, 1, count, action)}; };
     const struct {
         const char* name;
         std::uint8_t version;
         int records;
         Faults faults;
-        Facts facts;       ///< result, entries, infos asked for, result of a further read
+        Facts facts;       ///< kNames
         int complaint = 0; ///< priority
     } rows[] = {
         {"as it should be", 0x51, 1, {}, {0, 1, 1, 0}},
@@ -51,8 +52,9 @@ TEST(SdrWholeRead, ChecksTheInfo)
         SdrBmc node(machineOf(plainRecords(row.records), row.version));
         node.restart(row.faults);
         const int result = IpmiIfcSdrGetInfo(0), infos = node.asked(kGetInfo);
-        EXPECT_EQ(node.priorities(), row.complaint ? Facts{row.complaint} : Facts{});
-        EXPECT_EQ(facts(result, node.repository().entries, infos, IpmiIfcSdrGetAll(0)), row.facts);
+        EXPECT_EQ(node.priorities(), row.complaint ? Priorities{row.complaint} : Priorities{});
+        EXPECT_EQ(facts(kNames, result, node.repository().entries, infos, IpmiIfcSdrGetAll(0)),
+                  facts(kNames, row.facts));
     }
     SdrBmc node(plainRecords(1));
     ipmiifc_resp good, refused, inconsistent, nowhere;
@@ -61,7 +63,7 @@ TEST(SdrWholeRead, ChecksTheInfo)
     refused.cc = 0xc1, inconsistent.data[0] = 0xd4, nowhere.node = 4;
     for (auto* resp : {&refused, &inconsistent, &nowhere, static_cast<ipmiifc_resp*>(nullptr)})
         EXPECT_EQ(IpmiIfcRhGetSdrInfo(resp), -1);
-    EXPECT_EQ(node.priorities(), (Facts{LOG_WARNING, LOG_WARNING}));
+    EXPECT_EQ(node.priorities(), (Priorities{LOG_WARNING, LOG_WARNING}));
     EXPECT_EQ(IpmiIfcRhGetSdrInfo(&good), 0);
 }
 
@@ -81,18 +83,19 @@ TEST(SdrWholeRead, KeepsTheOldRecordsUntilTheHeadersAreRead)
     node.restart({sdr(5, 1, code(0xcb))}); // the second record, after three headers
     EXPECT_EQ(IpmiIfcSdrGetAll(0), 0);
     EXPECT_EQ(lists.entries, 2u);
-    EXPECT_EQ(node.priorities(), Facts{LOG_ERR});
+    EXPECT_EQ(node.priorities(), Priorities{LOG_ERR});
 
     node.restart({fault(kReserve, 1, 0, code(0xc1))});
     EXPECT_EQ(IpmiIfcSdrReserve(0), -1);
     EXPECT_NE(IpmiIfcSdrReservation(0), 0);
     IpmiIfcSdrCleanUpHeaders(0);
     EXPECT_EQ(IpmiIfcSdrReadAll(0), -1);
-    EXPECT_EQ(node.priorities(), Facts{LOG_ERR});
+    EXPECT_EQ(node.priorities(), Priorities{LOG_ERR});
 }
 
 TEST(SdrHeaderWalk, TriesFourTimesAndEndsInTime)
 {
+    static constexpr auto kNames = "result headers requests reservations";
     static const Sim::FaultAction toItself{.changed = {{1, 2}, {2, 0}}};
     Sim::FaultRule everySecond = sdr(2, 0, kLost);
     everySecond.every = 2;
@@ -101,7 +104,7 @@ TEST(SdrHeaderWalk, TriesFourTimesAndEndsInTime)
         int records;
         std::uint16_t counted; ///< records that the info claims
         Faults faults;
-        Facts facts; ///< result, headers, Get SDR requests, reservations
+        Facts facts; ///< kNames
     } rows[] = {
         {"more than counted", 5, 2, {}, {0, 2, 2, 0}},
         {"silent three times", 3, 3, {sdr(2, 3, kSilence)}, {0, 3, 6, 0}},
@@ -122,27 +125,29 @@ TEST(SdrHeaderWalk, TriesFourTimesAndEndsInTime)
         node.claim(row.counted);
         node.restart(row.faults);
         const int result = IpmiIfcSdrGetHeaders(0);
-        EXPECT_EQ(facts(result, lists.header_cnt, node.asked(kGetSdr), node.asked(kReserve)), row.facts);
+        EXPECT_EQ(facts(kNames, result, lists.header_cnt, node.asked(kGetSdr), node.asked(kReserve)),
+                  facts(kNames, row.facts));
         EXPECT_EQ(lists.sdr_headers_valid, result == 0 ? 1 : 0);
         EXPECT_EQ(node.sleeps(), node.asked(kReserve));
         EXPECT_EQ(node.debugLines("IpmiIfcSdrGetHeaders: retry expired."), result == 0 ? 0 : 1);
         for (std::uint32_t i = 0; i < lists.header_cnt; ++i)
-            EXPECT_EQ(facts(lists.sdr_headers[i].recordId(), lists.sdr_headers[i].length()),
-                      facts(i == 0 ? 0 : i + 1, 11));
+            EXPECT_EQ(lists.sdr_headers[i].recordId() * 256 + lists.sdr_headers[i].length(), (i + (i > 0)) * 256 + 11);
     }
     SdrBmc node(plainRecords(150));
     ASSERT_EQ(IpmiIfcSdrGetInfo(0), 0);
     everySecond.from = 150 + 2; // once the headers are read
     node.restart({everySecond});
     EXPECT_EQ(IpmiIfcSdrGetAll(0), -1);
-    EXPECT_EQ(facts(node.repository().entries, node.asked(kGetSdr)), facts(100, 350));
-    EXPECT_EQ(node.priorities(), Facts{LOG_ERR});
+    EXPECT_EQ(node.repository().entries, 100u);
+    EXPECT_EQ(node.asked(kGetSdr), 350);
+    EXPECT_EQ(node.priorities(), Priorities{LOG_ERR});
 }
 
 // --- one record
 
 TEST(SdrRecordRead, ReadsFromTheEndAndTriesAgain)
 {
+    static constexpr auto kNames = "result pauses errors-logged";
     Faults threeOfFour(3, sdr(1, 0, code(0xca)));
     for (auto& rule : threeOfFour)
         rule.from = static_cast<std::uint64_t>(&rule - threeOfFour.data() + 1), rule.every = 4;
@@ -151,7 +156,7 @@ TEST(SdrRecordRead, ReadsFromTheEndAndTriesAgain)
         int size;
         Faults faults;
         const char* pieces;
-        Facts facts = {0, 0, 0}; ///< result, pauses, errors logged
+        Facts facts = {0, 0, 0}; ///< kNames
     } rows[] = {
         {"60 bytes", 60, {}, "44+16 28+16 12+16 0+12 "},
         {"nothing", 0, {}, "", {-1, 0, 1}},
@@ -180,7 +185,7 @@ TEST(SdrRecordRead, ReadsFromTheEndAndTriesAgain)
         Bytes buffer(64, 0xaa);
         const int result = IpmiIfcSdrReadRecordId(0, 0x1f, buffer.data(), static_cast<unsigned char>(row.size));
         EXPECT_EQ(node.pieces(kReserve, kGetSdr), row.pieces);
-        EXPECT_EQ(facts(result, node.sleeps(), node.priorities().size()), row.facts);
+        EXPECT_EQ(facts(kNames, result, node.sleeps(), node.priorities().size()), facts(kNames, row.facts));
         EXPECT_TRUE(result != 0 || std::equal(buffer.begin(), buffer.begin() + row.size, record.begin()));
         EXPECT_TRUE(std::all_of(buffer.begin() + row.size, buffer.end(), [](auto byte) { return byte == 0xaa; }));
     }
@@ -199,7 +204,7 @@ TEST(SdrRecords, ReadsNoMoreOnceTheListsAreFull)
     EXPECT_EQ(IpmiIfcSdrReadAll(0), 0);
     EXPECT_EQ(node.repository().entries, SdrRepository::kMostEntries);
     EXPECT_EQ(node.asked(kGetSdr), 2 * (static_cast<int>(SdrRepository::kMostEntries) / 15 + 1));
-    EXPECT_EQ(node.priorities(), Facts{LOG_WARNING});
+    EXPECT_EQ(node.priorities(), Priorities{LOG_WARNING});
     EXPECT_EQ(IpmiIfcSdrListAdd(0, new ipmiifc_sdr_list), -1);
     EXPECT_EQ(node.repository().entries, SdrRepository::kMostEntries);
 }
@@ -217,7 +222,7 @@ TEST(SdrRepository, FilesEachTypeNewestFirst)
     SdrRepository& lists = node.repository();
     EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0);
     EXPECT_EQ(lists.entries, records.size() - 2);
-    EXPECT_EQ(node.priorities(), (Facts{LOG_ERR, LOG_ERR}));
+    EXPECT_EQ(node.priorities(), (Priorities{LOG_ERR, LOG_ERR}));
     const auto types = [&lists] {
         std::vector<Bytes> all;
         for (const auto* entry :
@@ -291,7 +296,7 @@ TEST(SdrRepository, ReusesItsHeaderArrayWhileThatIsLargeEnough)
     ASSERT_TRUE(repository.makeHeaders(8));
     const auto* array = repository.sdr_headers;
     repository.header_cnt = 5; // a walk found fewer
-    ASSERT_TRUE(repository.makeHeaders(4));
+    ASSERT_TRUE(repository.makeHeaders(5));
     EXPECT_EQ(repository.sdr_headers, array);
     EXPECT_EQ(repository.header_cnt, 5u);
     ASSERT_TRUE(repository.makeHeaders(6)); // the five known to fit are too few

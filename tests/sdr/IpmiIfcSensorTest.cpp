@@ -122,7 +122,8 @@ TEST(SensorList, IsFullThenCompactThenEventOnlyNewestFirst)
 
 TEST(SensorReading, SaysWhatWentWrongAndGivesUp)
 {
-    using Row = std::tuple<Sim::FaultAction, unsigned, int, Facts>; // action, result, asked in 5 refreshes, complaints
+    using Row =
+        std::tuple<Sim::FaultAction, unsigned, int, Priorities>; // action, result, asked in 5 refreshes, complaints
     for (const auto& [action, result, asked, complaints] : {Row{cut(3), 0, 5, {}},
                                                             {code(0xcb), 0xcb, 0, {}},
                                                             {code(0xcd), 0xcd, 0, {}},
@@ -190,7 +191,7 @@ TEST(SensorReading, RefreshEndsAtTheFirstSensorWithoutAnAnswer)
 TEST(SensorThresholds, AreKeptWhenTheBmcFails)
 {
     // Action; lower non-critical and upper non-recoverable afterwards; complaints.
-    using Row = std::tuple<Sim::FaultAction, int, int, Facts>;
+    using Row = std::tuple<Sim::FaultAction, int, int, Priorities>;
     for (const auto& [action, first, last, complaints] : {Row{{}, 11, 222, {}},
                                                           {kSilence, 10, 220, {LOG_WARNING}},
                                                           {code(0xcb), 10, 220, {LOG_WARNING}},
@@ -203,7 +204,9 @@ TEST(SensorThresholds, AreKeptWhenTheBmcFails)
         node.restart({fault(kGetThresholds, 1, 0, action)});
         IpmiIfcSensorUpdateReading(0);
         const IpmiSensor::Thresholds thresholds = node.sensors.at(0)->getLastThresholds();
-        EXPECT_EQ(facts(thresholds.readable, thresholds.raw[0], thresholds.raw[5]), facts(0x3f, first, last));
+        EXPECT_EQ(thresholds.readable, 0x3f);
+        EXPECT_EQ(thresholds.raw[0], first);
+        EXPECT_EQ(thresholds.raw[5], last);
         EXPECT_EQ(node.priorities(), complaints);
     }
 }
@@ -219,7 +222,7 @@ TEST(SensorHysteresis, IsCachedWhenTheRecordSaysThatItIsReadable)
             unsigned char positive = 0, negative = 0;
             node.sensors.at(0)->getHysteresis(positive, negative, false);
             EXPECT_EQ(positive * 256 + negative, readable && !fails ? 0x406 : 0);
-            EXPECT_EQ(node.priorities(), readable && fails ? Facts{LOG_ERR} : Facts{});
+            EXPECT_EQ(node.priorities(), readable && fails ? Priorities{LOG_ERR} : Priorities{});
         }
 }
 

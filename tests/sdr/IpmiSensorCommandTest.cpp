@@ -14,16 +14,16 @@ using Ipmi::IpmiThresholdSensor;
 struct IpmiSensorCommand : Ipmi::NodeFixture {
     IpmiSensorCommand()
     {
-        sim.device([](Sim::Device& device) { device.setIpmbChannels(1U << 0 | 1U << 6); });
+        sim.device([](Sim::Device& device) { device.setIpmbChannels(1U << 0 | 1U << 9); });
         Ipmi::IpmiIfcOpenIpmiClose(0); // the channels are told at opening
         EXPECT_GT(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
     }
-    /// Sensor 12h of the controller at 2Ch, LUN 1, channel 6; it has readable hysteresis.
+    /// Sensor 12h of the controller at 2Ch, LUN 1, channel 9; it has readable hysteresis.
     static Bytes record(std::uint8_t type, std::uint8_t owner = 0x2c, unsigned int hysteresis = 1)
     {
-        return zeroRecord(type, {{0, 7}, {5, owner}, {6, 0x61}, {7, 0x12}, {11, hysteresis << 4}});
+        return zeroRecord(type, {{0, 7}, {5, owner}, {6, 0x91}, {7, 0x12}, {11, hysteresis << 4}});
     }
-    void expect(const Bytes& request, const Bytes& answer) { bmc.expect(request, answer).to(0x2c, 1, 6); }
+    void expect(const Bytes& request, const Bytes& answer) { bmc.expect(request, answer).to(0x2c, 1, 9); }
 
     IpmiThresholdSensor analog = sensor<IpmiThresholdSensor>(record(kFull));
     IpmiDiscreteSensor discrete = sensor<IpmiDiscreteSensor>(record(kCompact));
@@ -32,32 +32,46 @@ struct IpmiSensorCommand : Ipmi::NodeFixture {
 
 TEST_F(IpmiSensorCommand, StateIsReadNow)
 {
-    using Row = std::tuple<Bytes, unsigned int, int, int, std::string, std::string>;
-    // Answer, repeats of its code, state of the analog sensor, of the discrete one, and as texts.
-    const std::vector<Row> rows(
-        {Row{{0x00, 1, 0x40, 0x00, 0x00}, 1, 0, 0, "ok", "none"},
-         Row{{0x00, 2, 0x40, 0x01, 0x00}, 2, 1, 1, "lower non-critical", "0"},
-         Row{{0x00, 3, 0x40, 0x03, 0x00}, 3, 3, 3, "lower critical", "0,1"},
-         Row{{0x00, 4, 0x40, 0x08, 0x00}, 4, 8, 8, "upper non-critical", "3"},
-         Row{{0x00, 5, 0x40, 0x19, 0x00}, 5, 0x19, 0x19, "upper critical", "0,3,4"},
-         Row{{0x00, 6, 0x40, 0x23, 0x00}, 6, 0x23, 0x23, "upper non-recoverable", "0,1,5"},
-         Row{{0x00, 7, 0x40, 0x3f, 0x00}, 7, 0x3f, 0x3f, "lower non-recoverable", "0,1,2,3,4,5"},
-         Row{{0x00, 8, 0xc0, 0xc0, 0xc1, 9}, 8, 0, 0x41c0, "ok", "6,7,8,14"}, // the top bits are reserved
-         Row{{0xcb}, 0, 0, 0, "", ""}, Row{{0xcb}, 1, 0, 0, "", ""}, Row{{0xff}, 0, 0, 0, "", ""},
-         Row{{0x00, 9, 0x60, 0xff, 0xff}, 0, 0, 0, "", ""}, Row{{0x00, 10, 0x00, 0xff, 0xff}, 1, 0, 0, "", ""},
-         Row{{0x00, 11, 0xc0, 0x80}, 2, 0, 0x80, "ok", "7"}, Row{{0x00, 12, 0xc0}, 3, 0, 0, "ok", "none"},
-         Row{{0x00, 13}, 4, 0, 0, "", ""}, Row{{0x00}, 5, 0, 0, "", ""}, Row{{0xce}, 0, 0, 0, "", ""}});
+    constexpr unsigned char kScans = 0x40, kScansWithEvents = 0xc0, kUnavailable = 0x60, kDisabled = 0x00;
+    const struct {
+        Bytes answer;         ///< completion code, raw value, flags, states
+        unsigned int repeats; ///< of the code
+        int level;            ///< state of the analog sensor
+        const char* levelText;
+        int states; ///< of the discrete one
+        const char* statesText;
+    } rows[] = {
+        {{0x00, 1, kScans, 0x00, 0x00}, 1, 0, "ok", 0, "none"},
+        {{0x00, 2, kScans, 0x01, 0x00}, 2, 0x01, "lower non-critical", 0x01, "0"},
+        {{0x00, 3, kScans, 0x1b, 0x00}, 3, 0x1b, "lower critical", 0x1b, "0,1,3,4"}, // the lower one comes first
+        {{0x00, 4, kScans, 0x09, 0x00}, 4, 0x09, "lower non-critical", 0x09, "0,3"},
+        {{0x00, 5, kScans, 0x19, 0x00}, 5, 0x19, "upper critical", 0x19, "0,3,4"},
+        {{0x00, 6, kScans, 0x23, 0x00}, 6, 0x23, "upper non-recoverable", 0x23, "0,1,5"},
+        {{0x00, 7, kScans, 0x3f, 0x00}, 7, 0x3f, "lower non-recoverable", 0x3f, "0,1,2,3,4,5"},
+        {{0x00, 8, kScansWithEvents, 0xc8, 0xc1, 9}, 8, 8, "upper non-critical", 0x41c8, "3,6,7,8,14"}, // top bits:
+                                                                                                        // reserved
+        {{0xcb}, 0, 0, "", 0, ""},
+        {{0xcb}, 1, 0, "", 0, ""},
+        {{0xff}, 0, 0, "", 0, ""},
+        {{0x00, 9, kUnavailable, 0xff, 0xff}, 0, 0, "", 0, ""},
+        {{0x00, 10, kDisabled, 0xff, 0xff}, 1, 0, "", 0, ""},
+        {{0x00, 11, kScansWithEvents, 0x80}, 2, 0, "ok", 0x80, "7"},
+        {{0x00, 12, kScansWithEvents}, 3, 0, "ok", 0, "none"},
+        {{0x00, 13}, 4, 0, "", 0, ""},
+        {{0x00}, 5, 0, "", 0, ""},
+        {{0xce}, 0, 0, "", 0, ""},
+    };
     for (IpmiSensor* made : both) {
         Bytes kept;
         EXPECT_FALSE(made->getLastReading().present || made->scanningDisabled() || made->hasReadingTime());
-        for (const auto& [answer, repeats, ofAnalog, ofDiscrete, level, states] : rows) {
+        for (const auto& [answer, repeats, level, levelText, states, statesText] : rows) {
             SCOPED_TRACE(testing::PrintToString(answer));
             const int result = answer[0];
             expect({0x04, 0x2d, 0x12}, answer);
             int state = 99;
             EXPECT_EQ(made->getSensorState(state), result);
-            EXPECT_EQ(state, made->isDiscrete() ? ofDiscrete : ofAnalog);
-            EXPECT_EQ(made->getState(false), made->isDiscrete() ? states : level);
+            EXPECT_EQ(state, made->isDiscrete() ? states : level);
+            EXPECT_EQ(made->getState(false), made->isDiscrete() ? statesText : levelText);
             EXPECT_EQ(made->getLastReadResult(), answer[0]);
             EXPECT_EQ(made->getReadResultRepeats(), repeats);
             kept = result == 0 ? answer : kept; // what is read stays when nothing else is
@@ -105,18 +119,24 @@ TEST_F(IpmiSensorCommand, EventsAreRearmed)
 
 TEST_F(IpmiSensorCommand, EventEnables)
 {
-    using Row = std::tuple<Bytes, int, int, int, int, int>; // answer, result, flags, analog, discrete, deassertions
-    const std::vector<Row> rows({Row{{0x00, 0xc0, 0xff, 0xff, 0x34, 0x02}, 0, 0xc0, 0x0fff, 0x7fff, 0x0234},
-                                 Row{{0x00, 0x40}, 0, 0x40, 0, 0, 0}, Row{{0x00}, 0, 0, 0, 0, 0},
-                                 Row{{0xcb, 0xc0, 0xff}, 0xcb, 0, 0, 0, 0}});
-    for (const auto& [answer, result, flagBits, ofAnalog, ofDiscrete, deassertions] : rows) {
+    const struct {
+        Bytes answer; ///< completion code, flags, assertions, deassertions
+        int result, flags, ofAnalog, ofDiscrete, deassertions;
+    } rows[] = {
+        {{0x00, 0xc0, 0xff, 0xff, 0x34, 0x02}, 0, 0xc0, 0x0fff, 0x7fff, 0x0234},
+        {{0x00, 0x40}, 0, 0x40, 0, 0, 0},
+        {{0x00}, 0, 0, 0, 0, 0},
+        {{0xcb, 0xc0, 0xff}, 0xcb, 0, 0, 0, 0},
+    };
+    for (const auto& row : rows) {
         for (IpmiSensor* made : both) {
-            expect({0x04, 0x29, 0x12}, answer);
+            expect({0x04, 0x29, 0x12}, row.answer);
             unsigned char flags = 99;
             unsigned short on = 99, off = 99;
-            EXPECT_EQ(made->getEventEnable(flags, on, off), result);
-            EXPECT_EQ(on, made->isDiscrete() ? ofDiscrete : ofAnalog);
-            EXPECT_TRUE(flags == flagBits && off == deassertions) << testing::PrintToString(answer);
+            EXPECT_EQ(made->getEventEnable(flags, on, off), row.result);
+            EXPECT_EQ(flags, row.flags);
+            EXPECT_EQ(on, made->isDiscrete() ? row.ofDiscrete : row.ofAnalog);
+            EXPECT_EQ(off, row.deassertions);
         }
     }
     expect({0x04, 0x28, 0x12, 0xd0, 0xff, 0x0f, 0x01, 0x00}, {0x00});
@@ -127,15 +147,23 @@ TEST_F(IpmiSensorCommand, EventEnables)
 
 TEST_F(IpmiSensorCommand, HysteresisIsAskedOnce)
 {
-    using Row = std::tuple<bool, Bytes, int, int, int>; // refresh, answer (empty: nothing is asked), result, up, down
-    const std::vector<Row> rows({Row{false, {0xc3}, 0xc3, 0, 0}, Row{false, {0x00, 3, 4}, 0, 3, 4},
-                                 Row{false, {}, 0, 3, 4}, Row{true, {0x00, 5}, 0, 5, 0}});
+    const struct {
+        bool refresh;
+        Bytes answer; ///< empty: nothing is asked
+        int result, up, down;
+    } rows[] = {
+        {false, {0xc3}, 0xc3, 0, 0},
+        {false, {0x00, 3, 4}, 0, 3, 4},
+        {false, {}, 0, 3, 4},
+        {true, {0x00, 5}, 0, 5, 0},
+    };
     unsigned char up = 99, down = 99;
-    for (const auto& [refresh, answer, result, expectedUp, expectedDown] : rows) {
-        if (!answer.empty())
-            expect({0x04, 0x25, 0x12, 0xff}, answer);
-        EXPECT_EQ(analog.getHysteresis(up, down, refresh), result);
-        EXPECT_TRUE(up == expectedUp && down == expectedDown) << testing::PrintToString(answer);
+    for (const auto& row : rows) {
+        if (!row.answer.empty())
+            expect({0x04, 0x25, 0x12, 0xff}, row.answer);
+        EXPECT_EQ(analog.getHysteresis(up, down, row.refresh), row.result);
+        EXPECT_EQ(up, row.up);
+        EXPECT_EQ(down, row.down);
     }
     for (const unsigned int support : {0U, 3U})
         EXPECT_EQ(sensor<IpmiThresholdSensor>(record(kFull, 0x2c, support)).getHysteresis(up, down, true), -1);

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <climits>
 #include <cmath>
+#include <numeric>
 #include <thread>
 
 namespace
@@ -16,38 +17,41 @@ using Ipmi::IpmiDiscreteSensor;
 using Ipmi::IpmiSensor;
 using S = Ipmi::IpmiThresholdSensor;
 
+/// Byte n of the records is A0h + n.
 TEST(IpmiSensor, FieldsOfEveryKindOfRecord)
 {
-    const std::pair<std::uint8_t, Facts> rows[] = {{kFull, {0xc4, 0xff, 0, 1, 0, 1, 1}},
-                                                   {kCompact, {0xc4, 0xff, 1, 1, 1, 1, 0}},
-                                                   {kEventOnly, {0x4e, 0x89, 3, 0xff, 1, 1, 0}},
-                                                   {0x11, {0, 0, 0, 0xff, 1, 1, 0}}};
+    static constexpr auto kOfAll = "number record owner LUN channel entity instance analog";
+    static constexpr auto kOwn = "sensor-type event-type direction event-messages linear convertible";
+    static constexpr auto kOfFullAndCompact =
+        "rate modifier-use unit modifier hysteresis thresholds assertions deassertions lower-readings upper-readings "
+        "readable settable all-assertions all-deassertions states";
     Bytes record(48);
-    for (std::size_t i = 0; i < record.size(); ++i)
-        record[i] = static_cast<std::uint8_t>(i * 0x3b);
-    for (const auto& [type, kind] : rows) {
+    std::iota(record.begin(), record.end(), std::uint8_t{0xa0});
+    for (const auto& [type, own] : {std::pair(kFull, Facts{0xac, 0xad, 0, 3, 0, 1}),
+                                    {kCompact, {0xac, 0xad, 2, 3, 1, 0}},
+                                    {kEventOnly, {0xaa, 0xab, 2, 0xff, 1, 0}},
+                                    {std::uint8_t{0x11}, {0, 0, 0, 0xff, 1, 0}}}) {
         record[3] = type;
         const S s = sensor<S>(record);
-        EXPECT_EQ((Facts{s.getSensorNumber(), s.getSensorRecordNumber(), s.getOwnerId(), s.getLun(), s.getChannel(),
-                         s.getEntity().getId(), s.getEntity().getInstance()}),
-                  (Facts{0x9d, 0x3b00, 0x27, 2, 6, 0xd8, 0x13}));
-        EXPECT_EQ((Facts{s.getSensorType(), s.getEventReadingType(), s.getSensorDirection(), s.getEventMessageSupport(),
-                         s.isLinear(), s.isAnalog(), s.isConvertible()}),
-                  kind);
-        const auto discrete = sensor<IpmiDiscreteSensor>(record);
-        // What only full and compact ones have: units, abilities, masks.
-        EXPECT_EQ(
-            (Facts{s.getRateUnit(), s.getModifierUnitUse(), s.getBaseUnit(), s.getModifierUnit(),
-                   s.getHysteresisSupport(), s.getThresholdAccessSupport(), s.getFlags(), s.getAssertionEventMask(),
-                   s.getDeassertionEventMask(), s.getLowerThresholdReadingMask(), s.getUpperThresholdReadingMask(),
-                   s.getReadableMask(), s.getSettableMask(), discrete.getAssertionEventMask(),
-                   discrete.getDeassertionEventMask(), discrete.getReadingMask()}),
-            type > kCompact
-                ? Facts(16)
-                : (Facts{3, 2, 0xd7, 0x12, 0, 2, 0x00d9, 0x053a, 0x0bb0, 7, 6, 0x26, 0x21, 0x753a, 0xebb0, 0x6126}));
+        const auto d = sensor<IpmiDiscreteSensor>(record);
+        EXPECT_EQ(facts(kOfAll, s.getSensorNumber(), s.getSensorRecordNumber(), s.getOwnerId(), s.getLun(),
+                        s.getChannel(), s.getEntity().getId(), s.getEntity().getInstance(), s.isAnalog()),
+                  facts(kOfAll, 0xa7, 0xa1a0, 0xa5, 2, 0x0a, 0xa8, 0x29, 1));
+        EXPECT_EQ(facts(kOwn, s.getSensorType(), s.getEventReadingType(), s.getSensorDirection(),
+                        s.getEventMessageSupport(), s.isLinear(), s.isConvertible()),
+                  facts(kOwn, own));
+        EXPECT_EQ(facts(kOfFullAndCompact, s.getRateUnit(), s.getModifierUnitUse(), s.getBaseUnit(),
+                        s.getModifierUnit(), s.getHysteresisSupport(), s.getThresholdAccessSupport(),
+                        s.getAssertionEventMask(), s.getDeassertionEventMask(), s.getLowerThresholdReadingMask(),
+                        s.getUpperThresholdReadingMask(), s.getReadableMask(), s.getSettableMask(),
+                        d.getAssertionEventMask(), d.getDeassertionEventMask(), d.getReadingMask()),
+                  facts(kOfFullAndCompact, type > kCompact ? Facts(15)
+                                                           : Facts{6, 2, 0xb5, 0xb6, 2, 2, 0xfae, 0x1b0, 2, 3, 0x32,
+                                                                   0x33, 0xafae, 0xb1b0, 0xb3b2}));
     }
     EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x63}, {11, 0x40}})).getFlags(), 0x0163);
     EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x90}, {11, 0x3f}, {20, 0xfe}})).getFlags(), 0);
+    EXPECT_EQ(sensor<S>(zeroRecord(kFull, {{10, 0x0c}, {11, 0x80}, {20, 0x01}})).getFlags(), 0x1098);
 }
 
 TEST(IpmiSensor, OfLessThanNineBytesHasNeitherNumberNorId)
@@ -244,7 +248,7 @@ TEST(IpmiSensorNames, OfTypesAndUnits)
     struct Row {
         Getter getter;
         std::uint8_t type;
-        Changes patch;
+        Changes patch; ///< 10, 12: sensor type; 11, 13: event/reading type; 20: units; 21: base unit; 22: its modifier
         std::string text;
         int node = 0;
     };
@@ -252,12 +256,11 @@ TEST(IpmiSensorNames, OfTypesAndUnits)
                      kBase = &IpmiSensor::getBaseUnitString, kUnits = &IpmiSensor::getUnitsString,
                      kModifier = &IpmiSensor::getModifierUnitString;
     const std::vector<Row> types(
-        {Row{kType, kFull, {}, "reserved"}, Row{kType, kCompact, {{12, 0x0f}}, "System Firmwares"},
-         Row{kType, kEventOnly, {{10, 0x23}}, "Watchdog"}, Row{kType, kFull, {{12, 0x2c}}, "FRU State"},
-         Row{kType, kFull, {{12, 0x2d}}, "OEM Reserved #2d"}, Row{kType, 0x11, {{12, 1}}, ""},
-         Row{kEvent, kFull, {}, "unspecified(0x0)"}, Row{kEvent, kCompact, {{13, 12}}, "ACPI-discrete"},
-         Row{kEvent, kFull, {{13, 13}}, "int-drive"}, Row{kEvent, kFull, {{13, 27}}, "present-discrete"},
-         Row{kEvent, kFull, {{13, 35}}, "watchdog"}, Row{kEvent, kEventOnly, {{11, 0x6f}}, "sensor-discrete"},
+        {Row{kType, kFull, {}, "reserved"}, Row{kType, kEventOnly, {{10, 0x23}}, "Watchdog"},
+         Row{kType, kFull, {{12, 0x2c}}, "FRU State"}, Row{kType, kFull, {{12, 0x2d}}, "OEM Reserved #2d"},
+         Row{kType, 0x11, {{12, 1}}, ""}, Row{kEvent, kFull, {}, "unspecified(0x0)"},
+         Row{kEvent, kFull, {{13, 13}}, "int-drive"}, Row{kEvent, kFull, {{13, 35}}, "watchdog"},
+         Row{kEvent, kEventOnly, {{11, 0x6f}}, "sensor-discrete"},
          Row{kEvent, kFull, {{13, 0xff}}, "unspecified(0xff)"}, Row{kEvent, 0x11, {{13, 1}}, ""}});
     // A compact record's event/reading type stands for the unit on the command line.
     const std::vector<Row> bases(

@@ -7,15 +7,15 @@
 #include "ipmi/IpmiThresholdSensor.h"
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sim/bmc/Bmc.h"
 #include "sim/machine/SdrSensors.h"
 #include "sim/machine/SdrWriter.h"
-#include "support/SimNode.h"
+#include "support/ObservedBmc.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <map>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -25,6 +25,7 @@ namespace SdrTest
 using Sim::Bytes;
 using Faults = std::vector<Sim::FaultRule>;
 using Lines = std::vector<Support::LogLine>;
+using Priorities = std::vector<int>;
 using Kind = Sim::SensorRecord::Kind;
 using Changes = std::map<std::size_t, unsigned>; ///< byte position and value
 
@@ -37,11 +38,22 @@ inline constexpr auto netfnOf = [](std::uint8_t cmd) {
     return std::uint8_t(cmd < kGetHysteresis || cmd >= 0x40 ? 0x0a : 0x04);
 };
 
-/// Several facts, to compare at once.
+/// Several facts to compare at once, under their names: "result 0, entries 1". Names have blanks between them.
 using Facts = std::vector<long>;
-template <typename... Fact> Facts facts(Fact... all)
+inline std::string facts(const std::string& names, const Facts& all)
 {
-    return {static_cast<long>(all)...};
+    std::istringstream words(names);
+    std::string text;
+    for (const long fact : all) {
+        std::string name;
+        words >> name;
+        text += (text.empty() ? "" : ", ") + name + ' ' + std::to_string(fact);
+    }
+    return text;
+}
+template <typename... Fact> std::string facts(const std::string& names, Fact... all)
+{
+    return facts(names, Facts{static_cast<long>(all)...});
 }
 
 // --- records
@@ -136,14 +148,9 @@ inline constexpr auto cut = [](std::size_t bytes) { return Sim::FaultAction{.cut
 inline constexpr auto lengthened = [](std::size_t bytes) { return Sim::FaultAction{.lengthenTo = bytes}; };
 inline const Sim::FaultAction kSilence{.noAnswer = true}, kLost{.lostReservation = true};
 
-/// Node 0, opened on a BMC, its requests logged.
-struct SdrBmc : Sim::Responder {
-    Sim::Bmc bmc;
-    std::function<void(const Sim::Request&)> before{}; ///< called before each request
-    Support::SimNode sim;
-
-    explicit SdrBmc(Sim::Machine machine, Faults faults = {})
-        : bmc(std::move(machine), [] { return TRX::Clock::get().steadyTime(); }), sim(*this)
+/// Node 0, opened on a BMC.
+struct SdrBmc : Support::ObservedBmc {
+    explicit SdrBmc(Sim::Machine machine, Faults faults = {}) : ObservedBmc(std::move(machine))
     {
         EXPECT_GE(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
@@ -151,21 +158,6 @@ struct SdrBmc : Sim::Responder {
     }
     explicit SdrBmc(std::vector<Bytes> records) : SdrBmc(machineOf(std::move(records))) {}
     ~SdrBmc() override { Ipmi::IpmiIfcCloseForCLI(0); }
-
-    Sim::Answer handle(const Sim::Request& request) override
-    {
-        if (before)
-            before(request);
-        return bmc.handle(request);
-    }
-    Sim::Answer handleMessaging(const Sim::Request& request, const std::function<Bytes()>& carryOut) override
-    {
-        return bmc.handleMessaging(request, carryOut);
-    }
-    bool isIpmb(std::uint8_t channel) const override { return bmc.isIpmb(channel); }
-    std::optional<Bytes> eventAfter(std::uint64_t& seen) const override { return bmc.eventAfter(seen); }
-    bool logsEvents() const override { return bmc.logsEvents(); }
-    void setEventLogging(bool on) override { bmc.setEventLogging(on); }
 
     /// Other faults; logs and counts begin anew.
     void restart(Faults faults = {})
@@ -184,9 +176,9 @@ struct SdrBmc : Sim::Responder {
         return lines;
     }
     /// Of these lines.
-    Facts priorities()
+    Priorities priorities()
     {
-        Facts all;
+        Priorities all;
         for (const auto& complaint : complaints())
             all.push_back(complaint.priority);
         return all;

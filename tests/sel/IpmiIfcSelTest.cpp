@@ -149,14 +149,80 @@ TEST(SelWholeLoad, EndsByInfoCountChainOrFailures)
         unsigned short count = 7;
         EXPECT_EQ(node.check(&count), row.ids ? 0 : -1);
         EXPECT_EQ(cached(), row.ids ? row.ids : "");
-        EXPECT_EQ(facts(node.asked(kGetSelEntry), node.asked(kGetSelInfo)), facts(row.records, row.infos));
-        EXPECT_EQ(node.priorities(), row.complaint ? Facts{row.complaint} : Facts{});
+        EXPECT_EQ(node.asked(kGetSelEntry), row.records);
+        EXPECT_EQ(node.asked(kGetSelInfo), row.infos);
+        EXPECT_EQ(node.priorities(), row.complaint ? Priorities{row.complaint} : Priorities{});
         EXPECT_EQ(count, row.ids ? IpmiIfc::getRawSelHeader(0).entryCount() & 0xff : 7);
         EXPECT_EQ(IpmiIfc::getSel(0).get() != nullptr, row.ids != nullptr);
     }
 }
 
 // --- what was added
+
+/// Before the next request of this kind.
+void before(SelBmc& node, std::uint8_t cmd, const std::function<void()>& change)
+{
+    node.before = [=, done = false](const Sim::Request& request) mutable {
+        if (request.cmd == cmd && !std::exchange(done, true))
+            change();
+        return true;
+    };
+}
+
+TEST(SelAdditions, AreReadFromTheLastOneKnownWhatTheLogSays)
+{
+    static const struct {
+        const char* name;
+        void (*disturb)(SelBmc&); ///< records 1 to 4 are known (at 10 to 40 s); 5 (at 50 s) and 6 (at 60 s) were added
+        const char *cached, *handled;
+        const char *cachedNext, *handledNext; ///< after another addition, at 100 s
+    } rows[] = {
+        {"nothing", [](SelBmc&) {}, "1 2 3 4 5 6", "5 6", "1 2 3 4 5 6 7", "7"},
+        // What cannot be read is read with the next addition, and not handled any more when no newer than the info.
+        {"silent later", [](SelBmc& node) { node.restart({entry(3, 0, kSilence)}); }, "1 2 3 4 5", "5", "1 2 3 4 5 6 7",
+         "7"},
+        // The log is read anew at once where the last one known is gone, whatever the erasure time is.
+        {"last one known deleted", [](SelBmc& node) { before(node, kReserveSel, [&node] { node.erase(4, 4); }); },
+         "1 2 3 5 6", "5 6", "1 2 3 5 6 7", "7"},
+        {"another under its id",
+         [](SelBmc& node) {
+             node.change([](Sim::Machine& machine) {
+                 machine.sel.clear();
+                 for (unsigned id = 1; id <= 5; ++id)
+                     machine.sel.push_back(record(id, machine.selAddTime = kStart + 60 + id));
+             });
+         },
+         "1 2 3 4 5", "1 2 3 4 5", "1 2 3 4 5 6", "6"},
+        {"wrong id of the only one",
+         [](SelBmc& node) { node.erase(1, 5), node.restart({entry(1, 1, {.otherRecordId = 9})}); }, "9", "9", "6 7",
+         "7"},
+        {"round", [](SelBmc& node) { node.restart({entry(3, 1, {.nextId = 5})}); }, "1 2 3 4 5 6", "5 6",
+         "1 2 3 4 5 6 7", "7"},
+        {"claims none", [](SelBmc& node) { node.restart({claim(1, 0)}); }, "1 2 3 4 5 6", "5 6", "1 2 3 4 5 6 7", "7"},
+        // Times decide: after one that is older all that is newer than it is handled again.
+        {"time jumps back", [](SelBmc& node) { node.add(25); }, "1 2 3 4 5 6 7", "5 6", "1 2 3 4 5 6 7 8", "3 4 5 6 8"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        SelBmc node(4);
+        ASSERT_EQ(node.check(), 0);
+        ASSERT_EQ(node.takeHandled() + cached(), "1 2 3 4");
+        node.add(50);
+        node.add(60);
+        row.disturb(node);
+        node.check();
+        EXPECT_EQ(cached(), row.cached);
+        EXPECT_EQ(node.takeHandled(), row.handled);
+        EXPECT_LE(node.bmc.count(), 40u);
+
+        node.before = nullptr;
+        node.restart();
+        node.add(100);
+        EXPECT_EQ(node.check(), 0);
+        EXPECT_EQ(cached(), row.cachedNext);
+        EXPECT_EQ(node.takeHandled(), row.handledNext);
+    }
+}
 
 TEST(SelAdditions, PushOutTheOldest)
 {
@@ -247,16 +313,24 @@ TEST(SelErasure, IsTriedFiveTimesAndSeenAtOnce)
         std::size_t sleeps = 0, errors = 0;
     };
     constexpr std::uint8_t kClear = wire::kClearSel.cmd, kDelete = wire::kDeleteSelEntry.cmd;
-    const std::vector<Row> rows({Row{kClear, {}, 1, 0, ""}, Row{kClear, {.changed = {{1, 0xf1}}}, 1, 0, ""},
-                                 Row{kClear, {.changed = {{1, 2}}}, 1, 2, "", 1, 0, 1},
-                                 Row{kClear, code(0xd4), 1, 5, "1 2 3", 1, 0, 1}, Row{kClear, kSilence, 1, 4, "1 2 3"},
-                                 Row{kClear, code(0xc0), 4, 0, "", 5, 4}, Row{kClear, code(0xc0), 5, 2, "1 2 3", 5, 5},
-                                 Row{kClear, kLost, 1, 2, "1 2 3", 5}, // its reservation is not renewed: this is meant
-                                 Row{kDelete, {}, 1, 0, "1 3"}, Row{kDelete, kLost, 4, 0, "1 3", 5},
-                                 Row{kDelete, kSilence, 1, 4, "1 2 3"},
-                                 Row{kDelete, code(0xcb), 1, 5, "1 2 3", 1, 0, 1}});
+    const Sim::FaultAction failed{.changed = {{1, 2}}}, reservedBits{.changed = {{1, 0xf1}}}; // as progress
+    const Row rows[] = {
+        // command, action, how often, result, records then, how often asked, pauses, errors logged
+        {kClear, {}, 1, 0, ""},
+        {kClear, reservedBits, 1, 0, ""},
+        {kClear, failed, 1, 2, "", 1, 0, 1},
+        {kClear, code(0xd4), 1, 5, "1 2 3", 1, 0, 1},
+        {kClear, kSilence, 1, 4, "1 2 3"},
+        {kClear, code(0xc0), 4, 0, "", 5, 4},
+        {kClear, code(0xc0), 5, 2, "1 2 3", 5, 5},
+        {kClear, kLost, 1, 2, "1 2 3", 5}, // its reservation is not renewed: this is meant
+        {kDelete, {}, 1, 0, "1 3"},
+        {kDelete, kLost, 4, 0, "1 3", 5},
+        {kDelete, kSilence, 1, 4, "1 2 3"},
+        {kDelete, code(0xcb), 1, 5, "1 2 3", 1, 0, 1},
+    };
     for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows.data());
+        SCOPED_TRACE(&row - rows);
         SelBmc node(4);
         EXPECT_EQ(node.check(), 0);
         EXPECT_EQ(IpmiIfc::deleteSelEntry(4), 0); // in the second of the erasure that follows
@@ -315,26 +389,11 @@ TEST(SelSummary, HasTimesAndAllocation)
     node.change([](Sim::Machine& machine) { machine.selEraseTime = 0x20000000; }); // since the BMC's start
     EXPECT_EQ(node.check(), 0);
     const IpmiSel& sel = *IpmiIfc::getSel();
-    EXPECT_EQ(facts(sel.getAllocationUnitSize(), sel.getAddTimeStampUnix(), sel.getEraseTimeStampUnix()),
-              facts(0x20, kStart + 20, 0));
+    EXPECT_EQ(sel.getAllocationUnitSize(), 0x20u);
+    EXPECT_EQ(sel.getAddTimeStampUnix(), kStart + 20);
+    EXPECT_EQ(sel.getEraseTimeStampUnix(), 0u);
+    EXPECT_GT(sel.getMaxNumberOfRecords(), 2);
     EXPECT_EQ(IpmiSel({}, {}, 0).getAllocationUnitSize(), 16u);
-}
-
-TEST(SelNoNode, IsRefusedEverywhere)
-{
-    for (const int bad : {-1, 4, 100}) {
-        ipmiifc_resp resp;
-        resp.datalen = 15, resp.node = bad;
-        EXPECT_EQ(IpmiIfcRhSelInfoNoCount(&resp) + IpmiIfcRhSelGetAllocInfo(&resp), -2);
-        EXPECT_EQ(IpmiIfcSelReserve(bad) + IpmiIfcSelReadAll(bad) + IpmiIfcSelReadNew(bad, 1), -3);
-        EXPECT_EQ(IpmiIfcSelGetInfo(bad, nullptr) + IpmiIfcSelGetAll(bad), -3);
-        EXPECT_EQ(IpmiIfc::clearSel(bad) + IpmiIfc::deleteSelEntry(bad, 1), -4);
-        EXPECT_EQ(IpmiIfc::registerSelEventHandler(bad, handler<'a'>, nullptr), 5);
-        EXPECT_EQ(IpmiIfc::unRegisterSelEventHandler(bad, handler<'a'>), 5);
-        EXPECT_FALSE(IpmiIfc::getSel(bad) || IpmiIfcSelGenerateEvents(bad, 0) != 0);
-        EXPECT_EQ(IpmiIfc::getRawSelHeader(bad).version() + IpmiIfc::getSelData(bad).size(), 0u);
-        IpmiIfcSelCleanUpEventHandlers(bad);
-    }
 }
 
 } // namespace

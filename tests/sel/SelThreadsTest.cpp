@@ -54,6 +54,7 @@ TEST(SelThreads, HandlersMayDoAnythingWhileOthersCheckAndErase)
         node.bmc.state()->clock.set(++seconds);
         if (request.netfn == 0x0a && request.cmd == SelTest::kGetSelInfo)
             node.addSerial(events++);
+        return true;
     };
     IpmiIfc::registerSelEventHandler(0, hear, nullptr);
     constexpr auto check = use<0>;

@@ -32,7 +32,7 @@ Reply exchange(int node, const RawCommand& command)
 {
     const Progress progress("Waiting for the BMC");
     const NodeSession session(node);
-    if (auto reply = session.send(command.netfn, command.cmd, command.data))
+    if (auto reply = session.send({command.netfn, command.cmd}, command.data))
         return *reply;
     throw Failure(fmt::format("the BMC behind /dev/ipmi{} gave no answer (or completion code 0xff, unspecified error): "
                               "try again, or reset it",

@@ -3,7 +3,7 @@
 #include "cli/Verbs.h"
 #include "files/OutputFile.h"
 #include "node/NodeSession.h"
-#include "sdr/SdrReader.h"
+#include "sdr/Repository.h"
 #include "sdr/SdrSummary.h"
 #include "terminal/Progress.h"
 #include "terminal/Table.h"
@@ -23,7 +23,7 @@ std::vector<std::uint8_t> readRepository(int node)
     const Progress progress("Reading the SDR repository");
     const NodeSession session(node);
     session.requireBmc();
-    return SdrReader(session).read();
+    return Tool::readRepository(session);
 }
 
 /// Keys of one record: only those that its type has.

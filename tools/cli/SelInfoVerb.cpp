@@ -63,7 +63,6 @@ void addOperations(Facts& facts, unsigned support)
 /// IPMI 2.0, 31.3: how the log's memory is divided. Many BMCs do not say.
 void addAllocation(Facts& facts, const NodeSession& session)
 {
-    constexpr std::uint8_t kStorage = 0x0a, kGetAllocationInfo = 0x41;
     struct Field {
         const char* key;
         std::size_t at, size;
@@ -73,7 +72,7 @@ void addAllocation(Facts& facts, const NodeSession& session)
                                             {"free_units", 4, 2},
                                             {"largest_free_block", 6, 2},
                                             {"largest_record_units", 8, 1}}};
-    const auto reply = session.send(kStorage, kGetAllocationInfo);
+    const auto reply = session.send(Ipmi::wire::kGetSelAllocInfo);
     for (const Field& field : kFields) {
         if (!reply || reply->data.size() < field.at + field.size)
             facts.put(field.key, "", nullptr);

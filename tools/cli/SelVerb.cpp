@@ -6,7 +6,7 @@
 #include "ipmi/IpmiIfc.h"
 #include "monitor/Monitor.h"
 #include "node/NodeSession.h"
-#include "sdr/SdrReader.h"
+#include "sdr/Repository.h"
 #include "sel/SelErasure.h"
 #include "sel/SelFile.h"
 #include "sel/SelReader.h"
@@ -41,7 +41,7 @@ SelSensorNames readNames(const NodeSession& session, const SelRecords& records, 
     const bool needed =
         std::any_of(records.begin(), records.end(), [](const auto& record) { return record->isSelEventRecord(); });
     try {
-        return needed ? SelSensorNames(SdrReader(session).read()) : SelSensorNames();
+        return needed ? SelSensorNames(readRepository(session)) : SelSensorNames();
     } catch (const Failure& failure) {
         trouble = std::string("no names of sensors: ") + failure.what();
         return {};

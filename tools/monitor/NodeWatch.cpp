@@ -36,10 +36,9 @@ std::string textOf(const Ipmi::CmpiStatus& status, int node)
 /// Whether the repository is another one than the library has read; nothing without an answer.
 std::optional<bool> hasRepositoryChanged(int node)
 {
-    constexpr std::uint8_t kStorage = 0x0a, kGetRepositoryInfo = 0x20;
     const Ipmi::ipmiifc_sdr_info info = IpmiIfc::getSdr(node);
     const std::span<const std::uint8_t> before = std::span(info.bytes).subspan(1); // without the completion code
-    const auto now = sendTo(node, kStorage, kGetRepositoryInfo);
+    const auto now = sendTo(node, Ipmi::wire::kGetSdrInfo);
     if (!now)
         return std::nullopt;
     return now->data.size() >= before.size() && !std::equal(before.begin(), before.end(), now->data.begin());
@@ -177,13 +176,12 @@ void NodeWatch::lookAtLog()
 /// another one is sent. Where the BMC is away its driver may answer in its place, with a completion code.
 std::string NodeWatch::whyLost() const
 {
-    constexpr std::uint8_t kApp = 0x06, kGetDeviceId = 0x01;
     constexpr auto kAtOnce = std::chrono::seconds(1);
     constexpr int kTries = 2;
     std::string why;
     const auto begun = Clock::now();
     for (int i = 0; i < kTries && Clock::now() - begun < kAtOnce; ++i) {
-        const auto reply = sendTo(node_, kApp, kGetDeviceId);
+        const auto reply = sendTo(node_, Ipmi::wire::kGetDeviceId);
         if (reply && reply->completionCode == 0)
             return "";
         why = reply ? "the BMC answers only with " + completionCodeText(reply->completionCode) : silence();

@@ -19,7 +19,7 @@ namespace Tool
 namespace
 {
 
-constexpr std::uint8_t kNoAnswer = 0xff, kAnswerCut = 16;
+constexpr std::uint8_t kAnswerCut = 16;
 
 } // namespace
 
@@ -70,15 +70,15 @@ void NodeSession::requireBmc() const
         throw Failure(fmt::format("the BMC behind /dev/ipmi{} does not answer: try again, or reset it", node_));
 }
 
-std::optional<Reply> sendTo(int node, std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data)
+std::optional<Reply> sendTo(int node, Ipmi::wire::Command command, std::span<const std::uint8_t> data)
 {
     std::vector<unsigned char> request(data.begin(), data.end());
     std::array<unsigned char, 2 * Ipmi::kAnswerRoom> answer{};
     auto length = static_cast<unsigned short>(answer.size());
     const unsigned char result =
-        Ipmi::IpmiIfc::sendCmd(node, cmd, netfn, static_cast<unsigned short>(request.size()),
+        Ipmi::IpmiIfc::sendCmd(node, command.cmd, command.netfn, static_cast<unsigned short>(request.size()),
                                request.empty() ? nullptr : request.data(), &length, answer.data());
-    if (result == kNoAnswer)
+    if (result == Ipmi::wire::kNoAnswer)
         return std::nullopt;
     // 16 is also a completion code that a BMC may send; only a cut answer touches the length.
     const bool cut = result == kAnswerCut && length < answer.size();

@@ -1,6 +1,8 @@
 // A node in use: opened, prepared, and closed again.
 #pragma once
 
+#include "wire/Commands.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -24,7 +26,7 @@ void requireDevice(int node);
 std::string openFailure(int node, int error);
 
 /// One command to a node that is open; nothing without an answer. (The library tells completion code FFh as no answer.)
-std::optional<Reply> sendTo(int node, std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data = {});
+std::optional<Reply> sendTo(int node, Ipmi::wire::Command command, std::span<const std::uint8_t> data = {});
 
 class NodeSession
 {
@@ -38,9 +40,9 @@ public:
     int node() const { return node_; }
     /// Throws Failure when the BMC does not say who it is.
     void requireBmc() const;
-    std::optional<Reply> send(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data = {}) const
+    std::optional<Reply> send(Ipmi::wire::Command command, std::span<const std::uint8_t> data = {}) const
     {
-        return sendTo(node_, netfn, cmd, data);
+        return sendTo(node_, command, data);
     }
 
 private:

@@ -11,6 +11,8 @@
 namespace Tool
 {
 
+namespace sdr = Ipmi::wire::sdr;
+
 namespace
 {
 
@@ -21,17 +23,17 @@ struct TypeName {
 
 // IPMI 2.0, section 43
 constexpr std::array<TypeName, 11> kTypeNames{{
-    {Sdr::kFullType, "full sensor"},
-    {Sdr::kCompactType, "compact sensor"},
-    {Sdr::kEventOnlyType, "event-only sensor"},
-    {Sdr::kEntityType, "entity association"},
-    {Sdr::kDeviceEntityType, "device entity association"},
-    {Sdr::kGenericLocatorType, "device locator"},
-    {Sdr::kFruLocatorType, "FRU device locator"},
-    {Sdr::kMcLocatorType, "controller locator"},
-    {Sdr::kMcConfirmationType, "controller confirmation"},
-    {Sdr::kChannelInfoType, "BMC message channel info"},
-    {Sdr::kOemType, "OEM"},
+    {sdr::kFullType, "full sensor"},
+    {sdr::kCompactType, "compact sensor"},
+    {sdr::kEventOnlyType, "event-only sensor"},
+    {sdr::kEntityType, "entity association"},
+    {sdr::kDeviceEntityType, "device entity association"},
+    {sdr::kGenericLocatorType, "device locator"},
+    {sdr::kFruLocatorType, "FRU device locator"},
+    {sdr::kMcLocatorType, "controller locator"},
+    {sdr::kMcConfirmationType, "controller confirmation"},
+    {sdr::kChannelInfoType, "BMC message channel info"},
+    {sdr::kOemType, "OEM"},
 }};
 
 /// The text of a type/length byte and what follows it. The library decodes identifiers of sensors: the field goes to it
@@ -39,8 +41,8 @@ constexpr std::array<TypeName, 11> kTypeNames{{
 std::string identifier(std::span<const std::uint8_t> field)
 {
     constexpr std::size_t kMostField = 32; ///< a length byte and 31 characters
-    std::vector<std::uint8_t> record(Sdr::EventOnly::kIdCode);
-    record[Sdr::kType] = Sdr::kEventOnlyType;
+    std::vector<std::uint8_t> record(sdr::event_only::kIdCode);
+    record[sdr::kType] = sdr::kEventOnlyType;
     const auto kept = field.first(std::min(field.size(), kMostField));
     record.insert(record.end(), kept.begin(), kept.end());
     return Ipmi::IpmiDiscreteSensor(static_cast<int>(record.size()), record.data(), 0).getSensorIdString();
@@ -56,8 +58,8 @@ constexpr unsigned instanceOf(unsigned byte)
 std::vector<SdrBytes> splitRecords(std::span<const std::uint8_t> all)
 {
     std::vector<SdrBytes> records;
-    while (all.size() >= Sdr::kHeaderSize) {
-        const std::size_t size = std::min(all.size(), Sdr::kHeaderSize + all[Sdr::kLength]);
+    while (all.size() >= sdr::kHeaderSize) {
+        const std::size_t size = std::min(all.size(), sdr::kHeaderSize + all[sdr::kLength]);
         records.emplace_back(all.first(size));
         all = all.subspan(size);
     }
@@ -77,7 +79,7 @@ std::string entityKey(unsigned id, unsigned instance)
 }
 
 SdrSummary::SdrSummary(const SdrBytes& record)
-    : id(record.le16(Sdr::kId)), type(record.at(Sdr::kType)), typeName(recordTypeName(type)), length(record.size())
+    : id(record.le16(sdr::kId)), type(record.at(sdr::kType)), typeName(recordTypeName(type)), length(record.size())
 {
     read(record);
 }
@@ -85,33 +87,33 @@ SdrSummary::SdrSummary(const SdrBytes& record)
 void SdrSummary::read(const SdrBytes& record)
 {
     switch (type) {
-    case Sdr::kFullType:
-        return readSensor(record, Sdr::Full::kIdCode);
-    case Sdr::kCompactType:
-        return readSensor(record, Sdr::Compact::kIdCode);
-    case Sdr::kEventOnlyType:
-        return readSensor(record, Sdr::EventOnly::kIdCode);
-    case Sdr::kGenericLocatorType:
-    case Sdr::kFruLocatorType:
-    case Sdr::kMcLocatorType:
+    case sdr::kFullType:
+        return readSensor(record, sdr::full::kIdCode);
+    case sdr::kCompactType:
+        return readSensor(record, sdr::compact::kIdCode);
+    case sdr::kEventOnlyType:
+        return readSensor(record, sdr::event_only::kIdCode);
+    case sdr::kGenericLocatorType:
+    case sdr::kFruLocatorType:
+    case sdr::kMcLocatorType:
         return readLocator(record);
-    case Sdr::kEntityType:
-        return readAssociation(record, Sdr::kEntity);
-    case Sdr::kDeviceEntityType:
-        address = record.at(Sdr::kDeviceEntityAddress);
-        return readAssociation(record, Sdr::kDeviceEntity);
+    case sdr::kEntityType:
+        return readAssociation(record, sdr::kEntityLayout);
+    case sdr::kDeviceEntityType:
+        address = record.at(sdr::kDeviceEntityAddress);
+        return readAssociation(record, sdr::kDeviceEntityLayout);
     default:
-        data = fmt::format("{:02x}", fmt::join(record.from(Sdr::kHeaderSize), " "));
+        data = fmt::format("{:02x}", fmt::join(record.from(sdr::kHeaderSize), " "));
     }
 }
 
 void SdrSummary::readSensor(const SdrBytes& record, std::size_t idCode)
 {
-    owner = record.at(Sdr::kOwner);
-    lun = record.bits(Sdr::kLun, 1, 0);
-    number = record.at(Sdr::kNumber);
-    entityId = record.at(Sdr::kEntityId);
-    entityInstance = instanceOf(record.at(Sdr::kEntityInstance));
+    owner = record.at(sdr::kOwner);
+    lun = record.bits(sdr::kLun, 1, 0);
+    number = record.at(sdr::kNumber);
+    entityId = record.at(sdr::kEntityId);
+    entityInstance = instanceOf(record.at(sdr::kEntityInstance));
     name = identifier(record.from(idCode));
 }
 
@@ -119,28 +121,28 @@ void SdrSummary::readSensor(const SdrBytes& record, std::size_t idCode)
 /// FRU device the controller's, and the other byte is the device's id.
 void SdrSummary::readLocator(const SdrBytes& record)
 {
-    const bool logical = record.bit(Sdr::Locator::kFlags, Sdr::Locator::kLogicalBit);
-    const std::uint8_t second = record.at(Sdr::Locator::kDevice);
-    address = record.at(Sdr::Locator::kAddress);
-    if (type == Sdr::kFruLocatorType && logical)
+    const bool logical = record.bit(sdr::locator::kFlags, sdr::locator::kLogicalBit);
+    const std::uint8_t second = record.at(sdr::locator::kDevice);
+    address = record.at(sdr::locator::kAddress);
+    if (type == sdr::kFruLocatorType && logical)
         device = second;
-    else if (type != Sdr::kMcLocatorType)
+    else if (type != sdr::kMcLocatorType)
         address = second;
-    entityId = record.at(Sdr::Locator::kEntityId);
-    entityInstance = instanceOf(record.at(Sdr::Locator::kEntityId + 1));
-    name = identifier(record.from(Sdr::Locator::kIdCode));
+    entityId = record.at(sdr::locator::kEntityId);
+    entityInstance = instanceOf(record.at(sdr::locator::kEntityId + 1));
+    name = identifier(record.from(sdr::locator::kIdCode));
 }
 
-void SdrSummary::readAssociation(const SdrBytes& record, const Sdr::Association& layout)
+void SdrSummary::readAssociation(const SdrBytes& record, const sdr::AssociationLayout& layout)
 {
-    entityId = record.at(Sdr::kContainer);
-    entityInstance = instanceOf(record.at(Sdr::kContainer + 1));
-    const bool ranges = record.bit(layout.flags, Sdr::kRangeBit);
+    entityId = record.at(sdr::kContainerId);
+    entityInstance = instanceOf(record.at(sdr::kContainerInstance));
+    const bool ranges = record.bit(layout.flags, sdr::kRangesBit);
     const auto member = [&](std::size_t index) {
         const std::size_t at = layout.firstMember + index * layout.memberSize;
         return record.at(at) == 0 ? "" : entityKey(record.at(at), instanceOf(record.at(at + 1)));
     };
-    for (std::size_t i = 0; i < Sdr::kMembers; i += ranges ? 2 : 1) {
+    for (std::size_t i = 0; i < sdr::kMemberCount; i += ranges ? 2 : 1) {
         const std::string text = member(i);
         if (!text.empty())
             members.push_back(ranges ? text + " to " + member(i + 1) : text);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sdr/SdrBytes.h"
-#include "sdr/SdrLayout.h"
+#include "wire/SdrLayout.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,7 +13,7 @@
 namespace Tool
 {
 
-/// Splits raw records one after another, as SdrReader::read gives them; the last one may be cut.
+/// Splits raw records one after another, as readRepository gives them; the last one may be cut.
 std::vector<SdrBytes> splitRecords(std::span<const std::uint8_t> all);
 
 /// Name of a record type; empty for what the standard does not define.
@@ -42,7 +42,7 @@ private:
     void read(const SdrBytes& record);
     void readSensor(const SdrBytes& record, std::size_t idCode);
     void readLocator(const SdrBytes& record);
-    void readAssociation(const SdrBytes& record, const Sdr::Association& layout);
+    void readAssociation(const SdrBytes& record, const Ipmi::wire::sdr::AssociationLayout& layout);
 };
 
 } // namespace Tool

@@ -3,9 +3,10 @@
 #include "base/Failure.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
+#include "wire/AnswerLayout.h"
+#include "wire/Cursor.h"
 
 #include <algorithm>
-#include <array>
 #include <fmt/format.h>
 #include <span>
 
@@ -15,7 +16,6 @@ namespace Tool
 namespace
 {
 
-constexpr std::uint8_t kStorage = 0x0a, kGetInfo = 0x40, kGetEntry = 0x43;
 constexpr int kWholeLog = 0xffff; ///< more than any BMC has
 
 /// Throws Failure when the BMC does not say what the log is like.
@@ -28,12 +28,8 @@ void load(const NodeSession& session)
 /// True when the BMC says that this is the newest record.
 bool isNewest(const NodeSession& session, const Ipmi::IpmiSelData& record)
 {
-    constexpr std::array<std::uint8_t, 6> kNewest{0, 0, 0xff, 0xff, 0, 0xff}; // no reservation; all of FFFFh
-    constexpr std::size_t kNextId = 2;
-    const auto reply = session.send(kStorage, kGetEntry, kNewest);
-    const auto bytes = bytesOf(record);
-    return reply && reply->data.size() == kNextId + bytes.size() &&
-           std::equal(bytes.begin(), bytes.end(), reply->data.begin() + kNextId);
+    const auto newest = readSelEntry(session.node(), Ipmi::wire::kLastRecord);
+    return newest && std::ranges::equal(bytesOf(record), newest->record.bytes);
 }
 
 SelContent cached(int node, std::optional<unsigned> last)
@@ -59,6 +55,19 @@ bool isWorthAnother(const NodeSession& session, const SelContent& content)
 
 } // namespace
 
+std::optional<SelEntry> readSelEntry(int node, std::uint16_t id)
+{
+    using namespace Ipmi::wire;
+    constexpr std::size_t kNext = record_piece::kNextId - 1, kRecord = record_piece::kData - 1; // in a Reply's data
+    const auto reply = sendTo(node, kGetSelEntry, Writer().le16(0).le16(id).u8(0).u8(record_piece::kWhole));
+    if (!reply || reply->data.size() != kRecord + kSelRecordSize)
+        return std::nullopt;
+    SelEntry entry;
+    entry.next = Ipmi::le16(&reply->data[kNext]);
+    std::copy_n(reply->data.begin() + kRecord, kSelRecordSize, entry.record.bytes);
+    return entry;
+}
+
 SelContent readSel(const NodeSession& session, std::optional<unsigned> last)
 {
     session.requireBmc();
@@ -76,7 +85,7 @@ std::optional<bool> hasSelChanged(const NodeSession& session)
 {
     const Ipmi::ipmiifc_sel_info info = Ipmi::IpmiIfc::getRawSelHeader(session.node());
     const std::span<const std::uint8_t> before = std::span(info.bytes).subspan(1); // without the completion code
-    const auto now = session.send(kStorage, kGetInfo);
+    const auto now = session.send(Ipmi::wire::kGetSelInfo);
     if (!now || now->data.size() < before.size())
         return std::nullopt;
     return !std::equal(before.begin(), before.end(), now->data.begin());

@@ -10,6 +10,15 @@
 namespace Tool
 {
 
+/// A record of the log, and what follows it.
+struct SelEntry {
+    std::uint16_t next = 0; ///< id of the record behind it; FFFFh for none
+    Ipmi::sel_event_record record{};
+};
+
+/// Reads one record whole (IPMI 2.0, 31.5); FFFFh stands for the newest. Nothing without a good answer.
+std::optional<SelEntry> readSelEntry(int node, std::uint16_t id);
+
 /// What could be read of the log.
 struct SelContent {
     SelRecords records;     ///< the newest at the end; may be fewer or more than were wanted

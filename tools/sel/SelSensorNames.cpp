@@ -1,7 +1,6 @@
 #include "sel/SelSensorNames.h"
 
 #include "ipmi/IpmiDiscreteSensor.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SdrSummary.h"
 
 #include <optional>
@@ -9,6 +8,8 @@
 
 namespace Tool
 {
+
+namespace sdr = Ipmi::wire::sdr;
 
 namespace
 {
@@ -22,15 +23,15 @@ constexpr unsigned placeOf(unsigned generator, unsigned number)
 
 bool isOfSensor(std::uint8_t type)
 {
-    return type == Sdr::kFullType || type == Sdr::kCompactType || type == Sdr::kEventOnlyType;
+    return type == sdr::kFullType || type == sdr::kCompactType || type == sdr::kEventOnlyType;
 }
 
 /// Where the record has the number of sensors that share it; nothing where they cannot.
 std::optional<std::size_t> sharingAt(std::uint8_t type)
 {
-    if (type == Sdr::kFullType)
+    if (type == sdr::kFullType)
         return std::nullopt;
-    return type == Sdr::kCompactType ? Sdr::Compact::kSharing : Sdr::EventOnly::kSharing;
+    return type == sdr::kCompactType ? sdr::compact::kSharing : sdr::event_only::kSharing;
 }
 
 } // namespace
@@ -38,7 +39,7 @@ std::optional<std::size_t> sharingAt(std::uint8_t type)
 SelSensorNames::SelSensorNames(std::span<const std::uint8_t> repository)
 {
     for (const SdrBytes& record : splitRecords(repository)) {
-        if (isOfSensor(record.at(Sdr::kType)) && record.size() > Sdr::kNumber)
+        if (isOfSensor(record.at(sdr::kType)) && record.size() > sdr::kNumber)
             add(record);
     }
 }
@@ -57,7 +58,7 @@ SelSensorNames::SelSensorNames(const Sensors& sensors)
 void SelSensorNames::add(const SdrBytes& record)
 {
     std::vector<std::uint8_t> bytes(record.all().begin(), record.all().end());
-    const auto sharing = sharingAt(record.at(Sdr::kType));
+    const auto sharing = sharingAt(record.at(sdr::kType));
     const unsigned count = sharing && record.size() > *sharing + 1 ? record.bits(*sharing, 3, 0) : 1;
     for (unsigned i = 0; i == 0 || i < count; ++i) {
         if (i > 0) {
@@ -65,7 +66,7 @@ void SelSensorNames::add(const SdrBytes& record)
             offset = static_cast<std::uint8_t>((offset & 0x80) | ((offset + 1) & 0x7f));
         }
         const Ipmi::IpmiDiscreteSensor sensor(static_cast<int>(bytes.size()), bytes.data(), 0);
-        byPlace_.emplace(placeOf(record.le16(Sdr::kOwner), record.at(Sdr::kNumber) + i), sensor.getSensorIdString());
+        byPlace_.emplace(placeOf(record.le16(sdr::kOwner), record.at(sdr::kNumber) + i), sensor.getSensorIdString());
     }
 }
 

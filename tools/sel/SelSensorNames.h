@@ -17,7 +17,7 @@ class SelSensorNames
 public:
     /// Knows none.
     SelSensorNames() = default;
-    /// @param repository  raw records one after another, as SdrReader::read gives them
+    /// @param repository  raw records one after another, as readRepository gives them
     explicit SelSensorNames(std::span<const std::uint8_t> repository);
     /// @param sensors  of a loaded node
     explicit SelSensorNames(const Sensors& sensors);

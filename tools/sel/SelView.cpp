@@ -2,6 +2,7 @@
 
 #include "ipmi/IpmiSensorNames.h"
 #include "sensors/EventNames.h"
+#include "wire/SelLayout.h"
 
 #include <algorithm>
 #include <array>
@@ -12,17 +13,19 @@
 namespace Tool
 {
 
+namespace wire = Ipmi::wire;
+
 namespace
 {
 
-// Byte positions in records (IPMI 2.0, 32.1 to 32.3).
-constexpr std::size_t kTimestamp = 3, kOem = 7, kSensorType = 10, kDirection = 12, kEventData = 13;
-constexpr std::uint8_t kFirstOem = 0xc0, kFirstOemWithoutTime = 0xe0, kDeassertedBit = 0x80, kOffsetBits = 0x0f;
+bool isOem(const Ipmi::IpmiSelData& record)
+{
+    return record.recordType() >= wire::sel::kFirstTimestampedOemType;
+}
 
 bool hasTime(const Ipmi::IpmiSelData& record)
 {
-    return record.isSelEventRecord() ||
-           (record.recordType() >= kFirstOem && record.recordType() < kFirstOemWithoutTime);
+    return record.isSelEventRecord() || (isOem(record) && record.recordType() <= wire::sel::kLastTimestampedOemType);
 }
 
 std::string hexText(std::span<const std::uint8_t> bytes)
@@ -33,9 +36,9 @@ std::string hexText(std::span<const std::uint8_t> bytes)
 /// An event record's part that others do not have.
 struct Event {
     explicit Event(const Ipmi::IpmiSelData& record)
-        : sensorType(bytesOf(record)[kSensorType]), type(static_cast<std::uint8_t>(record.eventType())),
-          offset(bytesOf(record)[kEventData] & kOffsetBits),
-          asserted((bytesOf(record)[kDirection] & kDeassertedBit) == 0)
+        : sensorType(bytesOf(record)[wire::sel::kSensorType]), type(static_cast<std::uint8_t>(record.eventType())),
+          offset(bytesOf(record)[wire::sel::kData1] & wire::sel::kOffsetMask),
+          asserted((bytesOf(record)[wire::sel::kDirectionAndType] & wire::sel::kDeassertion) == 0)
     {
     }
 
@@ -99,9 +102,8 @@ std::vector<Table::Cell> cellsOf(const Ipmi::IpmiSelData& record, const SelSenso
         cells.push_back({event.asserted ? "asserted" : "deasserted"});
         cells.push_back(severityCell(record, event.asserted));
     } else {
-        const bool oem = record.recordType() >= kFirstOem;
-        cells.push_back({fmt::format("{} 0x{:02x}", oem ? "OEM" : "type", record.recordType())});
-        cells.push_back({hexText(bytesOf(record).subspan(timed ? kOem : kTimestamp))});
+        cells.push_back({fmt::format("{} 0x{:02x}", isOem(record) ? "OEM" : "type", record.recordType())});
+        cells.push_back({hexText(bytesOf(record).subspan(timed ? wire::sel::kOemData : wire::sel::kUntimedOemData))});
         cells.resize(cells.size() + 2);
     }
     cells.push_back({form.raw ? hexText(bytesOf(record)) : ""});

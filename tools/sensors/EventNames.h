@@ -8,8 +8,6 @@
 namespace Tool
 {
 
-inline constexpr std::uint8_t kThresholdEvents = 0x01, kSensorSpecificEvents = 0x6f;
-
 /// Names of the states or events in a mask, bit n for offset n (IPMI 2.0, tables 42-2 and 42-3); "offset 3" where the
 /// standard has none.
 std::vector<std::string> eventNames(std::uint8_t eventType, std::uint8_t sensorType, unsigned mask);

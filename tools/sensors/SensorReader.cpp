@@ -3,7 +3,7 @@
 #include "base/Failure.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "sdr/SdrReader.h"
+#include "sdr/Repository.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -30,8 +30,8 @@ Sensors readSensors(const NodeSession& session)
     if (Ipmi::IpmiIfcSdrGetInfo(node) != 0)
         throw Failure(fmt::format("the BMC behind /dev/ipmi{} has no sensor repository, or stopped answering", node));
     Sensors sensors = Ipmi::IpmiIfc::getSensors(node);
-    if (sensors.empty())
-        SdrReader(session).read(); // a repository without sensors is fine, one that cannot be read is not
+    if (sensors.empty() && Ipmi::IpmiIfc::getSdrRecords(node).empty())
+        readRepository(session); // one without sensors is fine; one that cannot be read says here why
     std::sort(sensors.begin(), sensors.end(), [](const auto& a, const auto& b) { return sortKey(*a) < sortKey(*b); });
     return sensors;
 }

@@ -3,10 +3,11 @@
 
 #include "ipmi/IpmiSdrRecord.h"
 #include "sdr/SdrBytes.h"
-#include "sdr/SdrLayout.h"
 #include "sdr/SdrSummary.h"
 #include "sensors/EntityOutline.h"
 #include "sensors/EventNames.h"
+#include "wire/EventTypes.h"
+#include "wire/SdrLayout.h"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +17,8 @@
 
 namespace Tool
 {
+
+namespace sdr = Ipmi::wire::sdr;
 
 namespace
 {
@@ -39,17 +42,17 @@ struct Flag {
     const char* name;
 };
 constexpr std::array<Flag, 11> kFlags{{
-    {Sdr::kInitialization, 7, "settable"},
-    {Sdr::kInitialization, 6, "init scanning"},
-    {Sdr::kInitialization, 5, "init events"},
-    {Sdr::kInitialization, 4, "init thresholds"},
-    {Sdr::kInitialization, 3, "init hysteresis"},
-    {Sdr::kInitialization, 2, "init type"},
-    {Sdr::kInitialization, 1, "events enabled"},
-    {Sdr::kInitialization, 0, "scanning enabled"},
-    {Sdr::kCapabilities, 7, "ignore without entity"},
-    {Sdr::kCapabilities, 6, "auto re-arm"},
-    {Sdr::kUnits, 0, "percentage"},
+    {sdr::kInitialization, 7, "settable"},
+    {sdr::kInitialization, 6, "init scanning"},
+    {sdr::kInitialization, 5, "init events"},
+    {sdr::kInitialization, 4, "init thresholds"},
+    {sdr::kInitialization, 3, "init hysteresis"},
+    {sdr::kInitialization, 2, "init type"},
+    {sdr::kInitialization, 1, "events enabled"},
+    {sdr::kInitialization, 0, "scanning enabled"},
+    {sdr::kCapabilities, 7, "ignore without entity"},
+    {sdr::kCapabilities, 6, "auto re-arm"},
+    {sdr::kUnits, 0, "percentage"},
 }};
 
 SdrBytes recordOf(const Ipmi::IpmiSensor& sensor)
@@ -88,10 +91,10 @@ private:
 RecordFacts::RecordFacts(const Ipmi::IpmiSensor& sensor, const SensorView& view, Facts& facts)
     : sensor_(sensor), view_(view), record_(recordOf(sensor)), facts_(facts)
 {
-    const std::uint8_t type = record_.at(Sdr::kType);
-    const bool full = type == Sdr::kFullType;
+    const std::uint8_t type = record_.at(sdr::kType);
+    const bool full = type == sdr::kFullType;
     identity();
-    if (full || type == Sdr::kCompactType) {
+    if (full || type == sdr::kCompactType) {
         capabilities();
         units();
     }
@@ -99,20 +102,20 @@ RecordFacts::RecordFacts(const Ipmi::IpmiSensor& sensor, const SensorView& view,
         factors();
         analogReadings();
     }
-    if (full || type == Sdr::kCompactType)
+    if (full || type == sdr::kCompactType)
         masks();
     facts_.text("record", fmt::format("{:02x}", fmt::join(record_.all(), " ")));
 }
 
 void RecordFacts::identity()
 {
-    const std::uint8_t type = record_.at(Sdr::kType);
+    const std::uint8_t type = record_.at(sdr::kType);
     const Ipmi::IpmiEntity parent = sensor_.getEntity().getParent();
     const bool contained = parent.getId() != 0 || parent.getInstance() != 0;
     facts_.put("record_id", fmt::format("0x{:04x}", view_.recordId), view_.recordId);
     facts_.coded("record_type", type, recordTypeName(type));
     facts_.number("record_length", static_cast<int>(record_.size()));
-    facts_.hex("sdr_version", record_.at(Sdr::kVersion));
+    facts_.hex("sdr_version", record_.at(sdr::kVersion));
     facts_.hex("owner", view_.owner);
     facts_.number("channel", sensor_.getChannel());
     facts_.number("lun", sensor_.getLun());
@@ -122,7 +125,7 @@ void RecordFacts::identity()
     facts_.text("description", sensor_.getDescription());
     facts_.put("entity", entityTitle(view_.entity), jsonOf(view_.entity));
     facts_.put("entity_parent", contained ? entityTitle(parent) : "", contained ? jsonOf(parent) : Json(nullptr));
-    facts_.text("entity_kind", record_.bit(Sdr::kEntityInstance, Sdr::kLogicalEntityBit) ? "logical" : "physical");
+    facts_.text("entity_kind", record_.bit(sdr::kEntityInstance, sdr::kLogicalEntityBit) ? "logical" : "physical");
     facts_.text("type", view_.type);
     facts_.hex("type_code", view_.typeCode);
     facts_.coded("event_type", sensor_.getEventReadingType(), sensor_.getEventReadingTypeString());
@@ -145,9 +148,9 @@ void RecordFacts::capabilities()
 void RecordFacts::units()
 {
     facts_.text("unit", view_.unit);
-    facts_.coded("data_format", record_.bits(Sdr::kUnits, 7, 6), kFormats);
+    facts_.coded("data_format", record_.bits(sdr::kUnits, 7, 6), kFormats);
     // Of a compact record the library may name the event type instead, when it is used from the command line.
-    const bool named = record_.at(Sdr::kType) == Sdr::kFullType;
+    const bool named = record_.at(sdr::kType) == sdr::kFullType;
     facts_.coded("base_unit", sensor_.getBaseUnit(), named ? sensor_.getBaseUnitString() : "");
     facts_.coded("modifier_use", sensor_.getModifierUnitUse(), kModifierUses);
     facts_.coded("modifier_unit", sensor_.getModifierUnit(), sensor_.getModifierUnitString());
@@ -156,7 +159,7 @@ void RecordFacts::units()
 
 void RecordFacts::factors()
 {
-    using namespace Sdr::Full;
+    using namespace sdr::full;
     constexpr unsigned kNonlinear = 0x70;
     const unsigned linearization = record_.bits(kLinearization, 6, 0);
     if (linearization < kNonlinear)
@@ -165,8 +168,8 @@ void RecordFacts::factors()
         facts_.coded("linearization", linearization, linearization == kNonlinear ? "non-linear" : "OEM non-linear");
     facts_.number("m", record_.tenBits(kM));
     facts_.number("b", record_.tenBits(kB));
-    facts_.number("b_exponent", SdrBytes::signExtend(record_.bits(kExponents, 3, 0), 4));
-    facts_.number("result_exponent", SdrBytes::signExtend(record_.bits(kExponents, 7, 4), 4));
+    facts_.number("b_exponent", Ipmi::wire::signExtend(record_.bits(kExponents, 3, 0), 4));
+    facts_.number("result_exponent", Ipmi::wire::signExtend(record_.bits(kExponents, 7, 4), 4));
     const double tolerance = record_.bits(kTolerance, 5, 0) / 2.0;
     facts_.put("tolerance", fmt::format("+/- {} raw", tolerance), tolerance);
     const unsigned accuracy = record_.bits(kAccuracy, 5, 0) | record_.bits(kAccuracyExponent, 7, 4) << 6;
@@ -187,7 +190,7 @@ void RecordFacts::analogReadings()
         std::size_t index;
         int flag; ///< which bit says that it is specified; -1: always
     };
-    using namespace Sdr::Full;
+    using namespace sdr::full;
     constexpr std::array<Named, 5> kReadings{{{"nominal", kNominal, 0},
                                               {"normal_max", kNormalMax, 1},
                                               {"normal_min", kNormalMin, 2},
@@ -216,24 +219,24 @@ void RecordFacts::thresholdList(std::string key, unsigned mask)
 void RecordFacts::masks()
 {
     constexpr unsigned kStates = 0x7fff;
-    if (sensor_.getEventReadingType() == kThresholdEvents)
+    if (sensor_.getEventReadingType() == Ipmi::wire::event_type::kThreshold)
         return thresholdMasks();
-    events("assertion_events", record_.le16(Sdr::kAssertions) & kStates);
-    events("deassertion_events", record_.le16(Sdr::kDeassertions) & kStates);
-    events("readable_states", record_.le16(Sdr::kReadable) & kStates);
+    events("assertion_events", record_.le16(sdr::kAssertionMask) & kStates);
+    events("deassertion_events", record_.le16(sdr::kDeassertionMask) & kStates);
+    events("readable_states", record_.le16(sdr::kReadingMask) & kStates);
 }
 
 /// Above the events, the masks of a threshold sensor say with which thresholds a reading is compared.
 void RecordFacts::thresholdMasks()
 {
     constexpr unsigned kEvents = 0x0fff, kComparedShift = 12, kComparedBits = 3;
-    const unsigned lower = record_.le16(Sdr::kAssertions) >> kComparedShift & 7;
-    const unsigned upper = record_.le16(Sdr::kDeassertions) >> kComparedShift & 7;
-    events("assertion_events", record_.le16(Sdr::kAssertions) & kEvents);
-    events("deassertion_events", record_.le16(Sdr::kDeassertions) & kEvents);
+    const unsigned lower = record_.le16(sdr::kAssertionMask) >> kComparedShift & 7;
+    const unsigned upper = record_.le16(sdr::kDeassertionMask) >> kComparedShift & 7;
+    events("assertion_events", record_.le16(sdr::kAssertionMask) & kEvents);
+    events("deassertion_events", record_.le16(sdr::kDeassertionMask) & kEvents);
     thresholdList("compared_thresholds", lower | upper << kComparedBits);
-    thresholdList("readable_thresholds", record_.at(Sdr::kReadable));
-    thresholdList("settable_thresholds", record_.at(Sdr::kSettable));
+    thresholdList("readable_thresholds", record_.at(sdr::kReadableThresholds));
+    thresholdList("settable_thresholds", record_.at(sdr::kSettableThresholds));
 }
 
 void RecordFacts::events(std::string key, unsigned mask)
