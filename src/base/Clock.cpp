@@ -49,19 +49,19 @@ SystemClock& systemClock()
     return clock;
 }
 
-std::atomic<Clock*> installed{nullptr};
+std::atomic<Clock*> installedClock{nullptr};
 
 } // namespace
 
 Clock& Clock::get()
 {
-    Clock* clock = installed.load();
+    Clock* clock = installedClock.load();
     return clock ? *clock : systemClock();
 }
 
 Clock* Clock::use(Clock* clock)
 {
-    return installed.exchange(clock);
+    return installedClock.exchange(clock);
 }
 
 timespec deadlineAfter(std::chrono::microseconds wait)

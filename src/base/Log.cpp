@@ -10,7 +10,7 @@ namespace TRX
 
 namespace
 {
-std::atomic<LogSink> installed{nullptr};
+std::atomic<LogSink> installedSink{nullptr};
 constexpr std::size_t kLongestLine = 1024;
 } // namespace
 
@@ -19,7 +19,7 @@ void log(int priority, const char* format, ...)
     const int savedErrno = errno;
     va_list arguments;
     va_start(arguments, format);
-    if (LogSink sink = installed.load()) {
+    if (LogSink sink = installedSink.load()) {
         char text[kLongestLine];
         std::vsnprintf(text, sizeof text, format, arguments);
         sink(priority, text);
@@ -32,7 +32,7 @@ void log(int priority, const char* format, ...)
 
 void setLogSink(LogSink sink)
 {
-    installed.store(sink);
+    installedSink.store(sink);
 }
 
 } // namespace TRX

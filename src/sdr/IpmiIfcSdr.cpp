@@ -17,9 +17,6 @@ namespace Ipmi
 namespace
 {
 
-constexpr std::uint8_t kVersionBits = 0x0f, kNewestVersion = 2;
-constexpr std::uint8_t kVersion51 = 0x51; ///< what IPMI 1.5 and 2.0 repositories report
-
 /// A fresh read of the whole repository is at depth 1, under the info handler at 2, under the info fetch at 3. One that
 /// fetched the info itself because it had none comes back deeper and must not do so again.
 constexpr int kDeepestFreshRead = 3;
@@ -36,21 +33,18 @@ bool isGoodInfo(const ipmiifc_resp& resp)
     else if (resp.datalen != kInfoSize)
         TRX::log(LOG_WARNING, "SDR response buffer was wrong size %x (expecting %x)",
                  static_cast<unsigned>(resp.datalen), kInfoSize);
-    else if ((resp.data[1] & kVersionBits) > kNewestVersion)
+    else if ((resp.data[1] & wire::kVersionBits) > wire::kVersion2)
         TRX::log(LOG_WARNING, "Unexpected SDR Repository info version 0x%x - discarding results ", resp.data[1]);
     else
         return true;
     return false;
 }
 
-bool isReadable(std::uint8_t version)
+void logUnknownSdrVersion(std::uint8_t version)
 {
-    if (version == kVersion51 || (version & kVersionBits) >= kNewestVersion)
-        return true;
     static std::atomic<bool> logged{false}; // once per process, not per node: this is meant
     if (!logged.exchange(true))
         TRX::log(LOG_ERR, "IpmiIfcSdrGetAll: invalid version. version = 0x%x", version);
-    return false;
 }
 
 } // namespace
@@ -125,7 +119,11 @@ int IpmiIfcSdrGetAll(int node)
     if (IpmiIfcSdrReservation(node) == 0 && IpmiIfcSdrReserve(node) != 0)
         return -1;
     const ipmiifc_sdr_info info = IpmiIfc::getSdr(node);
-    if (!isReadable(info.version()) || info.recordCount() == 0)
+    if (!wire::isKnownVersion(info.version())) {
+        logUnknownSdrVersion(info.version());
+        return -1;
+    }
+    if (info.recordCount() == 0)
         return -1;
     if (IpmiIfcSdrGetHeaders(node) != 0)
         return -1; // the lists before stay

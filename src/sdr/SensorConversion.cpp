@@ -17,7 +17,7 @@ namespace
 
 constexpr double kLn2 = 0.6931471805599453;
 
-enum Format : unsigned int { kUnsigned, kOnesComplement, kTwosComplement, kNoAnalogReading };
+enum Format : unsigned int { kUnsigned, kOnesComplement, kTwosComplement, kNoAnalog };
 
 /// Linearisations; every code above is treated as linear.
 enum Linearization : unsigned int {
@@ -163,7 +163,7 @@ int IpmiSensor::convertToRawValue(double value) const
     if (value == 0.0 || record_.at(sdr::kType) != sdr::kFullType) // 0.0 is raw 0 whatever the factors: this is meant
         return 0;
     const Factors factors(record_);
-    if (factors.format == kNoAnalogReading || (factors.format == kUnsigned && factors.m == 0))
+    if (factors.format == kNoAnalog || (factors.format == kUnsigned && factors.m == 0))
         return 0;
     const double v = unlinearize(factors.linearization, value);
     double r = v / (factors.resultScale * factors.m) - (factors.b * factors.bScale) / factors.m;

@@ -23,21 +23,21 @@ namespace
 {
 
 /// Where a kind of record has its identifier, and how its sensors share it.
-struct Kind {
+struct IdPlaces {
     unsigned int idCode;
     unsigned int sharing = 0; ///< 0: never shared
     unsigned int modifierOffset = 0;
 };
 
-std::optional<Kind> kindOf(const IpmiSdrRecord& record)
+std::optional<IdPlaces> idPlacesOf(const IpmiSdrRecord& record)
 {
     switch (record.at(sdr::kType)) {
     case sdr::kFullType:
-        return Kind{sdr::full::kIdCode};
+        return IdPlaces{sdr::full::kIdCode};
     case sdr::kCompactType:
-        return Kind{sdr::compact::kIdCode, sdr::compact::kSharing, sdr::compact::kModifierOffset};
+        return IdPlaces{sdr::compact::kIdCode, sdr::compact::kSharing, sdr::compact::kModifierOffset};
     case sdr::kEventOnlyType:
-        return Kind{sdr::event_only::kIdCode, sdr::event_only::kSharing, sdr::event_only::kModifierOffset};
+        return IdPlaces{sdr::event_only::kIdCode, sdr::event_only::kSharing, sdr::event_only::kModifierOffset};
     default:
         return std::nullopt;
     }
@@ -51,7 +51,7 @@ struct Share {
 
 Share shareOf(const IpmiSdrRecord& record)
 {
-    const auto kind = kindOf(record);
+    const auto kind = idPlacesOf(record);
     if (!kind || kind->sharing == 0)
         return {};
     const unsigned int sharing = record.at(kind->sharing);
@@ -137,7 +137,7 @@ std::string plainName(const IpmiSensor& sensor)
 std::string IpmiSensor::getSensorIdString() const
 {
     constexpr unsigned int kNumeric = 0, kAlphabetic = 1;
-    const auto kind = kindOf(record_);
+    const auto kind = idPlacesOf(record_);
     if (!kind || kind->idCode >= record_.length)
         return {};
     const std::span<const std::uint8_t> bytes(record_.bytes, record_.length);

@@ -8,7 +8,7 @@ namespace
 {
 
 // "going low" ends with a blank: this is meant.
-constexpr EventText kRows[] = {
+constexpr EventText kGenericRows[] = {
     {0x01, 0x00, "Threshold", "Lower Non-critical going low "},
     {0x01, 0x01, "Threshold", "Lower Non-critical going high"},
     {0x01, 0x02, "Threshold", "Lower Critical going low "},
@@ -72,10 +72,10 @@ constexpr EventText kRows[] = {
     {0x1b, 0x00, "Cable/Interconnect", "Connected"},
     {0x1b, 0x01, "Cable/Interconnect", "Config Error"},
 };
-static_assert(inOrder(kRows));
+static_assert(inOrder(kGenericRows));
 
 } // namespace
 
-constinit const EventTexts kGenericEventTexts{kRows};
+constinit const EventTexts kGenericEventTexts{kGenericRows};
 
 } // namespace Ipmi

@@ -18,9 +18,6 @@ namespace
 {
 
 constexpr std::chrono::seconds kBeforeReservation{1}; ///< that a BMC may not be ready for
-constexpr std::uint8_t kVersionBits = 0x0f, kOldestVersion = 2;
-constexpr std::uint8_t kVersion51 = 0x51; ///< what IPMI 1.5 and 2.0 logs report
-
 bool isWholeInfo(const ipmiifc_resp* resp)
 {
     return resp && resp->cc == 0 && resp->datalen >= static_cast<int>(sizeof(ipmiifc_sel_info::bytes)) &&
@@ -93,14 +90,11 @@ void readAdditions(int node, const ipmiifc_sel_info& info)
     setInfo(node, info);
 }
 
-bool isReadable(std::uint8_t version)
+void logUnknownSelVersion(std::uint8_t version)
 {
-    if (version == kVersion51 || (version & kVersionBits) >= kOldestVersion)
-        return true;
     static std::atomic<bool> _invalid_version_logged{false}; // once per process, not per node: this is meant
     if (!_invalid_version_logged.exchange(true))
         TRX::log(LOG_ERR, "IpmiIfcSelGetAll: invalid version. Version = 0x%x", version);
-    return false;
 }
 
 /// Fetches an info for a log of which there is none, and leaves the cache empty. @return 0, or the failed fetch's
@@ -220,8 +214,10 @@ int IpmiIfcSelGetAll(int node)
     if (selReservation(node) == 0)
         IpmiIfcSelReserve(node);
     const ipmiifc_sel_info info = IpmiIfc::getRawSelHeader(node);
-    if (!isReadable(info.version()))
+    if (!wire::isKnownVersion(info.version())) {
+        logUnknownSelVersion(info.version());
         return -1;
+    }
     if (info.entryCount() != 0)
         return IpmiIfcSelReadAll(node);
     TRX::log(LOG_ERR, "IpmiIfcSelGetAll: node %d no record count", node);

@@ -7,7 +7,7 @@ namespace Ipmi
 namespace
 {
 
-constexpr EventText kRows[] = {
+constexpr EventText kSensorRows[] = {
     {0x00, 0x00, "Reserved", nullptr},
     {0x01, 0x00, "Temperature", nullptr},
     {0x02, 0x00, "Voltage", nullptr},
@@ -316,10 +316,10 @@ constexpr EventText kRows[] = {
     {0xf2, 0x01, "Module Hot Swap", "Module Handle Opened"},
     {0xf2, 0x02, "Module Hot Swap", "Quiesced"},
 };
-static_assert(inOrder(kRows));
+static_assert(inOrder(kSensorRows));
 
 } // namespace
 
-constinit const EventTexts kSensorEventTexts{kRows};
+constinit const EventTexts kSensorEventTexts{kSensorRows};
 
 } // namespace Ipmi

@@ -36,6 +36,14 @@ inline constexpr std::size_t kVersion = 1, kCount = 2, kFreeSpace = 4, kTimes = 
 inline constexpr std::size_t kTimesSize = kOperations - kTimes;
 } // namespace repository_info
 
+/// Versions of repositories and logs: BCD, low digit first, as 2.0 has it; 51h is what IPMI 1.5 and 2.0 report.
+inline constexpr std::uint8_t kVersionBits = 0x0f, kVersion2 = 2, kVersion51 = 0x51;
+
+constexpr bool isKnownVersion(std::uint8_t version)
+{
+    return version == kVersion51 || (version & kVersionBits) >= kVersion2;
+}
+
 namespace record_piece // IPMI 2.0, 33.12 Get SDR and 31.5 Get SEL Entry
 {
 inline constexpr std::size_t kNextId = 1, kData = 3;

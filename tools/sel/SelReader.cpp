@@ -60,7 +60,7 @@ std::optional<SelEntry> readSelEntry(int node, std::uint16_t id)
     using namespace Ipmi::wire;
     constexpr std::size_t kNext = record_piece::kNextId - 1, kRecord = record_piece::kData - 1; // in a Reply's data
     const auto reply = sendTo(node, kGetSelEntry, Writer().le16(0).le16(id).u8(0).u8(record_piece::kWhole));
-    if (!reply || reply->data.size() != kRecord + kSelRecordSize)
+    if (!reply || reply->data.size() < kRecord + kSelRecordSize)
         return std::nullopt;
     SelEntry entry;
     entry.next = Ipmi::le16(&reply->data[kNext]);
