@@ -114,6 +114,8 @@ TEST(SensorList, IsFullThenCompactThenEventOnlyNewestFirst)
     }
     EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); // a rebuild makes new sensors; the old ones live on
     EXPECT_NE(IpmiIfc::getSensors(0).at(0).get(), node.sensors[0].get());
+    IpmiIfcCloseForCLI(0);
+    EXPECT_TRUE(IpmiIfc::getSensors(0).empty());
     EXPECT_EQ(node.sensors[0]->getSensorNumber(), 0x13);
 }
 
