@@ -156,6 +156,8 @@ void PollLoop::tellHandlers()
 
 void IpmiIfc::poll(int node)
 {
+    if (!isNode(node))
+        return;
     TRX::log(LOG_DEBUG, "Node %d: IpmiIfc::poll called", node);
     PollLoop(node).run();
 }

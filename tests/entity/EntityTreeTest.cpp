@@ -24,9 +24,9 @@ Bytes association(std::uint8_t flags, Bytes members, Bytes container = {7, 1}, s
     return Sim::writeRecord(0, type, body);
 }
 
-Bytes sensorOf(std::uint8_t entity, std::uint8_t instance)
+Bytes sensorOf(std::uint8_t entity, std::uint8_t instance, Kind kind = Kind::full)
 {
-    return sensorRecord(Kind::full, 0x01, {{kEntityAt, entity}, {kEntityAt + 1, instance}});
+    return sensorRecord(kind, 0x01, {{kEntityAt, entity}, {kEntityAt + 1, instance}});
 }
 
 /// The flat list, "<container" behind what is contained.
@@ -66,8 +66,9 @@ TEST(EntityTree, IsWhatTheRecordsSay)
         {"device-relative", {association(kList, {29, 0x61, 0, 0}, {23, 1}, 0x09)}, "23.1 29.97<23.1"},
         {"cut record", {association(kList, {3}), association(kRange, {})}, "7.1 3.0<7.1"},
         {"sensors",
-         {sensorOf(19, 1), sensorOf(10, 0x82), sensorOf(10, 2), association(kList, {10, 2})},
-         "7.1 10.2<7.1 19.1"},
+         {sensorOf(23, 1, Kind::eventOnly), sensorOf(20, 1, Kind::compact), sensorOf(19, 1), sensorOf(10, 0x82),
+          sensorOf(10, 2), association(kList, {10, 2})},
+         "7.1 10.2<7.1 19.1 20.1 23.1"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -97,6 +98,7 @@ TEST(EntityTree, RefusesWhatDoesNotFit)
     for (const int bad : {-1, 4})
         EXPECT_EQ(Ipmi::IpmiIfcEntityAddParent(bad, &other, 0), -1);
     EXPECT_EQ(IpmiIfc::getEntityParent(0x103, 1).getId(), 0U) << "ids are bytes";
+    EXPECT_EQ(IpmiIfc::getEntityParent(3, 0x81).getId(), 7U) << "and instances seven bits";
 }
 
 TEST(EntityTree, TakesThousandsOfAssociationsInTime)

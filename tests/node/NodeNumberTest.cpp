@@ -69,39 +69,41 @@ int lengthOfMaker(unsigned char& length)
     return IpmiIfc::getManufacturerId(id, length);
 }
 
-using I = IpmiIfc;
 using State = IpmiIfc::IPMI_STATE;
 constexpr int kAnyState = -1;
 
+// A member's name, and its forms with a number and without one.
+#define BOTH(member) #member, IpmiIfc::member, IpmiIfc::member
+
 const Member kMembers[] = {
-    member("getState", I::getState, I::getState, "0"),
-    member<State, int>("waitState", I::waitState, I::waitState, "0", kAnyState),
-    member<State, int, long, long>("timedWaitState", I::timedWaitState, I::timedWaitState, "0", kAnyState, 1, 0),
-    member("getPollingInterval", I::getPollingInterval, I::getPollingInterval, "-1"),
-    member("sendCmd", I::sendCmd, I::sendCmd, "255", 0x01, 0x06, 0, nullptr, nullptr, nullptr),
+    member(BOTH(getState), "0"),
+    member<State, int>(BOTH(waitState), "0", kAnyState),
+    member<State, int, long, long>(BOTH(timedWaitState), "0", kAnyState, 1, 0),
+    member(BOTH(getPollingInterval), "-1"),
+    member(BOTH(sendCmd), "255", 0x01, 0x06, 0, nullptr, nullptr, nullptr),
     number("getManufacturerId", lengthOfMaker, lengthOfMaker),
-    member("getManufacturerName", I::getManufacturerName, I::getManufacturerName, ""),
-    number("getProductId", I::getProductId, I::getProductId),
-    number("getDeviceId", I::getDeviceId, I::getDeviceId),
-    number("getDeviceRevision", I::getDeviceRevision, I::getDeviceRevision),
-    member("getFirmwareVersion", I::getFirmwareVersion, I::getFirmwareVersion, ""),
-    member("getIpmiVersion", I::getIpmiVersion, I::getIpmiVersion, ""),
-    member("getHostOsName", I::getHostOsName, I::getHostOsName, ""),
-    member("getHostOsVersion", I::getHostOsVersion, I::getHostOsVersion, ""),
-    number("getSelfTest", I::getSelfTest, I::getSelfTest),
-    member("getSelfTestText", I::getSelfTestText, I::getSelfTestText, ""),
-    member("getSdr", I::getSdr, I::getSdr, "0"),
-    member("getSensors", I::getSensors, I::getSensors, "0"),
-    member("getSensor", I::getSensor, I::getSensor, "null", 5, 0x20),
-    member("getSel", I::getSel, I::getSel, "null"),
-    member("getRawSelHeader", I::getRawSelHeader, I::getRawSelHeader, "0"),
-    member("getSelData", I::getSelData, I::getSelData, "0"),
-    member("getLastProcessedSELEntry", I::getLastProcessedSELEntry, I::getLastProcessedSELEntry, "0"),
-    member("generatesMemoryEvents", I::generatesMemoryEvents, I::generatesMemoryEvents, "0"),
-    member("selGetClock", I::selGetClock, I::selGetClock, "0"),
-    member("getEntities", I::getEntities, I::getEntities, "0"),
-    member("getEntityParent", I::getEntityParent, I::getEntityParent, "Unspecified", 10, 1),
-    member("clearSel", I::clearSel, I::clearSel, "-2"),
+    member(BOTH(getManufacturerName), ""),
+    number(BOTH(getProductId)),
+    number(BOTH(getDeviceId)),
+    number(BOTH(getDeviceRevision)),
+    member(BOTH(getFirmwareVersion), ""),
+    member(BOTH(getIpmiVersion), ""),
+    member(BOTH(getHostOsName), ""),
+    member(BOTH(getHostOsVersion), ""),
+    number(BOTH(getSelfTest)),
+    member(BOTH(getSelfTestText), ""),
+    member(BOTH(getSdr), "0"),
+    member(BOTH(getSensors), "0"),
+    member(BOTH(getSensor), "null", 5, 0x20),
+    member(BOTH(getSel), "null"),
+    member(BOTH(getRawSelHeader), "0"),
+    member(BOTH(getSelData), "0"),
+    member(BOTH(getLastProcessedSELEntry), "0"),
+    member(BOTH(generatesMemoryEvents), "0"),
+    member(BOTH(selGetClock), "0"),
+    member(BOTH(getEntities), "0"),
+    member(BOTH(getEntityParent), "Unspecified", 10, 1),
+    member(BOTH(clearSel), "-2"),
 };
 
 void ignore(void*, IpmiSelData*) {}

@@ -61,7 +61,7 @@ const Schedule kSchedules[] = {
     {"full", IPMI_POLL_FULL, 30, {}, [](int) { return char(kRepository); }, 500},
     {"sensors", IPMI_POLL_SENSORS, 30, {}, [](int) { return char(kReadings); }, 0},
     {"event log", IPMI_POLL_SEL, 30, {}, [](int) { return char(kEventLog); }, 0},
-    {"event log where the eighth cycle would be, which comes next",
+    {"event log, then ordinary",
      IPMI_POLL_SEL,
      1,
      {},
@@ -70,12 +70,7 @@ const Schedule kSchedules[] = {
      8},
     {"none", IPMI_POLL_NONE, 30, {}, [](int) { return char(kNothing); }, 0},
     {"new events", IPMI_POLL_NORMAL, 30, {3, 100}, afterEvents, 2 + 12 + 50},
-    {"new events, readings",
-     IPMI_POLL_SENSORS,
-     30,
-     {5},
-     [](int n) { return char(n == 5 ? kRepository : kReadings); },
-     1},
+    {"events, readings", IPMI_POLL_SENSORS, 30, {5}, [](int n) { return char(n == 5 ? kRepository : kReadings); }, 1},
 };
 
 TEST(Poll, keepsItsScheduleForFiveHundredCycles)

@@ -115,6 +115,8 @@ TEST(SensorList, IsFullThenCompactThenEventOnlyNewestFirst)
     }
     EXPECT_EQ(IpmiIfcSdrGetInfo(0), 0); // a rebuild makes new sensors; the old ones live on
     EXPECT_NE(IpmiIfc::getSensors(0).at(0).get(), node.sensors[0].get());
+    IpmiIfcCloseForCLI(0);
+    EXPECT_TRUE(IpmiIfc::getSensors(0).empty());
     EXPECT_EQ(node.sensors[0]->getSensorNumber(), 0x13);
 }
 
@@ -303,13 +305,35 @@ TEST(SensorRefreshAll, ASilentControllerIsAskedAlone)
     EXPECT_EQ(IpmiIfc::getSensor(1, kBmc)->getReadingAge(), 5000);
     EXPECT_EQ(IpmiIfc::getSensor(3, kSoftware)->getReadingAge(), -1);
 
-    node.restart();
-    EXPECT_EQ(node.pass(), "1 2 3") << "its turn has not come";
-    {
+    const auto answerSomebody = [&node] {
+        node.restart();
+        EXPECT_EQ(node.pass(), "1 2 3") << "its turn has not come";
         const TargetScope satellite(0, kSatellite, 0, 0);
         ask(0, wire::kGetDeviceId);
-    }
-    EXPECT_EQ(node.pass(), "1 2 4 5 6 0") << "it has answered somebody";
+    };
+    answerSomebody();
+    EXPECT_EQ(node.pass(), "1 2 4 5 6 0");
+    node.restart({always(kSatellite, code(0xcb), {4})});
+    EXPECT_EQ(node.passesLike("1 2 4 5 6 1", 9), "1 2 4 8 ");
+    node.restart({always(kSatellite, kSilence)});
+    EXPECT_EQ(node.passesLike("1 2 5 ?s 3", 2), "1 ");
+    answerSomebody();
+    EXPECT_EQ(node.pass(), "1 2 4 5 6 0") << "whatever failed before its silence";
+}
+
+TEST(SensorRefreshAll, ControllersAtOneAddressOfTwoChannelsAreTwo)
+{
+    const Changes first{{kNumberAt, 1}, {kOwnerAt, kSatellite}},
+        second{{kOwnerAt, kSatellite}, {kLunAt, 0x10}, {kNumberAt, 2}};
+    LoadedBmc node({sensorRecord(Kind::full, 0x6f, second, 2), sensorRecord(Kind::full, 0x6f, first, 1)});
+    node.sim.device([](Sim::Device& device) {
+        device.setIpmbChannels(1U << 0 | 1U << 1);
+        device.setIpmbTiming(0, 1s);
+    });
+    EXPECT_GT(IpmiIfcOpenIpmiOpen(0), 0); // the channels are told at opening
+    node.restart({always(kSatellite, kSilence)});
+    EXPECT_EQ(IpmiIfcSensorRefreshAll(0), 2);
+    EXPECT_EQ(node.questions(), "1 ?s 2 ?s ");
 }
 
 TEST(SensorRefreshAll, ASilentBmcCostsTwoTimeoutsAndThenOne)
