@@ -3,9 +3,9 @@
 #include "SimDevice.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "sim/Bmc.h"
-#include "sim/SdrSensors.h"
-#include "sim/SdrWriter.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/machine/SdrSensors.h"
+#include "sim/machine/SdrWriter.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>

@@ -1,9 +1,9 @@
 #include "BigMachine.h"
 
-#include "sim/Command.h"
-#include "sim/SdrLayout.h"
-#include "sim/SdrSensors.h"
-#include "sim/SdrWriter.h"
+#include "sim/bmc/BmcCommand.h"
+#include "sim/machine/SdrLayout.h"
+#include "sim/machine/SdrSensors.h"
+#include "sim/machine/SdrWriter.h"
 
 #include <algorithm>
 

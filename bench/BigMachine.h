@@ -1,7 +1,7 @@
 // Machines with as many sensors as wanted, and a BMC that answers for the thousandth as fast as for the first.
 #pragma once
 
-#include "sim/Bmc.h"
+#include "sim/bmc/Bmc.h"
 
 #include <atomic>
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "BigMachine.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "sim/SelLayout.h"
+#include "sim/machine/SelLayout.h"
 
 namespace Bench
 {
@@ -31,9 +31,9 @@ LoggedBmc::LoggedBmc(unsigned events, unsigned sensors) : bmc_(machine(sensors))
 
 void LoggedBmc::addEvents(unsigned count)
 {
-    bmc_.setSelTime(++time_);
+    bmc_.state()->clock.set(++time_);
     for (unsigned i = 0; i < count; ++i)
-        bmc_.addEvent(kEvent);
+        bmc_.state()->raiseEvent(kEvent);
     events_ += count;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "SimDevice.h"
-#include "sim/Bmc.h"
+#include "sim/bmc/Bmc.h"
 
 #include <cstddef>
 #include <cstdint>

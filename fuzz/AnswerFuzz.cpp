@@ -1,8 +1,9 @@
 // A BMC whose answers the input spoils while a node is loaded, refreshed and asked everything.
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
-#include "sim/Bmc.h"
-#include "sim/SdrSensors.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/machine/MachineFile.h"
+#include "sim/machine/SdrSensors.h"
 #include "support/CallerUse.h"
 #include "support/Fuzz.h"
 #include "support/SimNode.h"

@@ -1,7 +1,8 @@
 // Bytes from a virtual machine: its frames, and the BMC's answers to the requests in them, which read back as they
 // were.
-#include "sim/Bmc.h"
-#include "sim/SystemInterface.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/bus/SystemInterface.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/vm/VmFrame.h"
 #include "support/Fuzz.h"
 

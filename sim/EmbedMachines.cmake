@@ -1,5 +1,5 @@
 # cmake -DOUTPUT=file.cpp -DMACHINES="a.json;b.json" -P EmbedMachines.cmake: machine files as C++ literals.
-set(text "#include \"sim/BuiltinMachines.h\"\n\nnamespace Sim\n{\n\nnamespace\n{\n\nconstexpr BuiltinMachine kMachines[] = {\n")
+set(text "#include \"sim/machine/BuiltinMachines.h\"\n\nnamespace Sim\n{\n\nnamespace\n{\n\nconstexpr BuiltinMachine kMachines[] = {\n")
 foreach(machine IN LISTS MACHINES)
   get_filename_component(name "${machine}" NAME_WE)
   file(READ "${machine}" hex HEX)

@@ -1,6 +1,6 @@
 // What libFuzzer calls in every target. The library's log lines go nowhere.
 #include "base/Log.h"
-#include "sim/MachineFile.h"
+#include "sim/machine/MachineFile.h"
 #include "support/Fuzz.h"
 
 #include <cstring>

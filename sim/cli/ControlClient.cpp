@@ -21,7 +21,7 @@ namespace
 
 constexpr std::size_t kLongestAnswer = 64U << 20;
 
-std::string folderOf(const std::string& given)
+std::string servedFolder(const std::string& given)
 {
     const char* used = std::getenv("TRX_BMCSIM_DIR"); // the simulator that this shell's programs use
     if (!given.empty())
@@ -65,10 +65,10 @@ nlohmann::json askSimulator(const std::string& folder, const nlohmann::json& req
     const std::string line = request.dump(-1, ' ', true, json::error_handler_t::replace) + '\n';
     if (line.size() > ControlServer::kLongestLine)
         throw UserMistake("that is too much for one request, of at most 64 KB");
-    const std::string answer = exchangeLine(connectTo(folderOf(folder)), line);
+    const std::string answer = exchangeLine(connectTo(servedFolder(folder)), line);
     json parsed = json::parse(answer, nullptr, false);
     if (!parsed.is_object())
-        throw UserMistake("the simulator in " + folderOf(folder) + " does not answer");
+        throw UserMistake("the simulator in " + servedFolder(folder) + " does not answer");
     if (parsed.contains("error"))
         throw UserMistake(parsed["error"].is_string() ? parsed["error"].get<std::string>() : parsed["error"].dump());
     return parsed;

@@ -1,10 +1,10 @@
 #include "sim/cli/CtlVerb.h"
 
-#include "sim/JsonReader.h"
-#include "sim/RawFiles.h"
 #include "sim/cli/ControlClient.h"
 #include "sim/cli/UserMistake.h"
 #include "sim/control/ControlServer.h"
+#include "sim/machine/InputFile.h"
+#include "sim/machine/JsonReader.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

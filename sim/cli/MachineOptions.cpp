@@ -1,7 +1,8 @@
 #include "sim/cli/MachineOptions.h"
 
-#include "sim/RawFiles.h"
 #include "sim/cli/UserMistake.h"
+#include "sim/machine/MachineFile.h"
+#include "sim/machine/RawFiles.h"
 
 #include <charconv>
 

@@ -1,7 +1,7 @@
 // The options that say which machine is simulated and how it behaves.
 #pragma once
 
-#include "sim/Bmc.h"
+#include "sim/machine/Machine.h"
 
 #include <string>
 #include <vector>

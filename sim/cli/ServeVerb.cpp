@@ -1,6 +1,6 @@
 #include "sim/cli/ServeVerb.h"
 
-#include "sim/SystemInterface.h"
+#include "sim/bus/SystemInterface.h"
 #include "sim/cli/PreloadedProgram.h"
 #include "sim/cli/SimulatedNode.h"
 #include "sim/cli/SocketFolder.h"
@@ -66,7 +66,7 @@ std::string quoted(const std::string& text)
     return word + "'";
 }
 
-std::string folderOf(const std::string& given)
+std::string servingFolder(const std::string& given)
 {
     return given.empty() ? usualFolder() : std::filesystem::absolute(given).lexically_normal().string();
 }
@@ -86,7 +86,7 @@ void serveVerb(const ServeOptions& options)
 {
     SimulatedNode node(options.machine);
     ::umask(0077);
-    const ServingFolder folder(folderOf(options.folder));
+    const ServingFolder folder(servingFolder(options.folder));
     DeviceSocket device(node.device, folder.path());
     ControlServer control(node.bmc, folder.path() + kControlSocket);
     VmDoor vm(node.bmc, options.vmPort);
@@ -98,7 +98,8 @@ void serveVerb(const ServeOptions& options)
 void envVerb(const std::string& folder)
 {
     const char* already = std::getenv("LD_PRELOAD");
-    const std::string preload = withShim(already ? already : ""), place = folderOf(folder); // or nothing is printed
+    const std::string preload = withShim(already ? already : ""),
+                      place = servingFolder(folder); // or nothing is printed
     std::cout << "export LD_PRELOAD=" << quoted(preload) << " TRX_BMCSIM_DIR=" << quoted(place) << '\n';
 }
 

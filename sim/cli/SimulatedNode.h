@@ -1,7 +1,7 @@
 // What the options describe: a BMC and the driver in front of it.
 #pragma once
 
-#include "sim/Bmc.h"
+#include "sim/bmc/Bmc.h"
 #include "sim/cli/MachineOptions.h"
 #include "sim/device/Device.h"
 #include "sim/loop/EventLoop.h"

@@ -1,7 +1,7 @@
 // The folder with the sockets through which programs reach a simulator.
 #pragma once
 
-#include "sim/Descriptor.h"
+#include "sim/loop/Descriptor.h"
 
 #include <string>
 

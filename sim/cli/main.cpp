@@ -2,6 +2,7 @@
 #include "sim/cli/CommandLine.h"
 #include "sim/cli/ExecVerb.h"
 #include "sim/cli/UserMistake.h"
+#include "sim/machine/MachineFile.h"
 
 #include <algorithm>
 #include <cerrno>

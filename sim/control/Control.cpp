@@ -1,9 +1,9 @@
 #include "sim/control/Control.h"
 
-#include "sim/JsonReader.h"
 #include "sim/control/CommandNames.h"
 #include "sim/control/EventControl.h"
 #include "sim/control/NamedSensor.h"
+#include "sim/machine/JsonReader.h"
 
 #include <exception>
 
@@ -67,8 +67,8 @@ json set(Bmc& bmc, JsonObject& request)
     if (raw)
         setRaw(bmc, sensor, request.byte("raw"));
     if (states)
-        bmc.setStates(sensor.key, static_cast<std::uint16_t>(request.integer("states", 0, 0x7fff)));
-    bmc.setUnavailable(sensor.key, unavailable);
+        bmc.state()->setStates(sensor.key, static_cast<std::uint16_t>(request.integer("states", 0, 0x7fff)));
+    bmc.state()->setUnavailable(sensor.key, unavailable);
     return {{"sensor", describe(bmc.machine(), sensor)}};
 }
 

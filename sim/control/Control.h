@@ -1,7 +1,7 @@
 // What may be changed and asked while a simulator serves: one JSON object a request, one an answer.
 #pragma once
 
-#include "sim/Bmc.h"
+#include "sim/bmc/Bmc.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "sim/control/EventControl.h"
 
-#include "sim/SelLayout.h"
-#include "sim/SensorEvents.h"
+#include "sim/bmc/SensorEvents.h"
 #include "sim/control/NamedSensor.h"
+#include "sim/machine/SelLayout.h"
 
 #include <algorithm>
 
@@ -78,10 +78,11 @@ json addEvents(Bmc& bmc, JsonObject& request)
     const SelRecord record = raw ? rawRecord(request) : sensorEvent(bmc, request);
     const std::int64_t count = request.integer("count", 1, kMostEvents, 1);
     request.finish();
+    const auto state = bmc.state();
     std::int64_t logged = 0;
     std::uint16_t last = 0;
     for (std::int64_t i = 0; i < count; ++i) {
-        const std::uint16_t id = raw ? bmc.addSelRecord(record) : bmc.addEvent(record);
+        const std::uint16_t id = raw ? state->log.add(record) : state->raiseEvent(record);
         logged += id != 0 ? 1 : 0;
         last = id != 0 ? id : last;
     }
@@ -93,18 +94,19 @@ json eventLog(Bmc& bmc, JsonObject& request)
     const bool clear = request.flag("clear", false), hasTime = request.has("time");
     const auto time = static_cast<std::uint32_t>(request.integer("time", 0, 0xffffffff, 0));
     request.finish();
+    const auto state = bmc.state();
     if (clear)
-        bmc.clearSel();
+        state->log.clear();
     if (hasTime)
-        bmc.setSelTime(time);
-    const Machine machine = bmc.machine();
+        state->clock.set(time);
+    const Machine& machine = state->machine;
     json records = json::array();
     for (const SelRecord& record : machine.sel)
         records.push_back(hexOf(record));
     return {{"records", std::move(records)},
             {"capacity", machine.selCapacity},
             {"overflow", machine.selOverflow},
-            {"time", bmc.selTime()}};
+            {"time", state->now()}};
 }
 
 } // namespace Sim

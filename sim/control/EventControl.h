@@ -1,8 +1,8 @@
 // The control's requests about events and their log.
 #pragma once
 
-#include "sim/Bmc.h"
-#include "sim/JsonReader.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/machine/JsonReader.h"
 
 namespace Sim
 {

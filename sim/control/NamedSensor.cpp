@@ -1,17 +1,15 @@
 #include "sim/control/NamedSensor.h"
 
 #include "sdr/IdString.h"
-#include "sim/JsonReader.h"
-#include "sim/SdrLayout.h"
-#include "sim/SdrSensors.h"
+#include "sim/machine/JsonReader.h"
+#include "sim/machine/SdrLayout.h"
+#include "sim/machine/SdrSensors.h"
 
 #include <algorithm>
 #include <map>
 
 namespace Sim
 {
-
-using namespace SdrLayout;
 
 namespace
 {
@@ -26,14 +24,14 @@ static_assert(signedBits(0x3ff, 10) == -1 && signedBits(0x1ff, 10) == 511 && sig
 
 std::optional<SensorScale> scaleOf(const Bytes& record)
 {
-    if (record[kType] != kFullType || record.size() < Full::kIdCode)
+    if (record[SdrLayout::kType] != SdrLayout::kFullType || record.size() < SdrLayout::Full::kIdCode)
         return std::nullopt;
-    const std::uint8_t* factors = record.data() + Full::kFactors;
+    const std::uint8_t* factors = record.data() + SdrLayout::Full::kFactors;
     SensorScale scale;
-    scale.format = static_cast<RawFormat>(record[kUnits] >> 6);
+    scale.format = static_cast<RawFormat>(record[SdrLayout::kUnits] >> 6);
     if (scale.format == RawFormat::none)
         return std::nullopt;
-    scale.linearization = record[Full::kLinearization] & 0x7f;
+    scale.linearization = record[SdrLayout::Full::kLinearization] & 0x7f;
     scale.m = signedBits(factors[0] | (factors[1] & 0xc0U) << 2, 10);
     scale.b = signedBits(factors[2] | (factors[3] & 0xc0U) << 2, 10);
     scale.bExponent = signedBits(factors[5] & 0x0fU, 4);
@@ -49,13 +47,15 @@ struct Layout {
 /// Nullopt: no sensor's record.
 std::optional<Layout> layoutOf(const Bytes& record)
 {
-    switch (record.size() > kType ? record[kType] : 0) {
-    case kFullType:
-        return Layout{kSensorType, kEventType, 0, Full::kIdCode};
-    case kCompactType:
-        return Layout{kSensorType, kEventType, Compact::kShare, Compact::kIdCode};
-    case kEventOnlyType:
-        return Layout{EventOnly::kSensorType, EventOnly::kEventType, EventOnly::kShare, EventOnly::kIdCode};
+    switch (record.size() > SdrLayout::kType ? record[SdrLayout::kType] : 0) {
+    case SdrLayout::kFullType:
+        return Layout{SdrLayout::kSensorType, SdrLayout::kEventType, 0, SdrLayout::Full::kIdCode};
+    case SdrLayout::kCompactType:
+        return Layout{SdrLayout::kSensorType, SdrLayout::kEventType, SdrLayout::Compact::kShare,
+                      SdrLayout::Compact::kIdCode};
+    case SdrLayout::kEventOnlyType:
+        return Layout{SdrLayout::EventOnly::kSensorType, SdrLayout::EventOnly::kEventType, SdrLayout::EventOnly::kShare,
+                      SdrLayout::EventOnly::kIdCode};
     default:
         return std::nullopt;
     }
@@ -64,7 +64,7 @@ std::optional<Layout> layoutOf(const Bytes& record)
 /// What a shared record adds to its name for the sensor `share`: IPMI 2.0, id string instance modifier.
 std::string modifier(const Bytes& record, const Layout& layout, unsigned share)
 {
-    if (layout.share == 0 || record.size() <= layout.share + 1 || sensorCount(record) < 2)
+    if (layout.share == 0 || record.size() <= layout.share + 1 || SdrLayout::sensorCount(record) < 2)
         return {};
     const bool alphabetic = (record[layout.share] & 0x30) == 0x10;
     const unsigned number = (record[layout.share + 1] & 0x7fU) + share;
@@ -83,9 +83,9 @@ void addSensors(const Bytes& record, std::map<SensorKey, NamedSensor>& named)
     const auto layout = layoutOf(record);
     if (!layout || record.size() <= layout->eventType)
         return;
-    for (unsigned share = 0; share < sensorCount(record); ++share) {
-        const SensorKey key{record[kOwner], static_cast<std::uint8_t>(record[kLun] & 3),
-                            static_cast<std::uint8_t>(record[kNumber] + share)};
+    for (unsigned share = 0; share < SdrLayout::sensorCount(record); ++share) {
+        const SensorKey key{record[SdrLayout::kOwner], static_cast<std::uint8_t>(record[SdrLayout::kLun] & 3),
+                            static_cast<std::uint8_t>(record[SdrLayout::kNumber] + share)};
         named.try_emplace(key, NamedSensor{key, nameIn(record, *layout) + modifier(record, *layout, share),
                                            record[layout->sensorType], record[layout->eventType], scaleOf(record)});
     }
@@ -97,7 +97,8 @@ std::map<SensorKey, NamedSensor> sensorsByKey(const Machine& machine)
     std::map<SensorKey, NamedSensor> named;
     for (const bool eventOnly : {false, true}) {
         for (const Bytes& record : machine.sdr) {
-            if ((record.size() > kType && record[kType] == kEventOnlyType) == eventOnly)
+            if ((record.size() > SdrLayout::kType && record[SdrLayout::kType] == SdrLayout::kEventOnlyType) ==
+                eventOnly)
                 addSensors(record, named);
         }
     }

@@ -1,8 +1,8 @@
 // Sensors by the names that their records give them.
 #pragma once
 
-#include "sim/Machine.h"
-#include "sim/SensorScale.h"
+#include "sim/machine/Machine.h"
+#include "sim/machine/SensorScale.h"
 
 #include <optional>
 #include <string>

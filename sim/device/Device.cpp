@@ -16,8 +16,7 @@ namespace Sim
 namespace
 {
 
-constexpr std::uint8_t kNetfnApp = 0x06;
-constexpr std::uint8_t kGetChannelInfo = 0x42, kReadEventMessageBuffer = 0x35;
+constexpr std::uint8_t kGetChannelInfo = 0x42;
 constexpr std::uint8_t kMediumIpmb = 1;
 constexpr std::size_t kWaitingEvents = 100;
 
@@ -203,7 +202,7 @@ void Device::scanChannels()
 {
     ipmbChannels_ = 1;
     for (std::uint8_t channel = 0; channel < 8; ++channel) {
-        const Answer got = responder_.handle({Frame::kBmcChannel, 0x20, 0, kNetfnApp, kGetChannelInfo, {channel}});
+        const Answer got = responder_.handle({Frame::kBmcChannel, 0x20, 0, kAppNetfn, kGetChannelInfo, {channel}});
         if (got.answered && got.bytes.size() > 2 && got.bytes[0] == 0 && (got.bytes[2] & 0x7f) == kMediumIpmb)
             ipmbChannels_ |= 1U << channel;
     }
@@ -229,7 +228,7 @@ void Device::event(const Bytes& record)
     header.receiveType = Frame::kAsyncEvent;
     header.addressType = Frame::kSystemInterface;
     header.channel = Frame::kBmcChannel;
-    header.netfn = kNetfnApp | 1;
+    header.netfn = kAppNetfn | 1;
     header.cmd = kReadEventMessageBuffer;
     bool taken = false;
     for (const User& user : users_) {

@@ -1,7 +1,7 @@
 // One simulated /dev/ipmi<N>: what the Linux IPMI driver does between its users and the controllers.
 #pragma once
 
-#include "sim/Message.h"
+#include "sim/bus/Message.h"
 #include "sim/device/Frame.h"
 #include "sim/device/MessageHandler.h"
 #include "sim/device/SharedStatus.h"
@@ -23,7 +23,6 @@ class Device : private Responder
 public:
     using Milliseconds = std::chrono::milliseconds;
     using Now = std::function<Milliseconds()>;
-    using Bytes = std::vector<std::uint8_t>;
 
     /// `responder` is kept by reference and must outlive the device; `now` never goes back.
     Device(Responder& responder, Now now);

@@ -11,9 +11,7 @@ namespace
 {
 
 constexpr int kDriver = 0;
-constexpr std::uint8_t kNetfnApp = 0x06, kGetMessageFlags = 0x31, kGetMessage = 0x33, kSendMessage = 0x34,
-                       kReadEventMessageBuffer = 0x35;
-constexpr std::uint8_t kBmcAddress = 0x20, kSystemSoftwareLun = 2, kReceiveMessage = 0x01, kEventBuffer = 0x02;
+constexpr std::uint8_t kGetMessageFlags = 0x31, kGetMessage = 0x33, kSendMessage = 0x34;
 constexpr std::uint8_t kTimeout = 0xc3;
 /// After these from Send Message the driver waits for an answer and sends again, as if nothing were wrong.
 constexpr std::array<std::uint8_t, 5> kSent{0x00, 0x81, 0x82, 0x83, 0xc0};
@@ -87,7 +85,7 @@ bool MessageHandler::startCommand()
 
 void MessageHandler::ask(std::uint8_t cmd, void (MessageHandler::*done)(const Answer&))
 {
-    run({kDriver, {.netfn = kNetfnApp, .cmd = cmd, .data = {}}, [this, done](const Answer& answer) {
+    run({kDriver, {.netfn = kAppNetfn, .cmd = cmd, .data = {}}, [this, done](const Answer& answer) {
              (this->*done)(answer);
          }});
 }
@@ -186,7 +184,7 @@ void MessageHandler::sendMessage(std::uint8_t sequence, const Message& message)
     data.insert(data.end(), bytes.begin(), bytes.end());
     commands_.push_back(
         {kDriver,
-         {.netfn = kNetfnApp, .cmd = kSendMessage, .data = std::move(data)},
+         {.netfn = kAppNetfn, .cmd = kSendMessage, .data = std::move(data)},
          [this, sequence, id = message.id](const Answer& answer) { messageSent(sequence, id, answer); }});
 }
 

@@ -1,8 +1,8 @@
 // The driver at the BMC's system interface: one command at a time, and requests to other controllers as messages.
 #pragma once
 
-#include "sim/IpmbFrame.h"
-#include "sim/SystemInterface.h"
+#include "sim/bus/IpmbFrame.h"
+#include "sim/bus/SystemInterface.h"
 #include "sim/device/Frame.h"
 
 #include <chrono>
@@ -32,7 +32,6 @@ class MessageHandler
 {
 public:
     using Milliseconds = std::chrono::milliseconds;
-    using Bytes = std::vector<std::uint8_t>;
     using Deliver = std::function<void(const UserRequest& request, const Bytes& answer)>;
 
     /// `event` gets the records that the BMC has put into its event message buffer.

@@ -1,7 +1,7 @@
 // One client of a stream socket.
 #pragma once
 
-#include "sim/Descriptor.h"
+#include "sim/loop/Descriptor.h"
 
 #include <poll.h>
 

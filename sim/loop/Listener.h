@@ -1,7 +1,7 @@
 // Where clients connect: a socket in a folder, or a port of this machine.
 #pragma once
 
-#include "sim/Descriptor.h"
+#include "sim/loop/Descriptor.h"
 
 #include <cstdint>
 #include <string>

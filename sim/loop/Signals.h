@@ -1,7 +1,7 @@
 // Signals as something to wait for.
 #pragma once
 
-#include "sim/Descriptor.h"
+#include "sim/loop/Descriptor.h"
 
 #include <poll.h>
 #include <sys/signalfd.h>

@@ -128,7 +128,7 @@ int send(Call& call, const ipmi_req& request, int retries, unsigned int retryTim
     return sendFrame(call.fd, frame, length);
 }
 
-int sendCommand(Call& call)
+int handleSendCommand(Call& call)
 {
     ipmi_req request;
     if (!fetch(request, call.argument))
@@ -136,7 +136,7 @@ int sendCommand(Call& call)
     return send(call, request, call.slot.retries.get(), call.slot.retryTime.get());
 }
 
-int sendCommandSetTime(Call& call)
+int handleSendCommandSetTime(Call& call)
 {
     ipmi_req_settime request;
     if (!fetch(request, call.argument))
@@ -380,16 +380,16 @@ template <RegistrationChange change> int forCommandOnChannels(Call& call)
     return change(call, registration(spec.netfn, spec.cmd, spec.chans));
 }
 
-struct Entry {
+struct RequestHandler {
     unsigned int request;
     int (*handle)(Call&);
 };
 
-constexpr Entry kRequests[] = {
-    {IPMICTL_SEND_COMMAND, sendCommand},
+constexpr RequestHandler kDriverRequests[] = {
+    {IPMICTL_SEND_COMMAND, handleSendCommand},
     {IPMICTL_RECEIVE_MSG_TRUNC, receiveMsgTrunc},
     {IPMICTL_RECEIVE_MSG, receiveMsg},
-    {IPMICTL_SEND_COMMAND_SETTIME, sendCommandSetTime},
+    {IPMICTL_SEND_COMMAND_SETTIME, handleSendCommandSetTime},
     {IPMICTL_SET_GETS_EVENTS_CMD, setGetsEvents},
     {IPMICTL_SET_MY_ADDRESS_CMD, setOne<&Slot::address, 0xff>},
     {IPMICTL_GET_MY_ADDRESS_CMD, getOne<&Slot::address>},
@@ -424,10 +424,10 @@ bool isReadable(std::uintptr_t address)
 
 } // namespace
 
-int driverRequest(Slot& slot, int fd, unsigned int request, void* argument)
+int handleRequest(Slot& slot, int fd, unsigned int request, void* argument)
 {
     Call call{slot, fd, argument};
-    for (const Entry& entry : kRequests)
+    for (const RequestHandler& entry : kDriverRequests)
         if (entry.request == request)
             return entry.handle(call);
     return ENOTTY;

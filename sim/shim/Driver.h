@@ -7,7 +7,7 @@ namespace Sim::Shim
 {
 
 /// As ioctl(2) on /dev/ipmi<N>: 0 or an errno.
-int driverRequest(Slot& slot, int fd, unsigned int request, void* argument);
+int handleRequest(Slot& slot, int fd, unsigned int request, void* argument);
 
 /// True when the request only moved something to the driver that may be served now.
 bool sends(unsigned int request);

@@ -32,7 +32,7 @@ constexpr int kNoDevice = -1;
 constexpr int kLastNode = 255;
 constexpr long kHelloSeconds = 10;
 
-Shared<const Hooks*> installed;
+Shared<const Hooks*> installedHooks;
 Shared<unsigned long> servedCalls;
 
 int fail(int error)
@@ -48,7 +48,7 @@ const char* folder()
 
 bool active()
 {
-    return installed.get() || folder();
+    return installedHooks.get() || folder();
 }
 
 /// The device's number in one of its usual paths; kNoDevice: another file, or nothing is simulated.
@@ -140,7 +140,7 @@ int readHello(int fd, Frame::Header& hello, int& status)
 int injected(int node, unsigned int request)
 {
     servedCalls.add(1);
-    const Hooks* hooks = installed.get();
+    const Hooks* hooks = installedHooks.get();
     return hooks && hooks->fail ? hooks->fail(hooks->context, node, request) : 0;
 }
 
@@ -156,7 +156,7 @@ int openDevice(int node, int flags)
 {
     if (const int error = injected(node, 0))
         return fail(error);
-    const Hooks* hooks = installed.get();
+    const Hooks* hooks = installedHooks.get();
     const int fd = hooks ? hooks->connect(hooks->context, node) : connectToSocket(node);
     if (fd < 0)
         return fail(-fd);
@@ -181,8 +181,8 @@ int deviceRequest(Slot& slot, int fd, unsigned int request, void* argument)
     const int savedErrno = errno;
     int error = injected(slot.node.get(), request);
     if (error == 0)
-        error = driverRequest(slot, fd, request, argument);
-    const Hooks* hooks = installed.get();
+        error = handleRequest(slot, fd, request, argument);
+    const Hooks* hooks = installedHooks.get();
     if (error == 0 && sends(request) && hooks && hooks->sent)
         hooks->sent(hooks->context, slot.node.get());
     errno = savedErrno;
@@ -217,7 +217,7 @@ bool isOfEveryFile(unsigned long request)
 uid_t userId(long call)
 {
     constexpr uid_t kNobody = 65534;
-    if (const Hooks* hooks = installed.get())
+    if (const Hooks* hooks = installedHooks.get())
         return hooks->root ? 0 : kNobody;
     return folder() ? 0 : static_cast<uid_t>(rawCall(call));
 }
@@ -225,7 +225,7 @@ uid_t userId(long call)
 /// As access(2) on the device's file: there, readable and writable, when its number is simulated.
 int accessDevice(int node, int mode)
 {
-    const Hooks* hooks = installed.get();
+    const Hooks* hooks = installedHooks.get();
     const int fd = hooks ? hooks->connect(hooks->context, node) : connectToSocket(node);
     if (fd < 0)
         return fail(-fd);
@@ -237,7 +237,7 @@ int accessDevice(int node, int mode)
 
 void install(const Hooks* hooks)
 {
-    installed.set(hooks);
+    installedHooks.set(hooks);
 }
 
 unsigned long served()

@@ -1,6 +1,5 @@
 #include "sim/vm/VmFrame.h"
 
-#include <numeric>
 #include <utility>
 
 namespace Sim
@@ -11,12 +10,9 @@ namespace
 
 constexpr std::uint8_t kMessageEnd = 0xa0, kCommandEnd = 0xa1, kEscape = 0xaa, kEscapeBit = 0x10;
 // A request's bytes; the checksum is off already.
-constexpr std::size_t kSequence = 0, kNetfnLun = 1, kCmd = 2, kData = 3;
-
-/// The byte that makes the sum of all of them zero.
-std::uint8_t checksum(std::span<const std::uint8_t> bytes)
+namespace VmLayout
 {
-    return static_cast<std::uint8_t>(-std::accumulate(bytes.begin(), bytes.end(), 0));
+constexpr std::size_t kSequence = 0, kNetfnLun = 1, kCmd = 2, kData = 3;
 }
 
 std::vector<std::uint8_t> encode(std::span<const std::uint8_t> bytes, std::uint8_t end)
@@ -64,13 +60,13 @@ std::optional<VmFrame> VmDecoder::end(VmFrame::Kind kind)
 std::optional<VmRequest> vmRequest(const VmFrame& frame)
 {
     const auto& bytes = frame.bytes;
-    if (frame.kind != VmFrame::Kind::message || bytes.size() < kData)
+    if (frame.kind != VmFrame::Kind::message || bytes.size() < VmLayout::kData)
         return std::nullopt;
-    VmRequest found{.sequence = bytes[kSequence], .request = {}};
-    found.request.netfn = bytes[kNetfnLun] >> 2;
-    found.request.lun = bytes[kNetfnLun] & 3;
-    found.request.cmd = bytes[kCmd];
-    found.request.data.assign(bytes.begin() + kData, bytes.end());
+    VmRequest found{.sequence = bytes[VmLayout::kSequence], .request = {}};
+    found.request.netfn = bytes[VmLayout::kNetfnLun] >> 2;
+    found.request.lun = bytes[VmLayout::kNetfnLun] & 3;
+    found.request.cmd = bytes[VmLayout::kCmd];
+    found.request.data.assign(bytes.begin() + VmLayout::kData, bytes.end());
     return found;
 }
 

@@ -1,7 +1,7 @@
 // The VM serial protocol, byte by byte: what QEMU's external BMC device (ipmi-bmc-extern) and a BMC say to each other.
 #pragma once
 
-#include "sim/Message.h"
+#include "sim/bus/Message.h"
 
 #include <cstddef>
 #include <cstdint>

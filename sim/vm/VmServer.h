@@ -1,7 +1,7 @@
 // The BMC of an emulated machine: serves QEMU's ipmi-bmc-extern device over TCP.
 #pragma once
 
-#include "sim/SystemInterface.h"
+#include "sim/bus/SystemInterface.h"
 #include "sim/loop/Connection.h"
 #include "sim/loop/EventLoop.h"
 #include "sim/loop/Listener.h"

@@ -1,8 +1,8 @@
 // A day of polling on a BMC that goes wrong now and then: what a node holds after it is what it held after an hour.
 #include "faults/Model.h"
 #include "node/LifeFixture.h"
-#include "sim/MachineFile.h"
-#include "sim/RandomFaults.h"
+#include "sim/machine/MachineFile.h"
+#include "sim/faults/RandomFaults.h"
 
 #include <malloc.h>
 
@@ -72,7 +72,7 @@ TEST(Poll, ofADayLeavesNothingBehind)
         if (restCycle++ == 0) {
             node.bmc.setFaults({});
             node.bmc.change([&](Sim::Machine& changed) { changed = machine; });
-            node.bmc.clearSel();
+            node.bmc.state()->log.clear();
         }
         node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
         if (restCycle <= kCyclesToRest)

@@ -9,7 +9,8 @@
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "sel/SelBmc.h"
-#include "sim/RawFiles.h"
+#include "sim/machine/MachineFile.h"
+#include "sim/machine/RawFiles.h"
 
 #include <cstdlib>
 #include <set>

@@ -49,8 +49,8 @@ struct World {
     explicit World(std::uint64_t seed) : random(seed)
     {
         std::srand(static_cast<unsigned>(seed)); // of the library's pauses
-        node.bmc.setSelTime(kStart);
-        node.bmc.keepSelJournal(true);
+        node.bmc.state()->clock.set(kStart);
+        node.bmc.state()->log.keepJournal(true);
         IpmiIfc::registerSelEventHandler(0, hear, this);
     }
 
@@ -63,7 +63,7 @@ struct World {
     {
         for (; count > 0; --count) {
             node.addSerial(events.size());
-            events.push_back({node.bmc.selTime(), clockBacks});
+            events.push_back({node.bmc.state()->now(), clockBacks});
         }
     }
 
@@ -71,15 +71,16 @@ struct World {
     void eraseSome()
     {
         if (const auto records = node.bmc.machine().sel; records.empty() || below(2) == 0)
-            node.bmc.clearSel();
+            node.bmc.state()->log.clear();
         else
-            node.bmc.deleteSelRecord(anyIdOf(records));
+            node.bmc.state()->log.remove(anyIdOf(records));
     }
 
     void setBack()
     {
         ++clockBacks;
-        node.bmc.setSelTime(node.bmc.selTime() - 1 - below(100));
+        const auto state = node.bmc.state();
+        state->clock.set(state->now() - 1 - below(100));
     }
 
     /// A check during which something happens, or commands go wrong.
@@ -178,7 +179,8 @@ struct World {
             Event& event = events.at(serial);
             event.whyLost = event.whyLost ? event.whyLost : kErased;
         };
-        for (const auto& entry : node.bmc.selJournal()) {
+        const Sim::SelJournal journal = node.bmc.state()->log.journal();
+        for (const auto& entry : journal) {
             const std::size_t serial = node.serialOf(entry.record.data());
             if (entry.kind == Sim::SelJournalEntry::Kind::added)
                 logged.push_back(serial);

@@ -3,7 +3,7 @@
 
 #include "ipmi/CmpiStatus.h"
 #include "sdr/SdrBmc.h"
-#include "sim/SelLayout.h"
+#include "sim/machine/SelLayout.h"
 
 #include <array>
 #include <atomic>
@@ -70,7 +70,7 @@ struct Node : Sim::Responder {
         Sim::SelRecord event{};
         event[Sim::SelLayout::kType] = Sim::SelLayout::kSystemEvent;
         event[Sim::SelLayout::kData] = serial;
-        EXPECT_NE(bmc.addEvent(event), 0);
+        EXPECT_NE(bmc.state()->raiseEvent(event), 0);
     }
     static std::uint8_t serialOf(const IpmiSelData& event) { return event.rawRecord().bytes[Sim::SelLayout::kData]; }
 };

@@ -54,7 +54,8 @@ bool liveThroughReset(const Reset& reset, int nth)
             machine.sdr = other.sdr;
             machine.sensors = other.sensors;
         });
-        node.bmc.setSelTime(node.bmc.selTime() + static_cast<std::uint32_t>(reset.hours * 3600));
+        const auto state = node.bmc.state();
+        state->clock.set(state->now() + static_cast<std::uint32_t>(reset.hours * 3600));
         return true;
     };
     node.live(kLastCycle + 1, [&](int wait) {

@@ -7,9 +7,9 @@
 #include "ipmi/IpmiThresholdSensor.h"
 #include "node/IpmiNode.h"
 #include "sdr/IpmiIfcSdr.h"
-#include "sim/Bmc.h"
-#include "sim/SdrSensors.h"
-#include "sim/SdrWriter.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/machine/SdrSensors.h"
+#include "sim/machine/SdrWriter.h"
 #include "support/SimNode.h"
 
 #include <gtest/gtest.h>

@@ -279,7 +279,7 @@ TEST(SelValues, ComeWholeOrNotAtAll)
 {
     SelBmc node(3);
     const IpmiSel sel({}, {}, 0);
-    node.bmc.setSelTime(kStart);
+    node.bmc.state()->clock.set(kStart);
     EXPECT_EQ(IpmiIfc::selGetClock(), kStart);
     IpmiIfc::setLastProcessedSELEntry(2);
     EXPECT_EQ(IpmiIfc::getLastProcessedSELEntry(), 2);

@@ -4,7 +4,7 @@
 #include "sdr/SdrBmc.h"
 #include "sel/IpmiIfcSel.h"
 #include "sel/SelCommands.h"
-#include "sim/SelLayout.h"
+#include "sim/machine/SelLayout.h"
 
 #include <string>
 
@@ -66,7 +66,7 @@ struct SelBmc : SdrBmc {
     void change(const std::function<void(Sim::Machine&)>& how)
     {
         bmc.change(how);
-        bmc.loseReservations();
+        bmc.state()->loseReservations();
     }
     /// An event so many seconds after the start, which need not be after the last.
     void add(std::uint32_t seconds)
@@ -92,7 +92,7 @@ struct SelBmc : SdrBmc {
         Sim::SelRecord one = record(0, 0);
         for (std::size_t i = Sim::SelLayout::kData; i < one.size(); ++i, serial >>= 8)
             one[i] = static_cast<std::uint8_t>(serial);
-        EXPECT_NE(bmc.addEvent(one), 0);
+        EXPECT_NE(bmc.state()->raiseEvent(one), 0);
     }
     static std::size_t serialOf(const std::uint8_t* record)
     {

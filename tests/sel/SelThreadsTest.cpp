@@ -51,7 +51,7 @@ TEST(SelThreads, HandlersMayDoAnythingWhileOthersCheckAndErase)
     std::atomic<std::uint32_t> seconds{SelTest::kStart}, events{0};
     SelBmc node;
     node.before = [&](const Sim::Request& request) {
-        node.bmc.setSelTime(++seconds);
+        node.bmc.state()->clock.set(++seconds);
         if (request.netfn == 0x0a && request.cmd == kGetSelInfo)
             node.addSerial(events++);
     };

@@ -1,6 +1,7 @@
 // What the simulated driver's requests do, beside what the Linux driver was seen to do.
-#include "sim/Bmc.h"
-#include "sim/Descriptor.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/loop/Descriptor.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/shim/Shim.h"
 #include "support/ScriptedBmc.h"
 #include "support/SimNode.h"

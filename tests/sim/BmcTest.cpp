@@ -53,7 +53,7 @@ TEST(SimBmc, AnswersAndRefusals)
 TEST(SimBmc, RefusesPiecesBeyondItsLimits)
 {
     World world(loadMachine("sample"));
-    world.bmc.setLimits({.sdr = 7, .sel = 4, .fru = 8});
+    world.bmc.state()->limits = {.sdr = 7, .sel = 4, .fru = 8};
     world.bmc.setLatency(std::chrono::milliseconds(25));
     world.converse("0a 23 00 00 00 00 00 08 > ca +25 | 0a 43 00 00 00 00 00 05 > ca +25 | 0a 11 00 00 00 09 > ca +25 | "
                    "0a 23 00 00 00 00 00 07 > 00 02 00 01 00 51 01 33 20 00 +25");
@@ -78,8 +78,8 @@ TEST(SimBmc, ThreadsMayChangeItWhileItAnswers)
     World world(loadMachine("sample"));
     std::thread changer([&] {
         for (std::uint8_t i = 0; i < 200; ++i) {
-            world.bmc.setRawReading({0x20, 0, 0}, i);
-            world.bmc.touchRepository();
+            world.bmc.change([i](Machine& machine) { machine.find({0x20, 0, 0})->raw = RawSource::constant(i); });
+            world.bmc.state()->touchRepository();
             world.bmc.setFaults(FaultPlan({{.cmd = 0x2d, .every = 2, .action = {.completionCode = 0xc0}}}));
         }
     });

@@ -87,7 +87,10 @@ TEST(SimFaultPlan, RandomFaultsOfTheKindsNamed)
         int wrong = 0, early = 0;
         for (int i = 0; i < 110; ++i) {
             const std::string reserved = world.ask("0a 22").substr(2);
-            const auto eventLog = [&] { return std::pair(world.bmc.selJournal().size(), world.bmc.selTime()); };
+            const auto eventLog = [&] {
+                const auto state = world.bmc.state();
+                return std::pair(state->log.journal().size(), state->now());
+            };
             const auto before = eventLog();
             const bool differs = world.ask("0a 23" + reserved + " 01 00 00 1e") != good;
             (i < 10 ? early : wrong) += differs || eventLog() != before;

@@ -1,7 +1,7 @@
 // Machine files: what is wrong in them is said in one line, whatever they hold. (The tool finds in the sample machine
 // what its description says: names, values, thresholds.)
 #include "SimSupport.h"
-#include "sim/SdrWriter.h"
+#include "sim/machine/SdrWriter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Raw captures as machines.
-#include "sim/RawFiles.h"
+#include "sim/machine/RawFiles.h"
 
 #include "SimSupport.h"
 

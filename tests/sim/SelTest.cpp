@@ -74,17 +74,18 @@ TEST(SimSel, FillsUpAndStartsAnew)
         0a 44 00 00 02 00 00 00 00 20 00 04 01 01 01 57 5f 55 > c4 | 0a 41 > 00 05 00 10 00 00 00 00 00 01 |
         0a 40 > 00 51 05 00 00 00 02 00 00 10 ff ff ff ff 8f | 04 15 > 00 02 00 00 10 08 00 00 00 00 00 |
         0a 42 > 00 01 00 | 0a 46 01 00 ff ff > 00 08 00)");
-    EXPECT_EQ(world.bmc.addEvent({0, 0, 0xc0}), 9U) << "an id does not come again";
+    EXPECT_EQ(world.bmc.state()->raiseEvent({0, 0, 0xc0}), 9U) << "an id does not come again";
     world.converse(R"(0a 42 > 00 02 00 | +1000 | 0a 47 02 00 43 4c 52 aa > 00 01 |
         0a 40 > 00 51 00 00 50 00 03 00 00 10 04 00 00 10 0f)");
-    EXPECT_EQ(world.bmc.addEvent({0, 0, 0xc0}), 1U);
-    EXPECT_EQ(world.bmc.addSelRecord({0, 0, 0xe0}), 2U);
+    EXPECT_EQ(world.bmc.state()->raiseEvent({0, 0, 0xc0}), 1U);
+    EXPECT_EQ(world.bmc.state()->log.add({0, 0, 0xe0}), 2U);
     std::string kinds;
-    for (const SelJournalEntry& entry : world.bmc.selJournal())
+    const SelJournal journal = world.bmc.state()->log.journal();
+    for (const SelJournalEntry& entry : journal)
         kinds += "adcr"[static_cast<int>(entry.kind)] + std::to_string(idOf(entry.record)) + ' ';
     EXPECT_EQ(kinds, "a6 a7 a8 r0 d8 a9 c0 a1 a2 ") << "added, deleted, cleared, refused";
-    EXPECT_TRUE(world.bmc.deleteSelRecord(1));
-    EXPECT_FALSE(world.bmc.deleteSelRecord(1));
+    EXPECT_TRUE(world.bmc.state()->log.remove(1));
+    EXPECT_FALSE(world.bmc.state()->log.remove(1));
 }
 
 TEST(SimSel, ClearTakesItsTime)
@@ -105,8 +106,8 @@ TEST(SimSel, IdsGoRound)
     Machine almost = machine();
     setId(almost.sel.back(), 0xfffd);
     World world(almost);
-    EXPECT_EQ(world.bmc.addEvent({}), 0xfffe);
-    EXPECT_EQ(world.bmc.addEvent({}), 2U) << "1 is in use";
+    EXPECT_EQ(world.bmc.state()->raiseEvent({}), 0xfffe);
+    EXPECT_EQ(world.bmc.state()->raiseEvent({}), 2U) << "1 is in use";
     world.converse("0a 43 00 00 fd ff 00 00 > 00 fe ff | 0a 43 00 00 fe ff 00 00 > 00 02 00");
 }
 
@@ -137,8 +138,8 @@ TEST(SimSel, SensorsSendEventsAsTheyChange)
         no logging: 06 2e 01 | 04 30 03 01 00 | log > | 06 2e 09;
         status: 04 2b 02 > 00 c0 00 02 00 00 | 04 2b 05 > 00 c0 01 00 02 00;)";
     forEachRow(rows, [&](const std::string& steps) { world.converse(steps); });
-    world.bmc.setUnavailable({0x20, 0, 1}, true);
-    world.bmc.setStates({0x20, 0, 5}, 3);
+    world.bmc.state()->setUnavailable({0x20, 0, 1}, true);
+    world.bmc.state()->setStates({0x20, 0, 5}, 3);
     world.converse("log > 20 00 05 6f 01 ff ff | 04 2d 01 > 00 00 e0.. | 04 30 01 01 0e | 04 2d 01 > 00 0e c0..");
 }
 

@@ -1,8 +1,9 @@
 // What the simulator's tests share.
 #pragma once
 
-#include "sim/Bmc.h"
-#include "sim/SystemInterface.h"
+#include "sim/bmc/Bmc.h"
+#include "sim/bus/SystemInterface.h"
+#include "sim/machine/MachineFile.h"
 
 #include <gtest/gtest.h>
 
@@ -40,8 +41,8 @@ template <class Some> std::string text(const Some& bytes, std::initializer_list<
 struct World {
     explicit World(const Machine& machine) : bmc(machine, [this] { return time; })
     {
-        bmc.setSelTime(0x10000000);
-        bmc.keepSelJournal(true);
+        bmc.state()->clock.set(0x10000000);
+        bmc.state()->log.keepJournal(true);
     }
 
     /// One request: network function, command and data in hexadecimal; before them, for another than the BMC,
@@ -65,10 +66,11 @@ struct World {
     std::string logged()
     {
         std::string all;
-        for (const SelJournalEntry& entry : bmc.selJournal())
+        const auto state = bmc.state();
+        for (const SelJournalEntry& entry : state->log.journal())
             all += (all.empty() ? "" : ", ") + text(entry.record, {7, 8, 11, 12, 13, 14, 15});
-        bmc.clearSel();
-        bmc.keepSelJournal(true);
+        state->log.clear();
+        state->log.keepJournal(true);
         return all;
     }
     /// Steps with '|' between them: "request > answer", "log > events", where ".." ends what may go on; "+300": so many

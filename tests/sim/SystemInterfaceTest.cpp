@@ -1,5 +1,5 @@
 // Messages between a driver and the controllers behind the BMC: what goes where, and what comes back.
-#include "sim/SystemInterface.h"
+#include "sim/bus/SystemInterface.h"
 #include "SimSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // A BMC that knows exactly what will be asked. Anything else, or anything left over, fails the test.
 #pragma once
 
-#include "sim/Message.h"
+#include "sim/bus/Message.h"
 
 #include <cstdint>
 #include <deque>
