@@ -1,3 +1,4 @@
+// How a request runs: counted, spoiled by its faults, carried out by its command.
 #include "sim/bmc/Bmc.h"
 
 #include "sim/bmc/BmcCommand.h"

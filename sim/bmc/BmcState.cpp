@@ -1,3 +1,4 @@
+// Changes to what a BMC remembers that touch more than one thing at once.
 #include "sim/bmc/BmcState.h"
 
 #include "sim/bmc/SensorEvents.h"

@@ -1,3 +1,4 @@
+// What each kind of interference does to repository, event log and clock.
 #include "sim/bmc/Interference.h"
 
 #include "sim/machine/SelLayout.h"

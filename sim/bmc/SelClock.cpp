@@ -1,3 +1,4 @@
+// The BMC's clock, from the host's time and a steady one.
 #include "sim/bmc/SelClock.h"
 
 namespace Sim

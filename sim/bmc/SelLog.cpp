@@ -1,3 +1,4 @@
+// Adding, deleting and clearing records, and finding them by id.
 #include "sim/bmc/SelLog.h"
 
 #include "sim/machine/SelLayout.h"

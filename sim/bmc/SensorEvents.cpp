@@ -1,3 +1,4 @@
+// When a sensor sends which event: thresholds with hysteresis, states, arming.
 #include "sim/bmc/SensorEvents.h"
 
 #include "sim/machine/SelLayout.h"

@@ -1,3 +1,4 @@
+// IPMB frames to bytes and back, with their checksums.
 #include "sim/bus/IpmbFrame.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// The messaging commands, and the queue behind Get Message.
 #include "sim/bus/SystemInterface.h"
 
 #include "sim/bus/CompletionCode.h"

@@ -1,3 +1,4 @@
+// The verbs' options and help texts: the one file that knows the command line's library.
 #include "sim/cli/CommandLine.h"
 
 #include "sim/cli/UserMistake.h"

@@ -1,3 +1,4 @@
+// One line to the control socket, one line back.
 #include "sim/cli/ControlClient.h"
 
 #include "sim/cli/SocketFolder.h"

@@ -1,3 +1,4 @@
+// ctl's requests, and its answers as text.
 #include "sim/cli/CtlVerb.h"
 
 #include "sim/cli/ControlClient.h"

@@ -1,3 +1,4 @@
+// A simulated node for as long as one program runs.
 #include "sim/cli/ExecVerb.h"
 
 #include "sim/cli/PreloadedProgram.h"

@@ -1,3 +1,4 @@
+// Requests of ctl event and ctl sel, and their answers as text.
 #include "sim/cli/LogVerbs.h"
 
 #include "sim/cli/UserMistake.h"

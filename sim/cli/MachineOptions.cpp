@@ -1,3 +1,4 @@
+// A machine from its options.
 #include "sim/cli/MachineOptions.h"
 
 #include "sim/cli/UserMistake.h"

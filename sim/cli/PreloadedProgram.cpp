@@ -1,3 +1,4 @@
+// Finding the shim's library, and running a program with it.
 #include "sim/cli/PreloadedProgram.h"
 
 #include "sim/cli/UserMistake.h"

@@ -1,3 +1,4 @@
+// Everybody that a serving simulator serves, in one loop.
 #include "sim/cli/ServeVerb.h"
 
 #include "sim/bus/SystemInterface.h"

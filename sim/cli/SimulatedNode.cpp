@@ -1,3 +1,4 @@
+// Setting up a BMC and its driver, and taking users from a socket.
 #include "sim/cli/SimulatedNode.h"
 
 #include "sim/cli/SocketFolder.h"

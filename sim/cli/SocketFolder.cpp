@@ -1,3 +1,4 @@
+// Making, holding and removing the sockets' folders.
 #include "sim/cli/SocketFolder.h"
 
 #include "sim/cli/UserMistake.h"

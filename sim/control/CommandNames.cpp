@@ -1,3 +1,4 @@
+// Names of IPMI's commands, for the counters.
 #include "sim/control/CommandNames.h"
 
 #include <algorithm>

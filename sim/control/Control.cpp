@@ -1,3 +1,4 @@
+// The verbs of the control, and their dispatch.
 #include "sim/control/Control.h"
 
 #include "sim/control/CommandNames.h"

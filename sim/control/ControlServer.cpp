@@ -1,3 +1,4 @@
+// Lines from many clients, each answered in its turn.
 #include "sim/control/ControlServer.h"
 
 #include <sys/socket.h>

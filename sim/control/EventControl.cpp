@@ -1,3 +1,4 @@
+// The control's verbs for events and their log.
 #include "sim/control/EventControl.h"
 
 #include "sim/bmc/SensorEvents.h"

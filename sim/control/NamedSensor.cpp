@@ -1,3 +1,4 @@
+// Finding sensors by name or address among the records.
 #include "sim/control/NamedSensor.h"
 
 #include "sdr/IdString.h"

@@ -1,3 +1,4 @@
+// Users, their frames, and what goes to whom.
 #include "sim/device/Device.h"
 
 #include "sim/device/RawCall.h"

@@ -1,3 +1,4 @@
+// The page of memory that shows users whether the driver is busy.
 #include "sim/device/SharedStatus.h"
 
 #include "sim/device/RawCall.h"

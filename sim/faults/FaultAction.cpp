@@ -1,3 +1,4 @@
+// What a fault does to an answer, in its order.
 #include "sim/faults/FaultAction.h"
 
 #include "sim/bus/CompletionCode.h"

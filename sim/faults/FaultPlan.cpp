@@ -1,3 +1,4 @@
+// Matching and counting: whose turn it is.
 #include "sim/faults/FaultPlan.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The kinds of random faults, and how one is drawn.
 #include "sim/faults/RandomFaults.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Reading and writing without blocking, with what is still to go.
 #include "sim/loop/Connection.h"
 
 #include <sys/socket.h>

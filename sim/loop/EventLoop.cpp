@@ -1,3 +1,4 @@
+// One poll for everybody served.
 #include "sim/loop/EventLoop.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Signals as a descriptor, and the mask as it was.
 #include "sim/loop/Signals.h"
 
 #include <unistd.h>

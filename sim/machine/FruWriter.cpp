@@ -1,3 +1,4 @@
+// A FRU image's areas from their fields, with lengths and checksums.
 #include "sim/machine/FruWriter.h"
 
 #include <algorithm>

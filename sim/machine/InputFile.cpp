@@ -1,3 +1,4 @@
+// Reading a regular file whole, within a limit.
 #include "sim/machine/InputFile.h"
 
 #include "sim/loop/Descriptor.h"

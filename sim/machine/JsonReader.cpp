@@ -1,3 +1,4 @@
+// JSON's values within their ranges, and complaints with their place.
 #include "sim/machine/JsonReader.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// What follows from the data alone: answers, raw readings, who is present.
 #include "sim/machine/Machine.h"
 
 #include "sim/machine/SdrLayout.h"

@@ -1,3 +1,4 @@
+// A machine from its JSON file: identity, controllers, FRU images, event log.
 #include "sim/machine/MachineFile.h"
 
 #include "sim/machine/BuiltinMachines.h"

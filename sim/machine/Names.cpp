@@ -1,3 +1,4 @@
+// Tables of the names that machine files may use.
 #include "sim/machine/Names.h"
 
 namespace Sim

@@ -1,3 +1,4 @@
+// Captures into a machine: records, readings, images, events.
 #include "sim/machine/RawFiles.h"
 
 #include "sim/machine/InputFile.h"

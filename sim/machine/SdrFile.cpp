@@ -1,3 +1,4 @@
+// The records of a machine file, and the sensors that they make.
 #include "sim/machine/SdrFile.h"
 
 #include "sim/machine/Names.h"

@@ -1,3 +1,4 @@
+// What a sensor data record says of its sensors.
 #include "sim/machine/SdrSensors.h"
 
 #include "sim/machine/SdrLayout.h"

@@ -1,3 +1,4 @@
+// Sensor data records from their fields.
 #include "sim/machine/SdrWriter.h"
 
 #include "sim/machine/SdrLayout.h"

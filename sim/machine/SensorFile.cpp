@@ -1,3 +1,4 @@
+// A sensor's fields in a machine file, values converted by its own factors.
 #include "sim/machine/SensorFile.h"
 
 #include "sim/machine/Names.h"

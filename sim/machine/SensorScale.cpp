@@ -1,3 +1,4 @@
+// The conversion formula, its linearizations, and the way back.
 #include "sim/machine/SensorScale.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// The driver's requests: checks, frames to the simulated driver, settings of a descriptor.
 #include "sim/shim/Driver.h"
 
 #include "sim/device/RawCall.h"

@@ -1,3 +1,4 @@
+// The table of open devices, and the page that each one maps.
 #include "sim/shim/Slots.h"
 
 #include "sim/device/RawCall.h"

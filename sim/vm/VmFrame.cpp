@@ -1,3 +1,4 @@
+// Escaping, checksums and limits of the VM serial protocol.
 #include "sim/vm/VmFrame.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// One virtual machine at a time: its requests, attention, and answers in time.
 #include "sim/vm/VmServer.h"
 
 #include <netinet/in.h>

@@ -1,3 +1,4 @@
+// The VM protocol as QEMU speaks it.
 #include "sim/vm/VmServer.h"
 
 #include "sim/vm/VmFrame.h"
