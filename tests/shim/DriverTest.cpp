@@ -144,7 +144,11 @@ TEST_F(Driver, knowsItsDescriptorsByMoreThanTheirNumber)
 
 TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 {
-    const std::tuple<const char*, int, std::uint8_t, std::uint8_t, std::uint8_t> rows[] = {
+    const struct {
+        const char* name;
+        int type;
+        std::uint8_t channel, byte6, byte7; ///< 6 and 7: of the driver's address
+    } rows[] = {
         {"the BMC", 0x0c, 15, 0, 0},
         {"the BMC, LUN 3", 0x0c, 15, 3, 0},
         {"a satellite", 0x01, 0, 0x82, 2},
@@ -387,6 +391,23 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
         sim.clock().advance(1min);
         EXPECT_EQ(device.ready(), 0) << "answered twice";
     }
+}
+
+TEST_F(Driver, fetchesWhatWaitsBeforeTheNextCommand)
+{
+    Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130, "latency_ms": 50}]})", "file"));
+    machine.setFaults(Sim::FaultPlan({{.cmd = 0x02, .action = {.delay = 100ms}}}));
+    SimNode node(machine, 1);
+    const Descriptor device("/dev/ipmi1");
+    machine.keepLog(true);
+    EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), 0); // its answer waits in the BMC while a command goes on
+    for (const std::uint8_t cmd : Bytes{0x02, 0x04})
+        EXPECT_EQ(Send({0x06, cmd}).by(device), 0);
+    sim.clock().advance(100ms);
+    Bytes order;
+    for (const Sim::Request& request : machine.log())
+        order.push_back(request.cmd);
+    EXPECT_EQ(order, (Bytes{0x34, 0x01, 0x02, 0x31, 0x33, 0x33, 0x04}));
 }
 
 // More requests than there are sequence numbers, and none gets another's answer.
