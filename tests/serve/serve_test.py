@@ -205,11 +205,12 @@ class ExecTest(unittest.TestCase):
             os.execv(SIM, [SIM, "exec", "--", "sh", "-c", script])
         self.addCleanup(os.close, terminal)
         said = b""
-        for awaited, act in ((b"ready", lambda: os.write(terminal, b"\x03")), (b"INT", lambda: os.kill(process, signal.SIGTERM)),
-                             (b"END", lambda: None)):
+        for awaited, sent in ((b"ready", signal.SIGSTOP), (b"INT", signal.SIGCONT), (b"", signal.SIGTERM), (b"END", 0)):
             while awaited not in said:
                 said += os.read(terminal, 100)
-            act()
+            os.kill(process, sent)
+            if sent == signal.SIGSTOP:  # so that what it might send comes after the program's own
+                os.write(terminal, b"\x03")
         self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), 3)
         self.assertEqual(said.count(b"INT"), 1)
 

@@ -298,6 +298,8 @@ TEST_F(Driver, keepsSettingsPerDescriptor)
     EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY);
     EXPECT_EQ(device.control(IPMICTL_UNREGISTER_FOR_CMD_CHANS, &onChannels), 0);
     EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), 0);
+    onChannels.chans = 1U << 4;
+    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY) << "a channel that is still taken";
 }
 
 TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
@@ -312,6 +314,9 @@ TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
     sim.clock().advance(50ms);
     for (long i = 0; i < 100; ++i)
         ASSERT_EQ(received(device).message.msgid, i);
+    bmc.expect({0x06, 0x04}, {0x00}).times(100);
+    for (long i = 0; i < 100; ++i)
+        ASSERT_EQ(Send({0x06, 0x04}, i).by(device), 0) << i << ": what was refused does not count";
     std::vector<Descriptor> users;
     for (int i = 1; i < 30; ++i)
         ASSERT_GE(users.emplace_back().get(), 0) << i;
