@@ -2,6 +2,7 @@
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "sim/bmc/Bmc.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/machine/SdrSensors.h"
 #include "support/CallerUse.h"
 #include "support/Fuzz.h"

@@ -1,6 +1,7 @@
 // Datagrams from the users of a simulated device, read by the driver's side and answered by the sample machine.
 #include "sim/bmc/Bmc.h"
 #include "sim/device/Device.h"
+#include "sim/machine/MachineFile.h"
 #include "support/Fuzz.h"
 
 #include <sys/socket.h>

@@ -1,5 +1,6 @@
 // A machine's description, or a fault plan. A machine that is taken answers, and a plan that is taken is carried out.
 #include "sim/bmc/Bmc.h"
+#include "sim/machine/MachineFile.h"
 #include "support/Fuzz.h"
 
 #include <initializer_list>

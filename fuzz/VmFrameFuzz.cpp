@@ -2,6 +2,7 @@
 // were.
 #include "sim/bmc/Bmc.h"
 #include "sim/bus/SystemInterface.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/vm/VmFrame.h"
 #include "support/Fuzz.h"
 

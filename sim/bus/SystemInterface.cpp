@@ -13,7 +13,6 @@ namespace Sim
 namespace
 {
 
-enum Flag : std::uint8_t { kReceiveMessage = 0x01, kEventBuffer = 0x02 };
 enum Enable : std::uint8_t { kMessageInterrupt = 0x01, kEventMessageBuffer = 0x04, kEventLogging = 0x08 };
 
 constexpr std::uint8_t kChannelMask = 0x0f;

@@ -14,6 +14,9 @@
 namespace Sim
 {
 
+/// What waits for the driver: Get Message Flags.
+enum MessageFlag : std::uint8_t { kReceiveMessage = 0x01, kEventBuffer = 0x02 };
+
 /// Carries out the messaging commands of IPMI 2.0, chapter 22 (Send and Get Message, message flags, global enables, the
 /// event message buffer); every other request goes to the controllers as it is. One thread at a time.
 class SystemInterface

@@ -13,7 +13,6 @@ namespace
 
 constexpr int kDriver = 0;
 constexpr std::uint8_t kGetMessageFlags = 0x31, kGetMessage = 0x33, kSendMessage = 0x34;
-constexpr std::uint8_t kReceiveMessage = 0x01, kEventBuffer = 0x02;
 constexpr std::uint8_t kTimeout = 0xc3;
 /// After these from Send Message the driver waits for an answer and sends again, as if nothing were wrong.
 constexpr std::array<std::uint8_t, 5> kSent{0x00, 0x81, 0x82, 0x83, 0xc0};

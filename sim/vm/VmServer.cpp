@@ -79,7 +79,7 @@ void VmServer::ask(const VmRequest& request)
     const milliseconds asked = now_();
     Answer got = bmc_.handle(request.request);
     pending_.reset(); // who asks again has given up what came before
-    if (got.answered && got.delay <= kPatience)
+    if (got.answered)
         pending_ = {request, std::move(got.bytes), asked, asked + std::max(got.delay, milliseconds(0))};
     advance();
 }

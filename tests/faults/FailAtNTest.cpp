@@ -9,6 +9,7 @@
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "sel/SelBmc.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/machine/RawFiles.h"
 
 #include <cstdlib>

@@ -2,6 +2,7 @@
 // commands have gone wrong. Every run is the same; TRX_SEED=<seed> starts with that seed, as a failure names it.
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
+#include "sim/machine/MachineFile.h"
 #include "support/CallerUse.h"
 
 #include <cstdlib>

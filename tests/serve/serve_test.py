@@ -2,6 +2,7 @@
 """serve_test.py TRX-BMCSIM: a served simulator, its control, and how programs find it; and programs run on one of their own."""
 import json
 import os
+import pty
 import re
 import shutil
 import signal
@@ -164,6 +165,12 @@ class ServeTest(unittest.TestCase):
                                 ("/" + 100 * "x", f"/tmp/trx-bmcsim-{os.geteuid()}")):
             self.environment["XDG_RUNTIME_DIR"] = variable
             self.assertIn(usual.replace("'", "'\\''"), self.run_sim("env").stdout)
+        for name, kept in (("bin/trx-bmcsim", SIM), ("lib/libtrx-bmcsim-shim.so", os.path.dirname(SIM) + "/../lib/libtrx-bmcsim-shim.so")):
+            os.makedirs(self.root + "/" + os.path.dirname(name))  # under a path with a blank
+            shutil.copy(kept, self.root + "/" + name)
+        moved = subprocess.run([self.root + "/bin/trx-bmcsim", "env"], capture_output=True, text=True, check=False, env=self.environment)
+        self.assertEqual((moved.returncode, moved.stdout), (2, ""))
+        self.assertIn("cannot be preloaded", moved.stderr)
         if os.geteuid() == 0:
             self.environment["XDG_RUNTIME_DIR"] = self.root
             os.makedirs(self.root + "/trx-bmcsim")
@@ -188,6 +195,24 @@ class ExecTest(unittest.TestCase):
         self.assertIn(text, result.stdout)
         self.assertTrue(status != 2 or result.stdout.count("\n") == 1, result.stdout)
         self.assertFalse([name for name in os.listdir(folder) if name.startswith("trx-bmcsim-")])
+
+    def test_ctrl_c(self):
+        """The terminal sends it to the program; the simulator does not send it again."""
+        script = "trap 'echo INT' INT; trap 'echo END; exit 3' TERM; echo ready; while :; do sleep 0.05; done"
+        process, terminal = pty.fork()
+        if process == 0:
+            signal.signal(signal.SIGINT, signal.SIG_DFL)  # whoever runs this test may ignore it
+            os.execv(SIM, [SIM, "exec", "--", "sh", "-c", script])
+        self.addCleanup(os.close, terminal)
+        said = b""
+        for awaited, sent in ((b"ready", signal.SIGSTOP), (b"INT", signal.SIGCONT), (b"", signal.SIGTERM), (b"END", 0)):
+            while awaited not in said:
+                said += os.read(terminal, 100)
+            os.kill(process, sent)
+            if sent == signal.SIGSTOP:  # so that what it might send comes after the program's own
+                os.write(terminal, b"\x03")
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), 3)
+        self.assertEqual(said.count(b"INT"), 1)
 
     def test_exec(self):
         freeipmi = "--driver-type=openipmi --sdr-cache-directory=$FOLDER"

@@ -1,6 +1,7 @@
 // What the simulated driver's requests do, beside what the Linux driver was seen to do.
 #include "sim/bmc/Bmc.h"
 #include "sim/loop/Descriptor.h"
+#include "sim/machine/MachineFile.h"
 #include "sim/shim/Shim.h"
 #include "support/ScriptedBmc.h"
 #include "support/SimNode.h"
@@ -143,7 +144,11 @@ TEST_F(Driver, knowsItsDescriptorsByMoreThanTheirNumber)
 
 TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 {
-    const std::tuple<const char*, int, std::uint8_t, std::uint8_t, std::uint8_t> rows[] = {
+    const struct {
+        const char* name;
+        int type;
+        std::uint8_t channel, byte6, byte7; ///< 6 and 7: of the driver's address
+    } rows[] = {
         {"the BMC", 0x0c, 15, 0, 0},
         {"the BMC, LUN 3", 0x0c, 15, 3, 0},
         {"a satellite", 0x01, 0, 0x82, 2},
@@ -293,6 +298,8 @@ TEST_F(Driver, keepsSettingsPerDescriptor)
     EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY);
     EXPECT_EQ(device.control(IPMICTL_UNREGISTER_FOR_CMD_CHANS, &onChannels), 0);
     EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), 0);
+    onChannels.chans = 1U << 4;
+    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY) << "a channel that is still taken";
 }
 
 TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
@@ -307,6 +314,9 @@ TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
     sim.clock().advance(50ms);
     for (long i = 0; i < 100; ++i)
         ASSERT_EQ(received(device).message.msgid, i);
+    bmc.expect({0x06, 0x04}, {0x00}).times(100);
+    for (long i = 0; i < 100; ++i)
+        ASSERT_EQ(Send({0x06, 0x04}, i).by(device), 0) << i << ": what was refused does not count";
     std::vector<Descriptor> users;
     for (int i = 1; i < 30; ++i)
         ASSERT_GE(users.emplace_back().get(), 0) << i;
@@ -386,6 +396,23 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
         sim.clock().advance(1min);
         EXPECT_EQ(device.ready(), 0) << "answered twice";
     }
+}
+
+TEST_F(Driver, fetchesWhatWaitsBeforeTheNextCommand)
+{
+    Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130, "latency_ms": 50}]})", "file"));
+    machine.setFaults(Sim::FaultPlan({{.cmd = 0x02, .action = {.delay = 100ms}}}));
+    SimNode node(machine, 1);
+    const Descriptor device("/dev/ipmi1");
+    machine.keepLog(true);
+    EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), 0); // its answer waits in the BMC while a command goes on
+    for (const std::uint8_t cmd : Bytes{0x02, 0x04})
+        EXPECT_EQ(Send({0x06, cmd}).by(device), 0);
+    sim.clock().advance(100ms);
+    Bytes order;
+    for (const Sim::Request& request : machine.log())
+        order.push_back(request.cmd);
+    EXPECT_EQ(order, (Bytes{0x34, 0x01, 0x02, 0x31, 0x33, 0x33, 0x04}));
 }
 
 // More requests than there are sequence numbers, and none gets another's answer.

@@ -60,6 +60,15 @@ TEST(SimMachineFile, Complaints)
                   });
 }
 
+// C1h ends the fields: no field may look so.
+TEST(SimMachineFile, FruFieldOfOneCharacter)
+{
+    const Machine machine = parseMachine(R"({"fru": [{"device": 1, "product": ["A", "BC"]}]})", "file");
+    EXPECT_EQ(text(machine.fru.at(1)).substr(0, 24 * 3 - 1),
+              "01 00 00 00 01 00 00 fe 01 02 19 c2 41 20 c2 42 43 c0 c0 c0 c0 "
+              "c0 c1 f9");
+}
+
 TEST(SimMachineFile, FilesThatAreNone)
 {
     const ScratchFile deep(std::string(200'000, '['));
@@ -80,6 +89,7 @@ TEST(SimMachineFile, MovingValuesStayBetweenTheirEnds)
         {R"({"noise": [0, 200], "seed": 9})", "3c ab 97"},
         {R"({"ramp": [1, 3], "period": 1})", "01 01"},
         {"12", "0c 0c"},
+        {R"(12, "m": 8)", "01"}, // between two: the lower one
     };
     for (const auto& [value, readings] : rows) {
         World world(parseMachine(sensor(std::string(R"("value": )") + value), "file"));

@@ -44,6 +44,8 @@ TEST(SimSel, ReservationsPartsAndTimes)
         added: 0a 42 | 0a 44 00 00 02 00 00 00 00 20 00 04 01 01 01 57 5f 55 > 00 06 00 | 0a 43 01 00 ff ff 01 02 > c5;
         deleted: 0a 42 | 0a 46 01 00 99 00 > cb | 0a 46 01 00 00 00 > 00 01 00 | 0a 43 01 00 ff ff 01 02 > c5;
         reserved again: 0a 42 | 0a 42 > 00 02 00 | 0a 43 01 00 ff ff 01 02 > c5 | 0a 43 02 00 ff ff 01 02 > 00..;
+        without a time: 0a 44 00 00 e0 aa bb cc dd 00 00 00 00 00 00 00 00 00 > 00 06 00 |
+            0a 43 00 00 06 00 00 07 > 00 ff ff 06 00 e0 aa bb cc dd;
         reset: 0a 42 | {"cmd": 1, "silent_ms": 1} | 06 01 > - | +1 | 0a 43 01 00 ff ff 01 02 > c5;
         lost: 0a 42 | {"cmd": 1, "lost_reservation": true} | 06 01 > 00.. | 0a 43 01 00 ff ff 01 02 > c5;
         read in parts: 0a 42 | 0a 43 01 00 00 00 00 04 > 00 05 00 01 00 02 01 |

@@ -3,6 +3,7 @@
 
 #include "sim/bmc/Bmc.h"
 #include "sim/bus/SystemInterface.h"
+#include "sim/machine/MachineFile.h"
 
 #include <gtest/gtest.h>
 

@@ -25,7 +25,8 @@ TEST(SimSystemInterface, MessagesGoAndComeBack)
 {
     converse(kMachine, R"(
         no IPMB: 06 34 03 82 18 66 20 02 01 dd > cc | 06 34 0f 82 18 66 20 02 01 dd > cc | 06 31 > 00 00;
-        secured, or raw: 06 34 20 82 18 66 20 02 01 dd > cc | 06 34 80 82 18 66 20 02 01 dd > cc | 06 31 > 00 00;
+        authenticated, encrypted, or raw: 06 34 10 82 18 66 20 02 01 dd > cc | 06 34 20 82 18 66 20 02 01 dd > cc |
+            06 34 80 82 18 66 20 02 01 dd > cc | 06 31 > 00 00;
         wrong length: 06 34 > c7 | 06 34 00 82 18 66 20 02 01 > c7 | 06 31 00 > c7 | 06 2e > c7 |
             06 34 00 82 18 66 20 02 01 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 01 02 03 04 05 06 07 08 09 0a 0b
                 d1 > c7;
@@ -38,6 +39,7 @@ TEST(SimSystemInterface, MessagesGoAndComeBack)
         two: 06 34 00 82 18 66 20 02 01 dd > 00 | 06 34 00 82 18 66 20 06 01 d9 > 00 | 06 33 > 00 00 1e c2 82 00.. |
             06 31 > 00 01 | 06 33 > 00 00 1e c2 82 04..;
         taken away: 06 34 00 82 18 66 20 02 01 dd > 00 | 06 30 01 > 00 | 06 33 > 80;
+        still under way: 06 34 00 86 18 62 20 02 01 dd > 00 | 06 30 01 > 00 | +70 | 06 33 > 00 00..;
         its sensor: 06 34 00 82 11 6d 20 02 2d 03 ae > 00 | 06 33 > 00 00 16 ca 82 01 2d 00 07 c0 c0 00 c9;
         no such sensor: 06 34 00 82 10 6e 20 02 2d 03 ae > 00 | 06 33 > 00 00 16 ca 82 00 2d cb 86;
         the BMC's alone: 06 34 00 82 28 56 20 02 20 be > 00 | 06 33 > 00 00 2e b2 82 00 20 c1 9d;
