@@ -1,3 +1,4 @@
+// Times of the event log, and what is new in it.
 #include "monitor/SelNews.h"
 #include "sel/SelSelection.h"
 #include "sel/SelTimestamp.h"

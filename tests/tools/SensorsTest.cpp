@@ -1,3 +1,4 @@
+// Sensors as they are shown, and the words and numbers around them.
 #include "base/Number.h"
 #include "ipmi/IpmiDiscreteSensor.h"
 #include "ipmi/IpmiThresholdSensor.h"

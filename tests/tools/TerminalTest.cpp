@@ -1,3 +1,4 @@
+// Texts, tables and facts on a terminal.
 #include "terminal/Terminal.h"
 
 #include "terminal/Facts.h"

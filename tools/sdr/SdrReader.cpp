@@ -1,3 +1,4 @@
+// Walks the repository in pieces, under a reservation that may be lost.
 #include "sdr/SdrReader.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Loads the log, once more where the library has missed its end.
 #include "sel/SelReader.h"
 
 #include "base/Failure.h"
@@ -15,8 +16,8 @@ namespace Tool
 namespace
 {
 
-constexpr std::uint8_t kStorage = 0x0a, kGetInfo = 0x40, kGetEntry = 0x43;
-constexpr int kWholeLog = 0xffff; ///< more than any BMC has
+constexpr std::uint8_t kSelNetfn = 0x0a, kGetSelInfo = 0x40, kGetEntry = 0x43;
+constexpr int kWholeSel = 0xffff; ///< more than any BMC has
 
 /// Throws Failure when the BMC does not say what the log is like.
 void load(const NodeSession& session)
@@ -30,7 +31,7 @@ bool isNewest(const NodeSession& session, const Ipmi::IpmiSelData& record)
 {
     constexpr std::array<std::uint8_t, 6> kNewest{0, 0, 0xff, 0xff, 0, 0xff}; // no reservation; all of FFFFh
     constexpr std::size_t kNextId = 2;
-    const auto reply = session.send(kStorage, kGetEntry, kNewest);
+    const auto reply = session.send(kSelNetfn, kGetEntry, kNewest);
     const auto bytes = bytesOf(record);
     return reply && reply->data.size() == kNextId + bytes.size() &&
            std::equal(bytes.begin(), bytes.end(), reply->data.begin() + kNextId);
@@ -39,7 +40,7 @@ bool isNewest(const NodeSession& session, const Ipmi::IpmiSelData& record)
 SelContent cached(int node, std::optional<unsigned> last)
 {
     SelContent content{Ipmi::IpmiIfc::getSelData(node), Ipmi::IpmiIfc::getRawSelHeader(node).entryCount()};
-    content.wanted = std::min<std::size_t>(content.wanted, last.value_or(kWholeLog));
+    content.wanted = std::min<std::size_t>(content.wanted, last.value_or(kWholeSel));
     return content;
 }
 
@@ -62,7 +63,7 @@ bool isWorthAnother(const NodeSession& session, const SelContent& content)
 SelContent readSel(const NodeSession& session, std::optional<unsigned> last)
 {
     session.requireBmc();
-    Ipmi::KEEP_SEL_NUMBER = last ? static_cast<int>(*last) : kWholeLog;
+    Ipmi::KEEP_SEL_NUMBER = last ? static_cast<int>(*last) : kWholeSel;
     load(session);
     SelContent content = cached(session.node(), last);
     if (isWorthAnother(session, content)) {
@@ -76,7 +77,7 @@ std::optional<bool> hasSelChanged(const NodeSession& session)
 {
     const Ipmi::ipmiifc_sel_info info = Ipmi::IpmiIfc::getRawSelHeader(session.node());
     const std::span<const std::uint8_t> before = std::span(info.bytes).subspan(1); // without the completion code
-    const auto now = session.send(kStorage, kGetInfo);
+    const auto now = session.send(kSelNetfn, kGetSelInfo);
     if (!now || now->data.size() < before.size())
         return std::nullopt;
     return !std::equal(before.begin(), before.end(), now->data.begin());
