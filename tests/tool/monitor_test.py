@@ -123,12 +123,14 @@ class MonitorTest(unittest.TestCase):
     def test_states(self):
         for sensor, change, before, now, words in (
                 ("Fan 1", {"value": 480}, "ok", "lower critical", r"Fan 1  ok -> lower critical  480 RPM"),
-                ("PSU Status", {"states": 3}, "0", "0,1", "presence detected -> presence detected, failure detected"),
+                ("PSU Status", {"states": 3}, "0", "0,1", "PSU Status  presence detected -> presence detected, failure detected"),
                 ("Inlet Temp", {"unavailable": True}, "ok", None, "Inlet Temp  ok -> no reading")):
             with self.subTest(sensor=sensor):
                 process, text = self.tool("monitor"), self.started([TOOL, "monitor", "--interval=0.2"])
                 self.line(process, "start")
                 self.assertIn("watching", text.stdout.readline())
+                timeless = "OEM 0xe0  " + " ".join(["07"] * 13)
+                self.ctl("event", raw="00 00 e0" + " 07" * 13)
                 self.ctl("set", sensor=sensor, **change)
                 line = json.loads(process.stdout.readline())
                 while line["kind"] == "event":  # that the sensor has sent itself
@@ -136,10 +138,11 @@ class MonitorTest(unittest.TestCase):
                 self.assertEqual((line["sensor"]["name"], line["previous_state"], line["sensor"]["state"]),
                                  (sensor, before, now))
                 self.ended(process)
-                shown = text.stdout.readline()
-                while shown and not re.search(words, shown):
-                    shown = text.stdout.readline()
-                self.assertRegex(shown, words)
+                shown = "\n"
+                while not (re.search(words, shown) and timeless in shown) and (more := text.stdout.readline()):
+                    shown += more
+                self.assertRegex(shown, rf"\n[\d-]{{10}} [\d:]{{8}}  {words}")
+                self.assertIn("\n" + timeless, shown)  # its own time, which it has not
                 text.terminate()
 
     def test_silence(self):
