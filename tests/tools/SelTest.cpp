@@ -106,14 +106,14 @@ TEST(SelViewTest, WhatIsAssertedHasTheColourOfItsThreshold)
                                                                    {0x02, "critical", Colour::kRed},
                                                                    {0x0b, "non-recoverable", Colour::kRed}};
     for (const auto& [offset, severity, colour] : rows) {
-        for (const unsigned char deasserted : {0x00, 0x80}) {
-            const Ipmi::sel_event_record record{
-                {1, 0, 2, 8, 0x5e, 0x9a, 0x65, 0x20, 0, 4, 1, 3, static_cast<unsigned char>(1 | deasserted), offset}};
+        for (const bool asserted : {true, false}) {
+            const Ipmi::sel_event_record record{{1, 0, 2, 8, 0x5e, 0x9a, 0x65, 0x20, 0, 4, 1, 3,
+                                                 static_cast<unsigned char>(asserted ? 0x01 : 0x81), offset}};
             const Ipmi::IpmiSelData data(&record, 0);
             const auto cells = cellsOf(data, {}, {.utc = true, .raw = false});
             EXPECT_EQ(cells.at(1).text + cells.at(2).text + cells.at(5).text,
-                      std::string("2024-01-07 08:18:16sensor 0x03") + severity);
-            EXPECT_EQ(cells.at(5).colour, deasserted != 0 ? Colour::kNone : colour);
+                      std::string("2024-01-07 08:17:12sensor 0x03") + severity);
+            EXPECT_EQ(cells.at(5).colour, asserted ? colour : Colour::kNone);
         }
     }
 }
