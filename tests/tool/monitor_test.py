@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
 """monitor_test.py TRX-IPMI TRX-BMCSIM: the long-running views, monitor and sel --follow, on a served simulator."""
+import array
+import fcntl
 import json
 import os
 import pathlib
@@ -7,9 +9,11 @@ import re
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import threading
 import time
 import unittest
@@ -18,6 +22,7 @@ TOOL, SIM = sys.argv[1:3]
 SAMPLE = pathlib.Path(__file__).resolve().parents[2] / "sim" / "machines" / "sample.json"
 BUSY = {"netfn": 6, "cmd": 1, "count": 1, "busy_ms": 2500}
 STARTING = {"netfn": 6, "cmd": 1, "count": 8, "completion_code": 0xd2}
+SMALL_PIPE = 4096
 MOMENT = 2  # seconds: one, and what a busy machine adds
 
 
@@ -62,6 +67,25 @@ class MonitorTest(unittest.TestCase):
     def faults(self, *rules):
         self.ctl("faults", plan=json.dumps({"faults": rules}))
 
+    def requests(self):
+        return self.ctl("counters")["total"]
+
+    def wait_until(self, condition):
+        """Asks the simulator in between, so that other processes have their turn."""
+        while not condition():
+            self.requests()
+
+    @staticmethod
+    def is_full(pipe):
+        waiting = array.array("i", [0])
+        fcntl.ioctl(pipe, termios.FIONREAD, waiting)
+        return waiting[0] > SMALL_PIPE - 600  # a line has less
+
+    @staticmethod
+    def blocks(process, number):
+        status = pathlib.Path(f"/proc/{process.pid}/status").read_text(encoding="ascii")
+        return int(re.search(r"SigBlk:\s*(\w+)", status)[1], 16) >> number - 1 & 1 == 1
+
     def line(self, process, kind, node=0):
         line = json.loads(process.stdout.readline())
         self.assertEqual((line["kind"], line["node"]), (kind, node), line)
@@ -83,13 +107,14 @@ class MonitorTest(unittest.TestCase):
                 start = self.line(process, "start")
                 self.assertGreater(start["sensors"], 100)
                 ids = [self.ctl("event", sensor="Fan 1", offset=i % 2, deassert=i % 3 == 0)["last_id"] for i in range(60)]
-                time.sleep(0.3)  # and again in the same second
+                records = [self.line(process, "event")["record"] for _ in ids]  # and again in the same second
                 ids.append(self.ctl("event", raw="00 00 c0 00 00 00 00 01 02 03 04 05 06 07 08 09")["last_id"])
-                records = [self.line(process, "event")["record"] for _ in ids]
+                records.append(self.line(process, "event")["record"])
                 self.assertEqual([record["id"] for record in records], ids)
                 self.assertEqual([(record["sensor_name"], record["asserted"]) for record in records[:3]],
                                  [("Fan 1", False), ("Fan 1", True), ("Fan 1", True)])
-                time.sleep(1.1)  # two erasures in one second are one
+                later = struct.pack("<I", self.ctl("sel")["time"] + 5)  # two erasures in one second are one
+                self.assertEqual(self.started([TOOL, "raw", "10", "0x49", *map(str, later)]).wait(), 0)
                 self.ctl("sel", clear=True)
                 self.ctl("event", sensor="12V", offset=9)
                 self.assertEqual(self.line(process, "event")["record"]["sensor_name"], "12V")
@@ -98,12 +123,14 @@ class MonitorTest(unittest.TestCase):
     def test_states(self):
         for sensor, change, before, now, words in (
                 ("Fan 1", {"value": 480}, "ok", "lower critical", r"Fan 1  ok -> lower critical  480 RPM"),
-                ("PSU Status", {"states": 3}, "0", "0,1", "presence detected -> presence detected, failure detected"),
+                ("PSU Status", {"states": 3}, "0", "0,1", "PSU Status  presence detected -> presence detected, failure detected"),
                 ("Inlet Temp", {"unavailable": True}, "ok", None, "Inlet Temp  ok -> no reading")):
             with self.subTest(sensor=sensor):
                 process, text = self.tool("monitor"), self.started([TOOL, "monitor", "--interval=0.2"])
                 self.line(process, "start")
                 self.assertIn("watching", text.stdout.readline())
+                timeless = "OEM 0xe0  " + " ".join(["07"] * 13)
+                self.ctl("event", raw="00 00 e0" + " 07" * 13)
                 self.ctl("set", sensor=sensor, **change)
                 line = json.loads(process.stdout.readline())
                 while line["kind"] == "event":  # that the sensor has sent itself
@@ -111,9 +138,12 @@ class MonitorTest(unittest.TestCase):
                 self.assertEqual((line["sensor"]["name"], line["previous_state"], line["sensor"]["state"]),
                                  (sensor, before, now))
                 self.ended(process)
-                time.sleep(0.5)
+                shown = "\n"
+                while not (re.search(words, shown) and timeless in shown) and (more := text.stdout.readline()):
+                    shown += more
+                self.assertRegex(shown, rf"\n[\d-]{{10}} [\d:]{{8}}  {words}")
+                self.assertIn("\n" + timeless, shown)  # its own time, which it has not
                 text.terminate()
-                self.assertRegex(text.stdout.read(), words)
 
     def test_silence(self):
         process = self.tool("monitor")
@@ -126,32 +156,34 @@ class MonitorTest(unittest.TestCase):
             self.line(process, "regained")
             self.line(process, "event")
         self.faults({"no_answer": True})
-        time.sleep(0.5)
+        asked = self.requests()
+        self.wait_until(lambda: self.requests() > asked)
         self.assertEqual([line["kind"] for line in self.ended(process)], ["end"])
         self.faults()
         process = self.tool("monitor")
         self.line(process, "start")
         self.server.kill()
         self.assertIn("/dev/ipmi0 has gone", self.line(process, "lost")["reason"])
-        time.sleep(0.5)
         self.assertEqual([line["reason"] for line in self.ended(process, signal.SIGINT)], ["SIGINT"])
 
     def test_ends(self):
         for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):  # while it starts
             self.ctl("latency", ms=100)
+            asked = self.requests()
             process = self.tool("monitor", interval=None)
-            time.sleep(1)
+            self.wait_until(lambda: self.requests() > asked + 4)
             self.assertEqual(self.ended(process, number), [])
         self.ctl("latency", ms=0)
         # While nobody reads what it writes. (ThreadSanitizer's _exit() waits for the thread that writes.)
         for second in (True,) if "TSAN_OPTIONS" in os.environ else (False, True):
-            process = self.tool("sel", "--follow")
+            process = self.tool("sel", "--follow", pipesize=SMALL_PIPE)
             self.line(process, "start")
-            self.ctl("event", sensor="Fan 1", offset=1, count=600)
-            time.sleep(2)
+            self.ctl("event", sensor="Fan 1", offset=1, count=100)
+            self.wait_until(lambda: self.is_full(process.stdout))
             process.terminate()
-            time.sleep(0.3)
-            process.send_signal(signal.SIGTERM if second else 0)
+            if second:
+                self.wait_until(lambda: not self.blocks(process, signal.SIGTERM))
+                process.terminate()
             self.assertEqual(process.wait(MOMENT), -signal.SIGTERM if second else 0)
         process = self.tool("monitor")
         self.line(process, "start")

@@ -122,7 +122,7 @@ class ToolTest(unittest.TestCase):
             (["sel", "--delete", "5", "--clear"], "excludes"), (["sel", "info", "--last", "5"], "--last does not go"),
             (["sel", "decode", missing], "cannot read .*: No such file"),
             (["sel", "decode", missing, "--clear", "--yes"], "--clear does not go with sel decode"),
-            (["sel", "decode", "/dev/zero"], "too long"), (["sel", "decode", TOOL], "too long|no saved log"),
+            (["sel", "decode", "/dev/zero"], "too long"), (["sel", "decode", "/proc/self/comm"], "no saved log: its 9 bytes"),
             (["sel", "--save", missing + "/file"], "cannot write .*: No such file"),
             (["--sim", "sdr", "dump", "/dev/full"], "cannot write /dev/full: No space"),
         ]
@@ -222,6 +222,8 @@ class ToolTest(unittest.TestCase):
         found = [(sensor["name"], place) for place, _, sensors in tree for sensor in sensors]
         sensors = self.json("sensors")["sensors"]
         self.assertEqual(sorted(found), sorted((s["name"], tuple(s["entity"].values())) for s in sensors))
+        holders = [bool(entity["children"]) for entity in self.json("entities")["entities"]]
+        self.assertEqual(holders, sorted(holders, reverse=True), "what contains others comes first")
         parents = {place[:2]: parent and parent[:2] for place, parent, _ in tree}
         self.assertEqual(len(parents), len(tree), "every entity is there once")
         for key, parent in (((7, 1), None), ((3, 1), (7, 1)), ((8, 1), (7, 1)), ((32, 3), (8, 1)), ((55, 1), None)):
@@ -239,6 +241,7 @@ class ToolTest(unittest.TestCase):
             self.path.write_bytes(b"".join(records))
             text = run("entities", sim=[*self.machine, "--sdr", self.path]).stdout
             self.assertEqual(sorted(re.findall(r"(?m)\(7\.(\d+)\)$", text)), sorted(str(i) for i in range(1, 100)))
+            self.assertLessEqual(max(line.find("System Board") for line in text.splitlines()), 3 * 16)
 
     def test_selection(self):
         everything = self.json("sensors")["sensors"]

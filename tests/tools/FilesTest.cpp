@@ -1,3 +1,4 @@
+// What happens to files that are read and written.
 #include "base/Failure.h"
 #include "files/InputFile.h"
 #include "files/OutputFile.h"

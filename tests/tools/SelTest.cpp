@@ -1,3 +1,4 @@
+// Times of the event log, and what is new in it.
 #include "monitor/SelNews.h"
 #include "sel/SelSelection.h"
 #include "sel/SelTimestamp.h"
@@ -5,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace Tool
 {
@@ -95,6 +97,24 @@ TEST(SelTimestampTest, PointsAsUsersWriteThem)
     for (const Row& row : rows) {
         EXPECT_EQ(pointFrom(row.text, true).value_or(-1), row.utc) << row.text;
         EXPECT_EQ(pointFrom(row.text, false).value_or(-1), row.utc < 0 ? -1 : row.utc + row.local * 3600) << row.text;
+    }
+}
+
+TEST(SelViewTest, WhatIsAssertedHasTheColourOfItsThreshold)
+{
+    const std::tuple<unsigned char, const char*, Colour> rows[] = {{0x00, "non-critical", Colour::kYellow},
+                                                                   {0x02, "critical", Colour::kRed},
+                                                                   {0x0b, "non-recoverable", Colour::kRed}};
+    for (const auto& [offset, severity, colour] : rows) {
+        for (const bool asserted : {true, false}) {
+            const Ipmi::sel_event_record record{{1, 0, 2, 8, 0x5e, 0x9a, 0x65, 0x20, 0, 4, 1, 3,
+                                                 static_cast<unsigned char>(asserted ? 0x01 : 0x81), offset}};
+            const Ipmi::IpmiSelData data(&record, 0);
+            const auto cells = cellsOf(data, {}, {.utc = true, .raw = false});
+            EXPECT_EQ(cells.at(1).text + cells.at(2).text + cells.at(5).text,
+                      std::string("2024-01-07 08:17:12sensor 0x03") + severity);
+            EXPECT_EQ(cells.at(5).colour, asserted ? colour : Colour::kNone);
+        }
     }
 }
 

@@ -1,7 +1,9 @@
+// Sensors as they are shown, and the words and numbers around them.
 #include "base/Number.h"
 #include "ipmi/IpmiDiscreteSensor.h"
 #include "ipmi/IpmiThresholdSensor.h"
 #include "node/CompletionCode.h"
+#include "sel/SelSensorNames.h"
 #include "sensors/SensorFacts.h"
 #include "sensors/SensorHistory.h"
 #include "sensors/SensorTable.h"
@@ -69,6 +71,34 @@ TEST(SensorViewTest, AsManyDigitsAsTheStepsHave)
         EXPECT_EQ(view.valueText(), row.text);
         EXPECT_EQ(view.withUnit(row.value), row.text.empty() ? "" : row.text + " Volts");
     }
+}
+
+TEST(SensorViewTest, OnlyWhatComparesWithThresholdsGivesANumber)
+{
+    struct Row {
+        unsigned char eventType, unit;
+        bool numeric;
+        std::string shownUnit;
+    };
+    for (const Row& row : {Row{1, 4, true, "Volts"}, {1, 0, true, ""}, {0x6f, 4, false, ""}}) {
+        auto record = fullRecord();
+        record[13] = row.eventType;
+        record[21] = row.unit;
+        Ipmi::IpmiThresholdSensor threshold(record.size(), record.data(), 0);
+        Ipmi::IpmiDiscreteSensor discrete(record.size(), record.data(), 0);
+        const SensorView view(row.eventType == 1 ? static_cast<Ipmi::IpmiSensor&>(threshold) : discrete);
+        EXPECT_EQ(view.isNumeric, row.numeric);
+        EXPECT_EQ(view.unit, row.shownUnit);
+    }
+}
+
+TEST(SelSensorNamesTest, SensorsAreFoundByGeneratorAndNumber)
+{
+    const SelSensorNames names(fullRecord());
+    EXPECT_EQ(names.name(0x0020, 3), "V");
+    EXPECT_EQ(names.name(0x0c20, 3), "V") << "two bits are reserved";
+    for (const auto& [generator, number] : {std::pair(0x0020, 4), {0x0022, 3}, {0x0120, 3}, {0x1020, 3}})
+        EXPECT_EQ(names.name(generator, number), "") << generator << ' ' << number;
 }
 
 TEST(SensorTableTest, ColoursSayHowBadItIs)

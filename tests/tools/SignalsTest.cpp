@@ -1,3 +1,4 @@
+// Programs that run for long, and what ends or stops them.
 #include "Child.h"
 
 #include "monitor/Ending.h"

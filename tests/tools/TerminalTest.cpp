@@ -1,6 +1,6 @@
+// Texts and tables on a terminal.
 #include "terminal/Terminal.h"
 
-#include "terminal/Facts.h"
 #include "terminal/Table.h"
 
 #include <cstdlib>
@@ -93,27 +93,6 @@ TEST(TableTest, WithoutTitlesThereIsNoLineOfThem)
     table.add({{"a"}, {"b"}});
     table.add({{"ab"}, {}});
     EXPECT_EQ(table.text(true), "a   b\nab\n");
-}
-
-TEST(FactsTest, EachHasALineAndAMember)
-{
-    Facts facts;
-    facts.hex("sensor_type", 7);
-    facts.list("flags", {});
-    facts.list("states", {"a", "b"});
-    facts.coded("rate", 1, Words{"none", "per hour"});
-    facts.coded("unit", 9, Words{"none"});
-    facts.text("name", "a\tb");
-    facts.text("empty", "");
-    EXPECT_EQ(facts.lines(),
-              "  sensor type  0x07\n  flags        none\n  states       a, b\n  rate         per hour (0x01)\n"
-              "  unit         unknown (0x09)\n  name         a?b\n  empty        -\n");
-    Json json;
-    for (const Fact& fact : facts.all())
-        json[fact.key] = fact.json;
-    EXPECT_EQ(jsonLine(json), R"({"sensor_type":7,"flags":[],"states":["a","b"],"rate":{"code":1,"name":"per hour"},)"
-                              R"("unit":{"code":9,"name":null},"name":"a\tb","empty":null})"
-                              "\n");
 }
 
 } // namespace Tool

@@ -1,3 +1,4 @@
+// Sets of signals: blocked, handled, waited for.
 #include "base/Signals.h"
 
 #include <algorithm>

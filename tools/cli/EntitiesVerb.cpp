@@ -1,3 +1,4 @@
+// entities: the server's parts drawn as a tree.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "cli/Verbs.h"

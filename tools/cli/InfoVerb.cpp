@@ -1,3 +1,4 @@
+// info: who the BMC is.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "cli/Verbs.h"

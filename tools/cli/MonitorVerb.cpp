@@ -1,3 +1,4 @@
+// monitor: which nodes to watch, and how.
 #include "base/Failure.h"
 #include "base/Number.h"
 #include "cli/Verbs.h"

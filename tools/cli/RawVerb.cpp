@@ -1,3 +1,4 @@
+// raw: one command out, the answer's bytes in.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "base/Number.h"

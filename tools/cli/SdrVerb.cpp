@@ -1,3 +1,4 @@
+// sdr dump, sdr list: the repository of sensor data records.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "cli/Verbs.h"

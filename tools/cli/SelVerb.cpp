@@ -1,3 +1,4 @@
+// sel, sel decode: the event log listed, followed, saved, cleared.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "cli/Verbs.h"

@@ -1,3 +1,4 @@
+// sensors: all of them, once or again and again.
 #include "base/Failure.h"
 #include "base/Json.h"
 #include "cli/Verbs.h"

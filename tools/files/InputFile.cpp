@@ -1,3 +1,4 @@
+// Reads a file that may be longer than it should be.
 #include "files/InputFile.h"
 
 #include "base/Failure.h"

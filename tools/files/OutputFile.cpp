@@ -1,3 +1,4 @@
+// Writes under another name, and renames when all is there.
 #include "files/OutputFile.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// How the end begins, and what limits it.
 #include "monitor/Ending.h"
 
 #include "base/Failure.h"

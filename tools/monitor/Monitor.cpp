@@ -1,3 +1,4 @@
+// The life of a monitor: all nodes watched, until the end.
 #include "monitor/Monitor.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Lines of the monitor, put together and written.
 #include "monitor/MonitorLines.h"
 
 #include "base/Failure.h"

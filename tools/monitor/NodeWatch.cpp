@@ -1,3 +1,4 @@
+// A watched node's threads: the polling loop, the event log, the sensors.
 #include "monitor/NodeWatch.h"
 
 #include "ipmi/CmpiStatus.h"

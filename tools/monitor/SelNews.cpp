@@ -1,3 +1,4 @@
+// Records told from those that were there before.
 #include "monitor/SelNews.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Reads the records behind the library's last one, one by one.
 #include "monitor/SelTail.h"
 
 #include "ipmi/IpmiIfc.h"

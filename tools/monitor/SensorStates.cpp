@@ -1,3 +1,4 @@
+// Takes the states of all sensors, and compares them with others.
 #include "monitor/SensorStates.h"
 
 #include "sensors/EventNames.h"

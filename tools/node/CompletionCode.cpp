@@ -1,3 +1,4 @@
+// The table of completion codes.
 #include "node/CompletionCode.h"
 
 #include <algorithm>

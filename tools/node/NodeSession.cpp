@@ -1,3 +1,4 @@
+// Opens and closes a node; sends it single commands.
 #include "node/NodeSession.h"
 
 #include "base/Failure.h"

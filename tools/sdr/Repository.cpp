@@ -1,3 +1,4 @@
+// The library reads it; here its failures get words.
 #include "sdr/Repository.h"
 
 #include "base/Failure.h"

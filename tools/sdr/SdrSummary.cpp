@@ -1,3 +1,4 @@
+// Tells what each type of record has to tell.
 #include "sdr/SdrSummary.h"
 
 #include "ipmi/IpmiDiscreteSensor.h"

@@ -1,3 +1,4 @@
+// Clears the log, or deletes a record, and says what went wrong.
 #include "sel/SelErasure.h"
 
 #include "base/Failure.h"

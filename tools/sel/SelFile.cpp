@@ -1,3 +1,4 @@
+// Records to bytes and back.
 #include "sel/SelFile.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Loads the log, once more where the library has missed its end.
 #include "sel/SelReader.h"
 
 #include "base/Failure.h"
@@ -16,7 +17,7 @@ namespace Tool
 namespace
 {
 
-constexpr int kWholeLog = 0xffff; ///< more than any BMC has
+constexpr int kWholeSel = 0xffff; ///< more than any BMC has
 
 /// Throws Failure when the BMC does not say what the log is like.
 void load(const NodeSession& session)
@@ -35,7 +36,7 @@ bool isNewest(const NodeSession& session, const Ipmi::IpmiSelData& record)
 SelContent cached(int node, std::optional<unsigned> last)
 {
     SelContent content{Ipmi::IpmiIfc::getSelData(node), Ipmi::IpmiIfc::getRawSelHeader(node).entryCount()};
-    content.wanted = std::min<std::size_t>(content.wanted, last.value_or(kWholeLog));
+    content.wanted = std::min<std::size_t>(content.wanted, last.value_or(kWholeSel));
     return content;
 }
 
@@ -71,7 +72,7 @@ std::optional<SelEntry> readSelEntry(int node, std::uint16_t id)
 SelContent readSel(const NodeSession& session, std::optional<unsigned> last)
 {
     session.requireBmc();
-    Ipmi::KEEP_SEL_NUMBER = last ? static_cast<int>(*last) : kWholeLog;
+    Ipmi::KEEP_SEL_NUMBER = last ? static_cast<int>(*last) : kWholeSel;
     load(session);
     SelContent content = cached(session.node(), last);
     if (isWorthAnother(session, content)) {

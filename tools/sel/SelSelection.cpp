@@ -1,3 +1,4 @@
+// Chooses records by number and time.
 #include "sel/SelSelection.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Files the names of a repository's sensors by what events say of them.
 #include "sel/SelSensorNames.h"
 
 #include "ipmi/IpmiDiscreteSensor.h"

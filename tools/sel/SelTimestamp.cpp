@@ -1,3 +1,4 @@
+// Time stamps to texts, and texts of users to points in time.
 #include "sel/SelTimestamp.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// What a record says in the columns of a table, and in JSON.
 #include "sel/SelView.h"
 
 #include "ipmi/IpmiSensorNames.h"

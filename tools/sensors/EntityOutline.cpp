@@ -1,3 +1,4 @@
+// Puts entities and sensors beneath what contains them, without circles.
 #include "sensors/EntityOutline.h"
 
 #include "ipmi/IpmiIfc.h"
@@ -14,7 +15,7 @@ namespace
 
 constexpr std::size_t kMostLevels = 16; ///< what a BMC puts deeper stands at the top
 
-constexpr std::pair<unsigned, unsigned> kNone{0, 0};
+constexpr std::pair<unsigned, unsigned> kNoEntity{0, 0};
 
 std::pair<unsigned, unsigned> keyOf(const Ipmi::IpmiEntity& entity)
 {
@@ -41,7 +42,7 @@ void EntityOutline::readEntities(int node)
         const std::size_t known = items_.size(), item = add(entity);
         if (item == known) {
             const Ipmi::IpmiEntity parent = entity.getParent();
-            const auto above = keyOf(parent) == kNone ? std::nullopt : std::optional(add(parent));
+            const auto above = keyOf(parent) == kNoEntity ? std::nullopt : std::optional(add(parent));
             items_[item].parent = above;
             container = items_[item].parent.value_or(item);
         } else if (items_[item].parent) {

@@ -1,3 +1,4 @@
+// The tables of states and events by name.
 #include "sensors/EventNames.h"
 
 #include "ipmi/IpmiEventNames.h"

@@ -1,3 +1,4 @@
+// What is known of a sensor beside its record: thresholds, hysteresis, reading.
 #include "sensors/SensorFacts.h"
 
 #include "node/CompletionCode.h"

@@ -1,3 +1,4 @@
+// Keeps the last values, and draws them.
 #include "sensors/SensorHistory.h"
 
 #include <algorithm>

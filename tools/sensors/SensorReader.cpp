@@ -1,3 +1,4 @@
+// Reads the sensors of a node, in an order that stays.
 #include "sensors/SensorReader.h"
 
 #include "base/Failure.h"

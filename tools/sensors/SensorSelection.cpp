@@ -1,3 +1,4 @@
+// Chooses sensors by entity and by type.
 #include "sensors/SensorSelection.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Columns and colours of sensors.
 #include "sensors/SensorTable.h"
 
 #include <algorithm>

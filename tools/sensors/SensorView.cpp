@@ -1,3 +1,4 @@
+// Takes what a sensor has to show, and formats its numbers.
 #include "sensors/SensorView.h"
 
 #include "ipmi/CmpiStatus.h"

@@ -1,3 +1,4 @@
+// Pass after pass: reads, shows, waits.
 #include "sensors/SensorWatch.h"
 
 #include "base/Failure.h"

@@ -1,3 +1,4 @@
+// Facts as lines.
 #include "terminal/Facts.h"
 
 #include "terminal/Terminal.h"

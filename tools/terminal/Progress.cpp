@@ -1,3 +1,4 @@
+// A thread that counts the seconds on standard error.
 #include "terminal/Progress.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// Draws in place, and puts the cursor back whatever ends or stops the program.
 #include "terminal/Screen.h"
 
 #include "terminal/Terminal.h"

@@ -1,3 +1,4 @@
+// Measures the columns, and writes the lines.
 #include "terminal/Table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// What a terminal is told, and what is kept from it.
 #include "terminal/Terminal.h"
 
 #include "base/Failure.h"
