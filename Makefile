@@ -76,8 +76,8 @@ format:
 format-check:
 	@clang-format-14 --dry-run --Werror $(SOURCES)
 
-# clang-tidy and clang's thread-safety analysis over the library's own sources; and every other file is compiled alone, which the
-# builds, that compile several as one, do not.
+# clang-tidy and clang's thread-safety analysis over the library's own sources; and each file of the programs is compiled alone,
+# which the builds, that compile several as one, do not.
 lint:
 	@cmake --preset lint >/dev/null
 	@printf '%s\n' $(LINTED) | xargs -P $(JOBS) -n 1 clang-tidy-14 --quiet -p build/lint

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""compile-alone.py BUILD_DIR JOBS: builds compile many files as one; here each one of the sources shows that it includes all that it
-needs. It is compiled as BUILD_DIR's compile_commands.json says, without a result. The library's own sources are left to clang-tidy,
-which reads them the same way."""
+"""compile-alone.py BUILD_DIR JOBS: builds compile many files as one; here each source of the programs shows that it includes all that it
+needs. It is compiled as BUILD_DIR's compile_commands.json says, without a result. The library's sources are left to clang-tidy, which
+reads them the same way."""
 import concurrent.futures
 import json
 import os
@@ -22,8 +22,8 @@ def alone(entry):
 def main(build, jobs):
     with open(f"{build}/compile_commands.json", encoding="utf-8") as file:
         commands = {entry["file"]: entry for entry in json.load(file)}
-    library = os.path.realpath("src") + "/"
-    entries = [entry for name, entry in commands.items() if not name.startswith((library, os.path.realpath(build) + "/"))]
+    programs = tuple(os.path.realpath(folder) + "/" for folder in ("sim", "tools"))
+    entries = [entry for name, entry in commands.items() if name.startswith(programs)]
     with concurrent.futures.ThreadPoolExecutor(int(jobs)) as pool:
         results = list(pool.map(alone, entries))
     for _, complaint in results:
