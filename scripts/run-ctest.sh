@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run-ctest.sh PRESET JOBS [WRAPPER...]: runs a preset's tests and keeps what ctest said for the closing summary.
+# run-ctest.sh PRESET JOBS [OPTION...]: runs a preset's tests and keeps what ctest said for the closing summary.
 set -euo pipefail
 preset=$1 jobs=$2
 shift 2
 mkdir -p "build/$preset"
-"$@" ctest --preset "$preset" --parallel "$jobs" 2>&1 | tee "build/$preset/ctest.log"
+ctest --preset "$preset" --parallel "$jobs" "$@" 2>&1 | tee "build/$preset/ctest.log"

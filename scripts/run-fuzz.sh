@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# run-fuzz.sh JOBS CORPUS OPTION...: runs every fuzz target of build/fuzz with these libFuzzer options. A target starts from
+# run-fuzz.sh JOBS CORPUS OPTION...: runs every fuzz target of build/asan with these libFuzzer options. A target starts from
 # fuzz/corpus/<target> (real inputs, and those that once failed), the readers of machines and repositories from the sample machine
 # too, and from what it has learnt, which stays in the folder CORPUS.
 set -euo pipefail
 jobs=$1 corpus=$2
 shift 2
 cd "$(dirname "$(readlink -f "$0")")/.."
-out=build/fuzz
+bin=build/asan/bin out=build/fuzz
 mkdir -p "$out/seeds/SensorRecordFuzz" "$out/seeds/JsonFileFuzz"
-"$out/bin/trx-bmcsim" sdr "$out/seeds/SensorRecordFuzz/repository"
+"$bin/trx-bmcsim" sdr "$out/seeds/SensorRecordFuzz/repository"
 cp sim/machines/*.json "$out/seeds/JsonFileFuzz"
 
 run() {
@@ -19,7 +19,7 @@ run() {
     for folder in "$out/seeds/$target" "fuzz/corpus/$target"; do
         [ ! -d "$folder" ] || folders+=("$folder")
     done
-    if "$out/bin/fuzz-$target" -close_fd_mask=1 -timeout=20 -artifact_prefix="$out/" "$@" "${folders[@]}" >"$out/$target.log" 2>&1; then
+    if "$bin/fuzz-$target" -close_fd_mask=1 -timeout=20 -artifact_prefix="$out/" "$@" "${folders[@]}" >"$out/$target.log" 2>&1; then
         echo "fuzz $target: $(tail -n 1 "$out/$target.log")"
     else
         tail -n 60 "$out/$target.log"
@@ -28,7 +28,7 @@ run() {
     fi
 }
 export -f run
-export out corpus
+export bin out corpus
 for source in fuzz/*.cpp; do
     basename "$source" .cpp
 done | xargs -P "$jobs" -I TARGET bash -c 'run "$@"' run TARGET "$@"

@@ -14,7 +14,7 @@ namespace Ipmi
 class TRX_IPMI_API CmpiDateTime : public CmpiObject
 {
 public:
-    enum Type { kPointInTime = 0, kInterval = 1 };
+    enum Type : unsigned { kPointInTime = 0, kInterval = 1 };
 
     CmpiDateTime() = default;
     /// Wraps `dateTime`; no copy.

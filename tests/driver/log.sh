@@ -3,8 +3,8 @@
 
 # log NAME: what two clients say of the event log.
 log() {
-    ipmitool -I open sel list >"$1.list"
-    ipmitool -I open sel info >"$1.info"
-    trx-ipmi --json sel >"$1.json"
-    trx-ipmi --json sel info >"$1.info.json"
+    ipmitool -I open -d "$node" sel list >"$1.list"
+    ipmitool -I open -d "$node" sel info >"$1.info"
+    trx-ipmi --node "$node" --json sel >"$1.json"
+    trx-ipmi --node "$node" --json sel info >"$1.info.json"
 }

@@ -1,9 +1,9 @@
-# Sourced by the runs: an emulated machine with the real Linux IPMI driver. Sets build, bin, work and kernel.
+# Sourced by the run: an emulated machine with the real Linux IPMI driver. Sets build, bin, work and kernel.
 # shellcheck shell=bash
 
-# prepare BUILD_DIR NAME: a fresh folder for this run, and the initramfs with the driver, the tests and their programs.
+# prepare BUILD_DIR: a fresh folder for this run, and the initramfs with the driver, the tests and their programs.
 prepare() {
-    build=$(readlink -f "$1") work=$(readlink -f "$1")/driver-$2
+    build=$(readlink -f "$1") work=$(readlink -f "$1")/driver
     kernel=$(dirname "$build")/driver-kernel bin=$build/bin
     "$here/fetch-kernel.sh" "$kernel"
     rm -rf "$work"
@@ -11,20 +11,19 @@ prepare() {
     "$here/make-initramfs.sh" "$kernel" "$work/initrd.gz" ipmitool ipmi-sensors "$bin"/{trx-ipmi,follow-sel}
 }
 
-# emulate TEST CONSOLE OPTION...: runs tests/driver/TEST in a machine whose BMC, bmc0, these QEMU options define; its console is QEMU's serial device
-# CONSOLE.
-emulate() {
-    local test=$1 console=$2
-    shift 2
-    timeout 240 qemu-system-x86_64 -machine pc -accel tcg -m 512 -display none -no-reboot \
-        -kernel "$kernel/vmlinuz" -initrd "$work/initrd.gz" -append "console=ttyS0 quiet panic=-1 trx_test=$test" \
-        -serial "$console" -serial "file:$work/out.tar" "$@" -device isa-ipmi-kcs,bmc=bmc0,irq=5
+# attach NAME PORT IRQ DEVICE: one more BMC, a QEMU device with its options, behind an interface of its own.
+bmcs=()
+attach() { bmcs+=(-device "$4,id=bmc-$1" -device "isa-ipmi-kcs,bmc=bmc-$1,ioport=$2,irq=$3"); }
+# attach_served NAME PORT IRQ: the one that is served by this name.
+attach_served() {
+    bmcs+=(-chardev "socket,id=served-$1,host=127.0.0.1,port=${port[$1]},reconnect=1")
+    attach "$1" "$2" "$3" "ipmi-bmc-extern,chardev=served-$1"
 }
 
-# results: what the test left, in $work/out. Fails when the test did.
-results() {
-    if tar x -C "$work/out" -f "$work/out.tar" && [ "$(cat "$work/out/status")" = 0 ]; then return; fi
-    echo "the test in the emulated machine failed:"
-    cat "$work/out/log" "$work/console.txt"
-    return 1
+# emulate: runs the machine with these BMCs; its console is the pipe $work/console. The devices that are left out would have interrupts
+# that the BMCs take.
+emulate() {
+    timeout 540 qemu-system-x86_64 -machine pc -accel tcg -m 512 -display none -vga none -nic none -parallel none -no-reboot \
+        -kernel "$kernel/vmlinuz" -initrd "$work/initrd.gz" -append "console=ttyS0 quiet panic=-1" \
+        -serial "pipe:$work/console" -serial "file:$work/out.tar" "${bmcs[@]}"
 }

@@ -1,26 +1,31 @@
-# Sourced by the runs whose BMC is a served simulator. Needs machine.sh's variables; sets port while one is served.
+# Sourced by the run: the served simulators. Needs machine.sh's variables.
 # shellcheck shell=bash
+declare -A server port # by the name of the test that asks
 
-ctl() { "$bin/trx-bmcsim" ctl --socket "$work/sockets" "$@"; }
+# ctl NAME WORD...
+ctl() { "$bin/trx-bmcsim" ctl --socket "$work/$1.sockets" "${@:2}"; }
 
-# serve MACHINE: ends what is served and serves MACHINE, at the same port as before.
+# serve NAME MACHINE: ends what is served by this name and serves MACHINE, at the same port as before.
 serve() {
-    stop
-    coproc "$bin/trx-bmcsim" serve --machine "$1" --socket "$work/sockets" --vm "${port:-0}" 2>&1
-    server=$COPROC_PID
-    read -r ready <&"${COPROC[0]}"
+    local ready said
+    stop "$1"
+    [ -e "$work/$1.ready" ] || mkfifo "$work/$1.ready"
+    exec {said}<>"$work/$1.ready"
+    "$bin/trx-bmcsim" serve --machine "$2" --socket "$work/$1.sockets" --vm "${port[$1]:-0}" >&"$said" 2>&1 &
+    server[$1]=$!
+    read -r ready <&"$said"
     [[ $ready = ready:* ]] || { echo "$ready"; exit 1; }
-    port=${ready##*:}
+    port[$1]=${ready##*:}
 }
 stop() {
-    [ -z "${server:-}" ] || { kill "$server" && wait "$server" || true; }
-    server=
+    [ -z "${server[$1]:-}" ] || { kill "${server[$1]}" && wait "${server[$1]}" || true; }
+    server[$1]=
 }
 
-# What the test in the machine asks for on its console, as "simulator: WORD...".
+# What the tests in the machine ask for on its console, as "simulator: NAME WORD...".
 carry_out() {
-    case $1 in
-    serve | stop) "$@" ;;
+    case $2 in
+    serve | stop) "$2" "$1" "${@:3}" ;;
     *) (cd "$here" && ctl "$@") ;;
     esac
 }
@@ -35,18 +40,4 @@ attend() {
             echo "done" >&"$answers"
         fi
     done
-}
-
-# emulate_served TEST: runs tests/driver/TEST in a machine whose BMC is what is served.
-emulate_served() {
-    trap 'stop; [ -z "${machine:-}" ] || kill "$machine" 2>/dev/null || true' EXIT
-    mkfifo "$work/console.in" "$work/console.out"
-    exec {answers}<>"$work/console.in"
-    emulate "$1" "pipe:$work/console" -chardev "socket,id=c0,host=127.0.0.1,port=$port,reconnect=1" \
-        -device ipmi-bmc-extern,id=bmc0,chardev=c0 &
-    machine=$!
-    attend <"$work/console.out"
-    wait $machine || { echo "the emulated machine failed:"; cat "$work/console.txt"; exit 1; }
-    machine=
-    results
 }

@@ -16,11 +16,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::chrono::seconds kDay = 6h; // their heap is not looked at
-#else
-constexpr std::chrono::seconds kDay = 24h;
-#endif
+constexpr std::chrono::seconds kDay = kSanitized ? 6h : 24h; // their heap is not looked at
 
 /// Everything that goes wrong but what changes entities: those of a damaged or an older repository stay.
 Sim::FaultPlan faults(std::uint64_t seed)

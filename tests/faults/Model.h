@@ -13,6 +13,12 @@
 namespace FaultTest
 {
 
+#ifdef TRX_SANITIZED
+inline constexpr bool kSanitized = true; ///< everything is slow
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
 /// One line a sensor: name, record, reading and thresholds; one an entity, with the one that contains it; one a record
 /// of the event log.
 using Model = std::vector<std::string>;

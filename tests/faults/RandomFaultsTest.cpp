@@ -16,11 +16,7 @@ namespace
 
 using Random = std::mt19937_64;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::uint64_t kFaultyCommands = 30'000;
-#else
-constexpr std::uint64_t kFaultyCommands = 100'000;
-#endif
+constexpr std::uint64_t kFaultyCommands = kSanitized ? 30'000 : 100'000;
 
 unsigned below(Random& random, unsigned limit)
 {

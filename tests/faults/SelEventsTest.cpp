@@ -19,11 +19,7 @@ using namespace SelTest;
 namespace
 {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::uint64_t kSeeds = 30;
-#else
-constexpr std::uint64_t kSeeds = 100;
-#endif
+constexpr std::uint64_t kSeeds = FaultTest::kSanitized ? 30 : 100;
 constexpr int kOperations = 1000;
 
 constexpr const char *kErased = "erased before a check read it", *kNotNewer = "not newer than the addition known",
