@@ -1,8 +1,8 @@
 // A day of polling on a BMC that goes wrong now and then: what a node holds after it is what it held after an hour.
 #include "faults/Model.h"
 #include "node/LifeFixture.h"
-#include "sim/machine/MachineFile.h"
 #include "sim/faults/RandomFaults.h"
+#include "sim/machine/MachineFile.h"
 
 #include <malloc.h>
 
