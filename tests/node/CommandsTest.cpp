@@ -58,7 +58,7 @@ void addThree(SdrBmc& node)
 {
     for (unsigned id = 1; id <= 3; ++id) {
         node.sim.clock().advance(std::chrono::seconds(10));
-        EXPECT_NE(node.bmc.addEvent(record(id, 0)), 0);
+        EXPECT_NE(node.bmc.state()->raiseEvent(record(id, 0)), 0);
     }
 }
 
@@ -90,17 +90,17 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
         {"first look at the log", addThree, look, "0a/40 x1 0a/42 x1 0a/43 x30 #4d0ce7949b20d54d"},
         {"three additions", addThree, look, "0a/40 x1 0a/42 x1 0a/43 x4 #76806b666f2a86cb"},
         {"nothing new", {}, look, "0a/40 x1 #66ec094848ec744c"},
-        {"erased, and three additions", [](SdrBmc& node) { node.bmc.clearSel(), addThree(node); }, look,
+        {"erased, and three additions", [](SdrBmc& node) { node.bmc.state()->log.clear(), addThree(node); }, look,
          "0a/40 x1 0a/42 x1 0a/43 x3 #63d0816a89fa00ea"},
         {"three additions, reservation lost", [](SdrBmc& node) { node.restart({entry(2, 2, kLost)}), addThree(node); },
          look, "0a/40 x1 0a/42 x3 0a/43 x6 #affbb0f648c94a82"},
-        {"load, in smaller pieces", [](SdrBmc& node) { node.bmc.setLimits({.sdr = 14}); }, IpmiIfcSdrGetInfo,
+        {"load, in smaller pieces", [](SdrBmc& node) { node.bmc.state()->limits = {.sdr = 14}; }, IpmiIfcSdrGetInfo,
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x959 #bde11c81361bbf02"},
         {"load, in smaller pieces, reservations lost", [](SdrBmc& node) { node.restart({lost}); }, IpmiIfcSdrGetInfo,
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x20 0a/23 x978 #d7909a5d9394d8c1"},
     };
     SdrBmc node(FaultTest::steady(Sim::loadMachine("sample")));
-    node.bmc.setSelTime(kStart);
+    node.bmc.state()->clock.set(kStart);
     _setState(0, IpmiIfc::IPMI_STATE_RUNNING);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

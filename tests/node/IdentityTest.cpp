@@ -23,7 +23,7 @@ template <typename T, int (*getter)(int, T&)> std::string number(int node)
     return std::to_string(result) + ':' + std::to_string(value);
 }
 
-int lengthOfMaker(int node, unsigned char& length)
+int makerIdLength(int node, unsigned char& length)
 {
     unsigned char id[3];
     return IpmiIfc::getManufacturerId(node, id, length);
@@ -40,7 +40,7 @@ TEST_F(Identity, everyTruncationOfTheDeviceId)
         {3, number<unsigned char, IpmiIfc::getDeviceRevision>, "0:1", "4:0"},
         {5, IpmiIfc::getFirmwareVersion, "2.30", ""},
         {6, IpmiIfc::getIpmiVersion, "2.0", ""},
-        {10, number<unsigned char, lengthOfMaker>, "0:3", "4:0"},
+        {10, number<unsigned char, makerIdLength>, "0:3", "4:0"},
         {10, IpmiIfc::getManufacturerName, "Intel Corporation", ""},
         {12, number<unsigned short, IpmiIfc::getProductId>, "0:4660", "4:0"},
     };
