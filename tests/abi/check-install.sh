@@ -15,9 +15,9 @@ flags=(-std=c++17 -Wall -Wextra -Werror)
 # Of the README's C++ those blocks that are whole programs: readme-1.cpp, readme-2.cpp ...
 awk -v prefix="$prefix/readme-" '
     /^```cpp$/ { inside = 1; text = ""; next }
-    /^```$/    { if (inside && text ~ /int main\(/) printf "%s", text > (prefix ++count ".cpp"); inside = 0 }
+    /^```$/    { if (inside && text ~ /int main\(/) { count += 1; printf "%s", text > (prefix count ".cpp") }; inside = 0 }
     inside     { text = text $0 "\n" }' "$source/README.md"
-[ -e "$prefix/readme-1.cpp" ]
+[ -e "$prefix/readme-1.cpp" ] || { echo "the README has no whole program"; exit 1; }
 
 # What each program is run with, and how many lines it must write. events would wait for ever: it is told for how many seconds.
 arguments_of() { case $1 in events) echo 2 ;; esac; }
