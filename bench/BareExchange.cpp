@@ -1,3 +1,4 @@
+// Send, poll, receive, with nothing around them.
 #include "BareExchange.h"
 
 #include <cstdio>

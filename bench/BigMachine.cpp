@@ -1,3 +1,4 @@
+// The records of big machines, and the BMC that finds them by their number.
 #include "BigMachine.h"
 
 #include "sim/bmc/BmcCommand.h"

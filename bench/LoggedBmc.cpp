@@ -1,3 +1,4 @@
+// An event log that grows on request, behind every device of this process.
 #include "LoggedBmc.h"
 
 #include "BigMachine.h"

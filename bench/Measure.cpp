@@ -1,3 +1,4 @@
+// Reading clocks, quantiles, and what the allocator has handed out.
 #include "Measure.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Starting a node's loop, waking it and waiting for its cycles.
 #include "RunningNode.h"
 
 #include "Measure.h"

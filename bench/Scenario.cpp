@@ -1,3 +1,4 @@
+// Opening node 0 on a machine, and loading it.
 #include "Scenario.h"
 
 #include "ipmi/IpmiIfc.h"

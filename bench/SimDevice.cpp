@@ -1,3 +1,4 @@
+// The simulated device of this process, and its answers in real time.
 #include "SimDevice.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// The ratios after the runs.
 #include "Summary.h"
 
 #include <cmath>

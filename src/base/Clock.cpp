@@ -1,3 +1,4 @@
+// The system's clock, and the one in use.
 #include "base/Clock.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// Log lines on their way to syslog.
 #include "base/Log.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// Who holds the lock, and how many times.
 #include "base/ReentrantMutex.h"
 
 namespace TRX

@@ -1,3 +1,4 @@
+// Decoding Latin-1, UTF-8 and UTF-16, without control characters.
 #include "base/Text.h"
 
 #include <bit>

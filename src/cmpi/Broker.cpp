@@ -1,3 +1,4 @@
+// Which broker is in use, and what is asked of it.
 #include "cmpi/Broker.h"
 
 #include "ipmi/IpmiIfc.h"

@@ -1,3 +1,4 @@
+// Date-times as the broker in use makes them.
 #include "ipmi/CmpiDateTime.h"
 
 #include "cmpi/Broker.h"

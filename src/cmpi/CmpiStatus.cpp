@@ -1,3 +1,4 @@
+// Return codes and their messages.
 #include "ipmi/CmpiStatus.h"
 
 #include "base/Log.h"

@@ -1,3 +1,4 @@
+// Reading and writing CIM date-times.
 #include "cmpi/DateTimeText.h"
 
 #include <chrono>

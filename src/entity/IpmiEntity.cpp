@@ -1,3 +1,4 @@
+// Names of entity ids, and the classes of their alerts.
 #include "ipmi/IpmiEntity.h"
 
 #include "base/Log.h"

@@ -1,3 +1,4 @@
+// Building the tree from associations and sensor records, and looking in it.
 #include "entity/IpmiIfcEntity.h"
 
 #include "ipmi/IpmiIfc.h"

@@ -1,3 +1,4 @@
+// Taking over the answers about who the BMC is.
 #include "node/IdentityAnswers.h"
 
 #include "base/Text.h"

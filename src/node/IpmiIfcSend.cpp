@@ -1,3 +1,4 @@
+// Requests as callers make them, and replies that they own.
 #include "node/IpmiIfcSend.h"
 
 #include "base/Log.h"

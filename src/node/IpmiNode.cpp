@@ -1,3 +1,4 @@
+// The records of the nodes, and their state machine.
 #include "node/IpmiNode.h"
 
 #include "base/Clock.h"

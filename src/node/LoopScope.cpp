@@ -1,3 +1,4 @@
+// The loops of the calling thread.
 #include "node/LoopScope.h"
 
 #include "node/IpmiNode.h"

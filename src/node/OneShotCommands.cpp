@@ -1,3 +1,4 @@
+// Which commands a start sends, and who takes their answers.
 #include "node/OneShotCommands.h"
 
 #include "node/IpmiIfcIdentity.h"

@@ -1,3 +1,4 @@
+// Unpacking the encodings of text fields.
 #include "sdr/IdString.h"
 
 #include "base/Text.h"

@@ -1,3 +1,4 @@
+// States of a sensor that reports them by number.
 #include "ipmi/IpmiDiscreteSensor.h"
 
 #include "sdr/SensorCommands.h"

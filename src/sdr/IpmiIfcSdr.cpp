@@ -1,3 +1,4 @@
+// The repository's info, its reservation, and the order of a load.
 #include "sdr/IpmiIfcSdr.h"
 
 #include "base/Log.h"

@@ -1,3 +1,4 @@
+// Keeping what fits of a record.
 #include "ipmi/IpmiSdrRecord.h"
 
 #include "base/Log.h"

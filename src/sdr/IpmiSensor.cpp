@@ -1,3 +1,4 @@
+// A sensor's reading, thresholds and hysteresis, each stored as a whole.
 #include "ipmi/IpmiSensor.h"
 
 #include "base/Clock.h"

@@ -1,3 +1,4 @@
+// Thresholds in the sensor's units, and the state that they make.
 #include "ipmi/IpmiThresholdSensor.h"
 
 #include "ipmi/CmpiStatus.h"

@@ -1,3 +1,4 @@
+// Grouping sensors by the controllers that own them.
 #include "sdr/RefreshRoster.h"
 
 #include "wire/SdrLayout.h"

@@ -1,3 +1,4 @@
+// Filing records in their lists, shared ones once for each sensor.
 #include "sdr/SdrRepository.h"
 
 #include "wire/SdrLayout.h"

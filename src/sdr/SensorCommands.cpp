@@ -1,3 +1,4 @@
+// Asking a sensor's owner, which is not always the BMC.
 #include "sdr/SensorCommands.h"
 
 #include "sdr/SensorAccess.h"

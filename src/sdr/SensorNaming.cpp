@@ -1,3 +1,4 @@
+// Which sensor of a shared record each is, and the names that follow.
 #include "sdr/SensorNaming.h"
 
 #include "sdr/IdString.h"

@@ -1,3 +1,4 @@
+// The table of units.
 #include "sdr/UnitNames.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// Finding rows in the tables of words.
 #include "sel/EventTexts.h"
 
 namespace Ipmi

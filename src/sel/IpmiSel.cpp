@@ -1,3 +1,4 @@
+// The log's summary, and whether the BMC logs at all.
 #include "ipmi/IpmiSel.h"
 
 #include "ipmi/CmpiStatus.h"

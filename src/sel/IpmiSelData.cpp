@@ -1,3 +1,4 @@
+// What the 16 bytes of a record mean.
 #include "ipmi/IpmiSelData.h"
 
 #include "ipmi/IpmiIfc.h"

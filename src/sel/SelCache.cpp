@@ -1,3 +1,4 @@
+// Appending, trimming and replacing what is known of the log.
 #include "sel/SelCache.h"
 
 #include "sel/SelTime.h"

@@ -1,3 +1,4 @@
+// Sending a command, and what is kept of its answer.
 #include "transport/Answer.h"
 
 #include "transport/Channel.h"

@@ -1,3 +1,4 @@
+// Opening, closing and setting up the driver's device.
 #include "transport/Device.h"
 
 #include "base/Log.h"

@@ -1,3 +1,4 @@
+// Send, wait for the answer, receive; and what is done when one of them fails.
 #include "transport/Exchange.h"
 
 #include "base/Clock.h"

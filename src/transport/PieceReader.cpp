@@ -1,3 +1,4 @@
+// The loop over pieces.
 #include "transport/PieceReader.h"
 
 #include "transport/SignalPipe.h"

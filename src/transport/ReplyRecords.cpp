@@ -1,3 +1,4 @@
+// Memory of the replies that callers own.
 #include "transport/ReplyRecords.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// The pipe's ends, and the waits that it ends.
 #include "transport/SignalPipe.h"
 
 #include "base/Clock.h"

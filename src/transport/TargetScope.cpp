@@ -1,3 +1,4 @@
+// The calling thread's targets.
 #include "transport/TargetScope.h"
 
 #include "transport/Channel.h"

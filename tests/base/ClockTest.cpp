@@ -1,3 +1,4 @@
+// The real clock: its sleep can be woken.
 #include "base/Clock.h"
 
 #include <gtest/gtest.h>

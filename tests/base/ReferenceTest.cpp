@@ -1,3 +1,4 @@
+// Handles and what they own.
 #include "ipmi/Reference.h"
 
 #include <gtest/gtest.h>

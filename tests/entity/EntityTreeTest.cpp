@@ -1,3 +1,4 @@
+// The tree of entities, from records good and bad.
 #include "entity/IpmiIfcEntity.h"
 #include "ipmi/IpmiIfc.h"
 #include "sdr/SdrBmc.h"

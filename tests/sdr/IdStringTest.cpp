@@ -1,3 +1,4 @@
+// Identifiers in every encoding, and names that are unique.
 #include "sdr/SdrBmc.h"
 #include "sdr/SensorNaming.h"
 

@@ -1,3 +1,4 @@
+// Reading the repository: info, headers, records, and what is kept of them.
 #include "sdr/IpmiIfcSdr.h"
 
 #include "faults/Model.h"

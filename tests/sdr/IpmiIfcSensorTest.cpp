@@ -1,3 +1,4 @@
+// Building sensors, and refreshing them from BMCs that fail.
 #include "sdr/IpmiIfcSensor.h"
 
 #include "sdr/SdrBmc.h"

@@ -1,3 +1,4 @@
+// Reading the event log, its events and their handlers, and erasing it.
 #include "sel/SelBmc.h"
 
 #include "ipmi/CmpiStatus.h"

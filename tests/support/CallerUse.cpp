@@ -1,3 +1,4 @@
+// Calling it all.
 #include "support/CallerUse.h"
 
 #include "ipmi/CmpiStatus.h"

@@ -1,3 +1,4 @@
+// fcntl in place of libc's.
 #include "support/FailingFcntl.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Non-throwing operator new in place of the runtime's.
 #include "support/FailingNew.h"
 
 #include <new>

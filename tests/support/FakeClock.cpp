@@ -1,3 +1,4 @@
+// Waits that move the time.
 #include "support/FakeClock.h"
 
 #include <gtest/gtest.h>

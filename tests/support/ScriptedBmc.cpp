@@ -1,3 +1,4 @@
+// Comparing requests with the script.
 #include "support/ScriptedBmc.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// What the test program's nodes share, and a node's place in it.
 #include "support/SimNode.h"
 
 #include "sim/shim/Shim.h"
