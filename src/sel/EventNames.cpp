@@ -14,12 +14,12 @@ namespace
 
 /// Of sensor types that captions have no words for.
 constexpr EventText kUncaptioned[] = {
-    {0x19, 0x00, "Chip Set", "Soft Power Control Failure"},
-    {0x19, 0x01, "Chip Set", "Thermal Trip"},
-    {0x2a, 0x00, "Session Audit", "Session Activated"},
-    {0x2a, 0x01, "Session Audit", "Session Deactivated"},
-    {0x2a, 0x02, "Session Audit", "Invalid Username or Password"},
-    {0x2a, 0x03, "Session Audit", "Invalid password disable"},
+    {0x19, 0x00, "Chip Set", "soft power control failure"},
+    {0x19, 0x01, "Chip Set", "thermal trip"},
+    {0x2a, 0x00, "Session Audit", "activated"},
+    {0x2a, 0x01, "Session Audit", "deactivated"},
+    {0x2a, 0x02, "Session Audit", "invalid user name or password"},
+    {0x2a, 0x03, "Session Audit", "disabled after invalid passwords"},
 };
 static_assert(inOrder(kUncaptioned));
 

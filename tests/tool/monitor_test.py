@@ -123,7 +123,7 @@ class MonitorTest(unittest.TestCase):
     def test_states(self):
         for sensor, change, before, now, words in (
                 ("Fan 1", {"value": 480}, "ok", "lower critical", r"Fan 1  ok -> lower critical  480 RPM"),
-                ("PSU Status", {"states": 3}, "0", "0,1", "PSU Status  presence detected -> presence detected, failure detected"),
+                ("PSU Status", {"states": 3}, "0", "0,1", "PSU Status  Presence detected -> Presence detected, Failure detected"),
                 ("Inlet Temp", {"unavailable": True}, "ok", None, "Inlet Temp  ok -> no reading")):
             with self.subTest(sensor=sensor):
                 process, text = self.tool("monitor"), self.started([TOOL, "monitor", "--interval=0.2"])

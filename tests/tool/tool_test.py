@@ -198,7 +198,7 @@ class ToolTest(unittest.TestCase):
                       "entity_parent": {"id": 7, "instance": 1, "name": "System Board"}},
             "\u6e29\u5ea6\u8a08": {"number": 56, "unit": "degrees C"},
             "GPU Temp": {"value": None, "readable_thresholds": ["upper non-critical", "upper critical"]},
-            "CPU Status": {"asserted": ["presence detected"], "event_type": {"code": 0x6f, "name": "sensor-discrete"}},
+            "CPU Status": {"asserted": ["Presence detected"], "event_type": {"code": 0x6f, "name": "sensor-discrete"}},
             "Lin cube": {"linearization": {"code": 9, "name": "cube"}},
             "OEM State": {"value": None, "unit": "", "state": "0,14", "asserted": ["offset 0", "offset 14"]},
             "OS Critical": {"owner": 0x41, "record_type": {"code": 3, "name": "event-only sensor"}}}})
