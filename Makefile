@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Commands to know: `make demo`, `make check` before a commit, and `make test`. The rest are their parts.
 JOBS ?= $(shell nproc)
 SOURCES = $(shell find include src sim tools tests fuzz bench examples -name '*.h' -o -name '*.cpp')

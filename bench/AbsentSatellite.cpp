@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a controller that has gone silent costs those who refresh: commands, and time-outs of the driver.
 #include "Scenario.h"
 #include "SimDevice.h"

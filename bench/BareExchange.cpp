@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Send, poll, receive, with nothing around them.
 #include "BareExchange.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The least that a program can do for one command: send, poll, receive.
 #pragma once
 

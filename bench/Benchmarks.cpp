@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The measurements. Each makes its own machine on the simulated device.
 #include "BareExchange.h"
 #include "Measure.h"

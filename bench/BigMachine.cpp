@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records of big machines, and the BMC that finds them by their number.
 #include "BigMachine.h"
 

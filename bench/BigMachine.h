@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Machines with as many sensors as wanted, and a BMC that answers for the thousandth as fast as for the first.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole programs on one simulated BMC that takes 5 ms for each answer: the sample machine's sensors with thresholds,
 // and a log of 500 records, as this project's tool, ipmitool and FreeIPMI list them. A program that is not installed is
 // left out.

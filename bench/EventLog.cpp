@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the event log costs: loading a long one, following it while it grows, and the room that its records take.
 #include "BareExchange.h"
 #include "LoggedBmc.h"

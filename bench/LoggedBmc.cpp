@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An event log that grows on request, behind every device of this process.
 #include "LoggedBmc.h"
 

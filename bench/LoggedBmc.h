@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated BMC on every /dev/ipmi<N> of this process, with an event log that grows on request.
 #pragma once
 

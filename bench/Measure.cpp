@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading clocks, quantiles, and what the allocator has handed out.
 #include "Measure.h"
 

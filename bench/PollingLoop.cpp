@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a running polling loop costs: how soon it hands a new event to a handler, and its cycles in which nothing is
 // new. Each run's node is one that no other has used.
 #include "BareExchange.h"

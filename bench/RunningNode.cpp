@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Starting a node's loop, waking it and waiting for its cycles.
 #include "RunningNode.h"
 

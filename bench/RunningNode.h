@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node of the library whose polling loop runs, in a thread of its own.
 #pragma once
 

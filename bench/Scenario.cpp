@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening node 0 on a machine, and loading it.
 #include "Scenario.h"
 

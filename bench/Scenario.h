@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A machine on /dev/ipmi0 with the library's node 0 open on it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated device of this process, and its answers in real time.
 #include "SimDevice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every /dev/ipmi<N> of this process: one simulated device that answers inside the send, in real time.
 #pragma once
 

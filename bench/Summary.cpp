@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ratios after the runs.
 #include "Summary.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the measurements say together: a table with ratios after the runs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // trx-bench: what the library costs, on a simulated device. Options are Google Benchmark's (--help).
 #include "Summary.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What a user gets of the library. The programs and the simulator's device shim install themselves.
 set_target_properties(trx-ipmi-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 install(TARGETS trx-ipmi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints the parts of the server behind node 0 as a tree: what contains what, and the sensors of each. Run it as root.
 #include <ipmi/ipmi.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints the events of node 0, the BMC behind /dev/ipmi0, as they come: until Ctrl-C, or for as many seconds as the
 // argument says. Run it as root.
 #include <ipmi/ipmi.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints the sensors of node 0, the BMC behind /dev/ipmi0: name, value or state. Run it as root.
 #include <ipmi/ipmi.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints the threshold sensors of node 0, the BMC behind /dev/ipmi0: value, state, and the thresholds that each has.
 // Run it as root.
 #include <ipmi/ipmi.h>

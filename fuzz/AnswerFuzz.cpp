@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A BMC whose answers the input spoils while a node is loaded, refreshed and asked everything.
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Datagrams from the users of a simulated device, read by the driver's side and answered by the sample machine.
 #include "sim/bmc/Bmc.h"
 #include "sim/device/Device.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A machine's description, or a fault plan. A machine that is taken answers, and a plan that is taken is carried out.
 #include "sim/bmc/Bmc.h"
 #include "sim/machine/MachineFile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Records of the event log, one after another, the last one cut off: everything that a caller can ask of each.
 #include "ipmi/IpmiSelData.h"
 #include "support/Fuzz.h"

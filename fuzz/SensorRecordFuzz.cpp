@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sensor records, one after another as in a repository: each one alone as a sensor, then all of them filed and built.
 #include "entity/IpmiIfcEntity.h"
 #include "node/IpmiNode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Datagrams from the driver's side of a device, read by the shim, and by the library behind it.
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiNodeControl.h"

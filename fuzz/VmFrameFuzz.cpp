@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bytes from a virtual machine: its frames, and the BMC's answers to the requests in them, which read back as they
 // were.
 #include "sim/bmc/Bmc.h"

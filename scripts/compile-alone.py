@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """compile-alone.py BUILD_DIR JOBS: builds compile many files as one; here each source of the programs shows that it includes all that it
 needs. It is compiled as BUILD_DIR's compile_commands.json says, without a result. The library's sources are left to clang-tidy, which
 reads them the same way."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Prints a machine's sensors with the release build.
 set -euo pipefail
 tool=build/release/bin/trx-ipmi

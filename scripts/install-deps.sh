@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the Debian 12 packages that are missing: `install-deps.sh` for everything that `make test` needs,
 # `install-deps.sh build` for what is enough to build and to run the demo.
 set -euo pipefail

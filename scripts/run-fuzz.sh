@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # run-fuzz.sh JOBS CORPUS OPTION...: runs every fuzz target of build/asan with these libFuzzer options. A target starts from
 # fuzz/corpus/<target> (real inputs, and those that once failed), the readers of machines and repositories from the sample machine
 # too, and from what it has learnt, which stays in the folder CORPUS.

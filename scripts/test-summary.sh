@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # test-summary.sh PRESET...: what ctest said at the end of each preset's run, and where the time went.
 set -euo pipefail
 echo

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # cmake -DOUTPUT=file.cpp -DMACHINES="a.json;b.json" -P EmbedMachines.cmake: machine files as C++ literals.
 set(text "#include \"sim/machine/BuiltinMachines.h\"\n\nnamespace Sim\n{\n\nnamespace\n{\n\nconstexpr BuiltinMachine kMachines[] = {\n")
 foreach(machine IN LISTS MACHINES)

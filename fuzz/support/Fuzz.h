@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What fuzz targets share: the input as a caller of the library or an end of a socket would have it, and demands.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What libFuzzer calls in every target. The library's log lines go nowhere.
 #include "base/Log.h"
 #include "sim/machine/MachineFile.h"

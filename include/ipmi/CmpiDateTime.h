@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Points in time and intervals as CMPI date-times.
 #pragma once
 

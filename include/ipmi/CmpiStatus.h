@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's only exception type.
 #pragma once
 

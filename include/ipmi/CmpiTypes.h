@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The part of CMPI (Common Manageability Programming Interface) that this library touches. The system's own headers are
 // used where they are installed; elsewhere the declarations below, binary compatible with every broker from 1.0 on.
 #pragma once

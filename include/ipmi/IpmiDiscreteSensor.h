@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sensor that reports states instead of a value.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One physical or logical part of the server, as the IPMI entity id codes name it.
 #pragma once
 

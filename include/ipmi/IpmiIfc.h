@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The caller-facing interface: what any thread may ask of a node.
 // The names IpmiIfcXxx, lower-case records, lowerCamel members and the texts of log lines are an interface given from
 // outside; they do not follow the house's own naming.

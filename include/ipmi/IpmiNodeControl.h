@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loading a node without a polling loop: what a program that looks once and leaves calls.
 //
 //     if (Ipmi::IpmiIfcOpenIpmiOpen(0) < 0 || Ipmi::IpmiIfcInitForCLI(0) != 0) ...;

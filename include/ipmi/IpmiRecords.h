@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plain records shared by the library's calls: requests, replies, repository info, entity keys.
 #pragma once
 

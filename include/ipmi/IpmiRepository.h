@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The SDR repository as raw records.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The raw bytes of one Sensor Data Record.
 #pragma once
 

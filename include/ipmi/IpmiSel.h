@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The system event log as a whole: what the BMC says of it.
 #pragma once
 

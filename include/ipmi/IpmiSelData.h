@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One record of the system event log, and what it means in words.
 #pragma once
 

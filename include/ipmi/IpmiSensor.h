@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One sensor: its record, its last reading, and what both mean.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for sensor types and directions.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sensor that compares an analog value with thresholds.
 #pragma once
 

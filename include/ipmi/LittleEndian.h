@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbers of more than one byte, LS byte first, as every answer and record of IPMI has them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // TRX::Reference<T>: a shared, reference-counted handle to a heap object.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0: device global commands, channels and system information.
 #include "sim/bmc/BmcCommand.h"
 

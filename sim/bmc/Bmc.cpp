@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a request runs: counted, spoiled by its faults, carried out by its command.
 #include "sim/bmc/Bmc.h"
 

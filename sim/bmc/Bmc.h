@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated BMC: answers requests as IPMI 2.0 says, over a machine, with faults on request.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A command that a simulated controller knows: its lengths and its handler.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Changes to what a BMC remembers that touch more than one thing at once.
 #include "sim/bmc/BmcState.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a simulated BMC remembers between requests.
 #pragma once
 

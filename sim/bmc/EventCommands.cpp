@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0: event messages to the BMC, and how far the log was processed.
 #include "sim/bmc/BmcCommand.h"
 #include "sim/machine/SelLayout.h"

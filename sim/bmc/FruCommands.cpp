@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0: FRU inventory device commands.
 #include "sim/bmc/BmcCommand.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What each kind of interference does to repository, event log and clock.
 #include "sim/bmc/Interference.h"
 

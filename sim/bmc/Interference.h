@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What somebody else does to the BMC, by a fault plan, before a request is handled.
 #pragma once
 

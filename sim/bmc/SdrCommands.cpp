@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0: SDR repository commands.
 #include "sim/bmc/BmcCommand.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC's clock, from the host's time and a steady one.
 #include "sim/bmc/SelClock.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC's clock: what Get SEL Time says and events are stamped with.
 #pragma once
 

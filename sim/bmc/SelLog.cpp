@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Adding, deleting and clearing records, and finding them by id.
 #include "sim/bmc/SelLog.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The event log as the BMC keeps it: record ids, times, reservation, and a clear that takes its time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0: sensor device commands. The request's address and LUN choose the owner.
 #include "sim/bmc/BmcCommand.h"
 #include "sim/bmc/SensorEvents.h"

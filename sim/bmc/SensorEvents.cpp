@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // When a sensor sends which event: thresholds with hysteresis, states, arming.
 #include "sim/bmc/SensorEvents.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Events that a sensor makes as its reading and its states change: IPMI 2.0, chapters 35 and 42.
 #pragma once
 

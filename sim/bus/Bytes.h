@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bytes of requests, answers and records, and numbers in them, the low byte first.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a controller says that a command went well, or why it did not.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMB frames to bytes and back, with their checksums.
 #include "sim/bus/IpmbFrame.h"
 

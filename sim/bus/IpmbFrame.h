@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A message on an IPMB, as Send Message and Get Message carry it: Intelligent Platform Management Bus 1.0, 2.11.
 #pragma once
 

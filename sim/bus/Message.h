@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What passes between the simulated driver and a simulated BMC: one request, one answer.
 #pragma once
 

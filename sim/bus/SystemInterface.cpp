@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The messaging commands, and the queue behind Get Message.
 #include "sim/bus/SystemInterface.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC's system interface: between one driver and the controllers, with the queue of messages for the driver.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The verbs' options and help texts: the one file that knows the command line's library.
 #include "sim/cli/CommandLine.h"
 

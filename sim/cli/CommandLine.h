@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a command line says: which verb, and what it is given.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One line to the control socket, one line back.
 #include "sim/cli/ControlClient.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A request to a simulator that serves.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ctl's requests, and its answers as text.
 #include "sim/cli/CtlVerb.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ctl: asks and changes a simulator that serves.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated node for as long as one program runs.
 #include "sim/cli/ExecVerb.h"
 

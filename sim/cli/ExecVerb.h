@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // exec: a program with a simulated BMC on its /dev/ipmi0.
 #pragma once
 

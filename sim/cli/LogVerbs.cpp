@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests of ctl event and ctl sel, and their answers as text.
 #include "sim/cli/LogVerbs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ctl event and ctl sel: what they ask, and how they show the answer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A machine from its options.
 #include "sim/cli/MachineOptions.h"
 

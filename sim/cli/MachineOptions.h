@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The options that say which machine is simulated and how it behaves.
 #pragma once
 

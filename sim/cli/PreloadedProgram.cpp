@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding the shim's library, and running a program with it.
 #include "sim/cli/PreloadedProgram.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A program that is run with the device shim in it.
 #pragma once
 

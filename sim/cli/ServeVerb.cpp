@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Everybody that a serving simulator serves, in one loop.
 #include "sim/cli/ServeVerb.h"
 

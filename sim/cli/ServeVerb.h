@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // serve: a simulated BMC for as long as it is wanted. env: how programs find it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Setting up a BMC and its driver, and taking users from a socket.
 #include "sim/cli/SimulatedNode.h"
 

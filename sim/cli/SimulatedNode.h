@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the options describe: a BMC and the driver in front of it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Making, holding and removing the sockets' folders.
 #include "sim/cli/SocketFolder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The folder with the sockets through which programs reach a simulator.
 #pragma once
 

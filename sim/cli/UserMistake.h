@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the user can put right: one line on stderr, exit status 2.
 #pragma once
 

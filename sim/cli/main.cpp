@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // trx-bmcsim: a simulated BMC for programs that want one.
 #include "sim/cli/CommandLine.h"
 #include "sim/cli/ExecVerb.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names of IPMI's commands, for the counters.
 #include "sim/control/CommandNames.h"
 

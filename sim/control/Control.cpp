@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The verbs of the control, and their dispatch.
 #include "sim/control/Control.h"
 

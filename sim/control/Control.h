@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What may be changed and asked while a simulator serves: one JSON object a request, one an answer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lines from many clients, each answered in its turn.
 #include "sim/control/ControlServer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The socket through which a serving simulator is controlled.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The control's verbs for events and their log.
 #include "sim/control/EventControl.h"
 

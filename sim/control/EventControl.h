@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The control's requests about events and their log.
 #pragma once
 

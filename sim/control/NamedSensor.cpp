@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding sensors by name or address among the records.
 #include "sim/control/NamedSensor.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sensors by the names that their records give them.
 #pragma once
 

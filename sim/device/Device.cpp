@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Users, their frames, and what goes to whom.
 #include "sim/device/Device.h"
 

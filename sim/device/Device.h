@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One simulated /dev/ipmi<N>: what the Linux IPMI driver does between its users and the controllers.
 #pragma once
 

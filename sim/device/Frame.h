@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What travels between the device shim and the simulated driver: one datagram each, in host byte order, since both ends
 // are on one machine. Plain data: the shim uses it without the C++ library.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver's one command at a time: flags first, then what waits, with retries on an IPMB.
 #include "sim/device/MessageHandler.h"
 

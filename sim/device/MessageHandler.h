@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver at the BMC's system interface: one command at a time, and requests to other controllers as messages.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System calls past libc: its functions may be the shim's own, and sanitizers see an order between threads in them that
 // a device does not give.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page of memory that shows users whether the driver is busy.
 #include "sim/device/SharedStatus.h"
 

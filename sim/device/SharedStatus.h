@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page in which a device's users see its status.
 #pragma once
 

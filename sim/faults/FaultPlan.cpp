@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Matching and counting: whose turn it is.
 #include "sim/faults/FaultPlan.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Faults: which requests go wrong, when, and how.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fault plans written in JSON: {"faults": [{"netfn": ..., "cmd": ..., "from": ..., "completion_code": ...}],
 // "random": {"seed": ..., "per_mille": ..., "faults": ["no_answer", {"completion_code": ...}]}}.
 #include "sim/faults/FaultPlan.h"

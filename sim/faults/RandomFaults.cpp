@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The kinds of random faults, and how one is drawn.
 #include "sim/faults/RandomFaults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Faults by chance that happen again with the same seed.
 #pragma once
 

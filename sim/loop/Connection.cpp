@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and writing without blocking, with what is still to go.
 #include "sim/loop/Connection.h"
 

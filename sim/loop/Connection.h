@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One client of a stream socket.
 #pragma once
 

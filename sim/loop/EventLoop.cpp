@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One poll for everybody served.
 #include "sim/loop/EventLoop.h"
 

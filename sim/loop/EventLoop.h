@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One thread serves everybody: devices' users, control clients, a virtual machine, signals.
 #pragma once
 

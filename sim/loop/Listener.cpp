@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sockets that wait for users: local ones, and a TCP port of this host.
 #include "sim/loop/Listener.h"
 

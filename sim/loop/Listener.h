@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where clients connect: a socket in a folder, or a port of this machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Signals as a descriptor, and the mask as it was.
 #include "sim/loop/Signals.h"
 

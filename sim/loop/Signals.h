@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Signals as something to wait for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The machine files of sim/machines, inside the program; the source file is made by the build.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A FRU image's areas from their fields, with lengths and checksums.
 #include "sim/machine/FruWriter.h"
 

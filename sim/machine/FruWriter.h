@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // FRU images from their fields: Platform Management FRU Information Storage Definition 1.0.
 #pragma once
 

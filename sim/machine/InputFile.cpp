@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading a regular file whole, within a limit.
 #include "sim/machine/InputFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JSON's values within their ranges, and complaints with their place.
 #include "sim/machine/JsonReader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading hostile JSON: fields by name, in a range, and every complaint with its place.
 #pragma once
 

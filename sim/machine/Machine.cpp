@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What follows from the data alone: answers, raw readings, who is present.
 #include "sim/machine/Machine.h"
 

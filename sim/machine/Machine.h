@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated server as data: what it is, its repository, its sensors, its FRU images and its event log.
 #pragma once
 

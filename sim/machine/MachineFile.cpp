@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A machine from its JSON file: identity, controllers, FRU images, event log.
 #include "sim/machine/MachineFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Machines from a description: a built-in name, a JSON file, or raw captures.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tables of the names that machine files may use.
 #include "sim/machine/Names.h"
 

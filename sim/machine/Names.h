@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names that machine files use for IPMI's numbers. Every field takes the number as well.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Captures into a machine: records, readings, images, events.
 #include "sim/machine/RawFiles.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Machines and their parts from raw captures: SDR, readings, FRU images, event log.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records of a machine file, and the sensors that they make.
 #include "sim/machine/SdrFile.h"
 

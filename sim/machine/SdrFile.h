@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The repository of a machine file: records of every kind, and the sensors behind them.
 #pragma once
 

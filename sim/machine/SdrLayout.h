@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte positions inside sensor data records, counted from 0: IPMI 2.0, Sensor Data Record Formats.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a sensor data record says of its sensors.
 #include "sim/machine/SdrSensors.h"
 

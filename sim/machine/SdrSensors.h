@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sensors that a repository's records describe.
 #pragma once
 

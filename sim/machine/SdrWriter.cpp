@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sensor data records from their fields.
 #include "sim/machine/SdrWriter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sensor data records from their fields: IPMI 2.0, Sensor Data Record Formats.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte positions inside event records, counted from 0: IPMI 2.0, SEL Event Records.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sensor's fields in a machine file, values converted by its own factors.
 #include "sim/machine/SensorFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One sensor of a machine file: its record, and what it reads.
 #pragma once
 

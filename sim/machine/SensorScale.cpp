@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The conversion formula, its linearizations, and the way back.
 #include "sim/machine/SensorScale.h"
 

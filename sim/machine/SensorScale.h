@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From a sensor's raw byte to its value and back: IPMI 2.0, Sensor Reading Conversion Formula.
 #pragma once
 

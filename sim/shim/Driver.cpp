@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver's requests: checks, frames to the simulated driver, settings of a descriptor.
 #include "sim/shim/Driver.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The requests of the Linux IPMI driver, for a descriptor that is a simulated device.
 #pragma once
 

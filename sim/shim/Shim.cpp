@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The functions of libc that the shim replaces. Everything that is not a simulated device goes to the kernel by raw
 // system calls, so there is no order of start-up and no dlsym recursion; nothing here needs constructors.
 // <fcntl.h> stays out: it may declare `open` under another name.

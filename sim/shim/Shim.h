@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The device shim: makes /dev/ipmi<N> of the program that it is in a simulated device.
 //
 // Preloaded, it connects to the sockets ipmi<N> in the folder that TRX_BMCSIM_DIR names. Linked into a test program, it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of open devices, and the page that each one maps.
 #include "sim/shim/Slots.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The open simulated devices of this process: a table without locks or start-up order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Escaping, checksums and limits of the VM serial protocol.
 #include "sim/vm/VmFrame.h"
 

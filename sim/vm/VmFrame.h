@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The VM serial protocol, byte by byte: what QEMU's external BMC device (ipmi-bmc-extern) and a BMC say to each other.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One virtual machine at a time: its requests, attention, and answers in time.
 #include "sim/vm/VmServer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC of an emulated machine: serves QEMU's ipmi-bmc-extern device over TCP.
 #pragma once
 

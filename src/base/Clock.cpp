@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The system's clock, and the one in use.
 #include "base/Clock.h"
 

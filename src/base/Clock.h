@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one seam for time: every sleep, wait and clock reading of the library goes through it.
 #pragma once
 

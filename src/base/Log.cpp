@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log lines on their way to syslog.
 #include "base/Log.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Logging to syslog, with a seam for tests.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Locks that the compiler checks: clang's -Wthread-safety knows these types and the members they guard.
 #pragma once
 

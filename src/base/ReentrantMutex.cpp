@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Who holds the lock, and how many times.
 #include "base/ReentrantMutex.h"
 

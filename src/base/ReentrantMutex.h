@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A lock that the thread which holds it may take again.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding Latin-1, UTF-8 and UTF-16, without control characters.
 #include "base/Text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text that came from a device, made fit to show: UTF-8 without control characters.
 #pragma once
 

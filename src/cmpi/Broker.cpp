@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which broker is in use, and what is asked of it.
 #include "cmpi/Broker.h"
 

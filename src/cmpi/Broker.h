@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whom the library asks for date-times: the CIM broker that the embedding provider handed over, or its own small one.
 #pragma once
 

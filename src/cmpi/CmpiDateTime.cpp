@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Date-times as the broker in use makes them.
 #include "ipmi/CmpiDateTime.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The 25 characters of a CIM date-time (DSP0004) and their microseconds.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The small broker inside the library: date-times for programs that have no CIM broker.
 #include "cmpi/Broker.h"
 #include "cmpi/DateTimeText.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's entities as its repository tells of them: containers, and under each what it contains.
 #pragma once
 

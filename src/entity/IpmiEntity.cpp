@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names of entity ids, and the classes of their alerts.
 #include "ipmi/IpmiEntity.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building the tree from associations and sensor records, and looking in it.
 #include "entity/IpmiIfcEntity.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The entity tree of a node, built from its entity associations and sensor records (IPMI 2.0, 43.4, 43.5 and 39.1).
 #pragma once
 

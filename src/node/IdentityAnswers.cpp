@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Taking over the answers about who the BMC is.
 #include "node/IdentityAnswers.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Identity members of the caller-facing interface.
 #include "node/IpmiIfcIdentity.h"
 

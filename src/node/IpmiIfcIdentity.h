@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // BMC identity: what the one-shot start-up commands ask, and what their answers are kept as.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The members without a node: each is that of node 0.
 #include "ipmi/IpmiIfc.h"
 

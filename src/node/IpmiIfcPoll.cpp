@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's polling loop.
 #include "base/Clock.h"
 #include "base/Log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Driving several nodes' polling loops in step.
 #include "base/Clock.h"
 #include "base/Log.h"

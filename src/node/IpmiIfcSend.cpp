@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests as callers make them, and replies that they own.
 #include "node/IpmiIfcSend.h"
 

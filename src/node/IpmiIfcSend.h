@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ways in which callers send commands of their own. Nobody inside the library calls these: it asks
 // (transport/Answer.h).
 #pragma once

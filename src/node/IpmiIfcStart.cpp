@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Beginning and ending a node's life.
 #include "base/Log.h"
 #include "entity/IpmiIfcEntity.h"

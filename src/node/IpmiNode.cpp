@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records of the nodes, and their state machine.
 #include "node/IpmiNode.h"
 

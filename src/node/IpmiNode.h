@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One node: everything that is known of one BMC behind /dev/ipmi<N>.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Using a node without a polling loop.
 #include "ipmi/IpmiNodeControl.h"
 

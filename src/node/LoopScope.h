@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which nodes' loops the calling thread runs.
 #pragma once
 

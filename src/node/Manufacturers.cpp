@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IANA private enterprise numbers of makers of servers, of BMCs and of their firmware, with the names registered there.
 #include "node/IpmiIfcIdentity.h"
 

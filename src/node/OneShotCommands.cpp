@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which commands a start sends, and who takes their answers.
 #include "node/OneShotCommands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one-shot start-up commands.
 #pragma once
 

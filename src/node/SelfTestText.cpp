@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Self test results in words (IPMI 2.0, 20.4).
 #include "node/IpmiNode.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Unpacking the encodings of text fields.
 #include "sdr/IdString.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text fields of sensor data records: a type/length byte and what follows it (IPMI 2.0, 43.15).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // States of a sensor that reports them by number.
 #include "ipmi/IpmiDiscreteSensor.h"
 

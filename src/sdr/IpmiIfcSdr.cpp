@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The repository's info, its reservation, and the order of a load.
 #include "sdr/IpmiIfcSdr.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reader of the SDR repository (IPMI 2.0, section 33).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The header walk: from record to record along their next ids.
 #include "base/Log.h"
 #include "node/IpmiNode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading whole records, piece by piece, and filing them.
 #include "base/Log.h"
 #include "node/IpmiNode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building a node's sensors from its records and keeping them fresh (IPMI 2.0, section 35).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Readings and thresholds of sensors, asked of the controllers that own them.
 #include "base/Log.h"
 #include "sdr/IpmiIfcSensor.h"

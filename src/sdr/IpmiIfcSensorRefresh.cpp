@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Refreshing a node's sensors: as designed for the polling loop, and each for itself.
 #include "base/Log.h"
 #include "ipmi/IpmiIfc.h"

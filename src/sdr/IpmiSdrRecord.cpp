@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keeping what fits of a record.
 #include "ipmi/IpmiSdrRecord.h"
 

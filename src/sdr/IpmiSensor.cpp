@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sensor's reading, thresholds and hysteresis, each stored as a whole.
 #include "ipmi/IpmiSensor.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Thresholds in the sensor's units, and the state that they make.
 #include "ipmi/IpmiThresholdSensor.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Grouping sensors by the controllers that own them.
 #include "sdr/RefreshRoster.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whom a pass over a node's sensors asks: the sensors by the controller that owns them, and how often those that fail.
 #pragma once
 

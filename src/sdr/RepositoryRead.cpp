@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The repository as raw records: those of the last load, and a reading of its own that is whole or nothing.
 #include "ipmi/IpmiIfc.h"
 #include "node/IpmiNode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Policies that the readers of the repository share.
 #pragma once
 

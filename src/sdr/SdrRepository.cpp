@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Filing records in their lists, shared ones once for each sensor.
 #include "sdr/SdrRepository.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is kept of a node's SDR repository: its info, its headers, and every record in one list per kind.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library does to its sensors and callers cannot.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building a node's sensors from the lists of its repository.
 #include "sdr/IpmiIfcSensor.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Asking a sensor's owner, which is not always the BMC.
 #include "sdr/SensorCommands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands about one sensor, sent to the controller that owns it (IPMI 2.0, section 35).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversion between raw bytes and values in a sensor's units (IPMI 2.0, 36.3).
 #include "base/Log.h"
 #include "ipmi/IpmiSensor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts that stand for a whole sensor: a description for people, and a key for programs.
 #include "ipmi/IpmiSensor.h"
 #include "wire/SdrLayout.h"

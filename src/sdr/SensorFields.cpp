@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a sensor's record says, byte by byte (IPMI 2.0, tables 43-1, 43-2 and 43-3). Bytes beyond the record are 0.
 #include "ipmi/IpmiSensor.h"
 #include "wire/Bits.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which sensor of a shared record each is, and the names that follow.
 #include "sdr/SensorNaming.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names of a node's sensors: the identifiers of their records, made unique.
 #pragma once
 

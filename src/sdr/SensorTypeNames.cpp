@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for what a sensor's record says: its type, direction and units.
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiSensor.h"

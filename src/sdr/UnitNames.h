@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for sensor units (IPMI 2.0, table 43-15).
 #pragma once
 

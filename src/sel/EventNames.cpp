@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for states and events, found in the tables of the event log's captions.
 #include "ipmi/IpmiEventNames.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding rows in the tables of words.
 #include "sel/EventTexts.h"
 

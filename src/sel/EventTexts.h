@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for events: what an offset means for a kind of reading or for a type of sensor.
 #pragma once
 

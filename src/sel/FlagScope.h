@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A flag that is set for a block.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0, table 42-2, Generic Event/Reading Type Codes, in ipmitool's short words.
 #include "sel/EventTexts.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Seeing what changed in the log.
 #include "sel/IpmiIfcSel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reader of the system event log (IPMI 2.0, section 31) and hand-over of new events.
 #pragma once
 

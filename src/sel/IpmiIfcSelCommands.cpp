@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands about the log that callers give: erasing, its clock, the mark of what software has processed.
 #include "base/Log.h"
 #include "node/IpmiNode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Who hears of new events.
 #include "node/IpmiNode.h"
 #include "sel/FlagScope.h"

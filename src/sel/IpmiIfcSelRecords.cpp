@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading records of the log into the cache.
 #include "base/Log.h"
 #include "node/IpmiNode.h"

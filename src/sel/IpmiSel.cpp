@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The log's summary, and whether the BMC logs at all.
 #include "ipmi/IpmiSel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the 16 bytes of a record mean.
 #include "ipmi/IpmiSelData.h"
 

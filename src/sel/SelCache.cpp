@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Appending, trimming and replacing what is known of the log.
 #include "sel/SelCache.h"
 

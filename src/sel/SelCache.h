@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a node knows of its system event log, and who wants to hear of new events.
 #pragma once
 

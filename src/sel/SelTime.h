@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times of the system event log: seconds since 1970, or since the BMC's start, or not known (IPMI 2.0, 37.1).
 #pragma once
 

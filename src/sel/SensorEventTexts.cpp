@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI 2.0, table 42-3, Sensor Type Codes, in ipmitool's short words; F0h..F2h are those of AdvancedTCA.
 #include "sel/EventTexts.h"
 

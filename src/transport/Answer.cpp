@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sending a command, and what is kept of its answer.
 #include "transport/Answer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Asking a BMC: the one way in which the library sends a command, and the one way to judge what comes back.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's way to its BMC: the open device, and what its exchanges share.
 #pragma once
 

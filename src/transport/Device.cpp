@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening, closing and setting up the driver's device.
 #include "transport/Device.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening and closing a node's device, and the settings made once after that. IpmiIfcOpenIpmiOpen is public.
 #pragma once
 

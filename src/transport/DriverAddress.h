@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The destination of a command in the driver's form.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Linux IPMI driver as this library uses it: the one place that calls ioctl.
 #pragma once
 

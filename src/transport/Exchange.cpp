@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Send, wait for the answer, receive; and what is done when one of them fails.
 #include "transport/Exchange.h"
 

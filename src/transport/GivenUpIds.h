@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Exchanges that were given up: their answers may still come and must not be taken for others'.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading records piece by piece: one loop for all readers, and a policy for each (IPMI 2.0, 33.12 Get SDR and 31.5 Get
 // SEL Entry).
 #pragma once

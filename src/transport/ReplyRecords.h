@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Replies: making, reusing and freeing their records. IpmiIfcRespDel is public.
 #pragma once
 

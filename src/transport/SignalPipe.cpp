@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The pipe's ends, and the waits that it ends.
 #include "transport/SignalPipe.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's signal pipe: a byte in it wakes whoever waits, for an answer or before a retry.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calling thread's targets.
 #include "transport/TargetScope.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which controller a thread's exchanges go to.
 #pragma once
 

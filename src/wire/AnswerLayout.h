@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where things stand in answers, counted from 0 with the completion code.
 #pragma once
 

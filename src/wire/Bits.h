@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parts of bytes and numbers, as the tables of IPMI name them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that library and tool send, by their names in IPMI 2.0, appendix G, and what answers begin with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cursors over bytes: one that reads what may be of ill will, and one that writes a request.
 #pragma once
 

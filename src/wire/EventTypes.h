@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Event/reading type codes: IPMI 2.0, table 42-1.
 #pragma once
 

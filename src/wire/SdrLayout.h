@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte positions in sensor data records, counted from 0 with the header: IPMI 2.0, section 43.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte positions in records of the system event log: IPMI 2.0, tables 32-1 and 32-2.
 #pragma once
 

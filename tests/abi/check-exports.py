@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Compares what the shared library exports with what the public headers declare, both ways, and with the reviewed list of names.
 
 usage: check-exports.py [--update] LIBRARY INCLUDE_DIR LIST

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-headers.sh INCLUDE_DIR: every public header compiles alone (and twice) in C++17 with both compilers, warnings being errors.
 set -euo pipefail
 include=$1

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-install.sh BUILD_DIR SOURCE_DIR: what `cmake --install` puts anywhere is complete: the examples and the README's programs build
 # against it as a user would build them, and run on its own simulator.
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What reads bytes of unknown good will: the cursor, and the texts; and the line that tells of them.
 #include "base/Log.h"
 #include "base/Text.h"

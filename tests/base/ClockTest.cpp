@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The real clock: its sleep can be woken.
 #include "base/Clock.h"
 

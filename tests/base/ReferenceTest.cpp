@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Handles and what they own.
 #include "ipmi/Reference.h"
 

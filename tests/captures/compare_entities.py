@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Compares the entities of `trx-ipmi --json entities` with those that `ipmitool -v sdr list all` names, on the same BMC.
 
 usage: compare_entities.py IPMITOOL JSON

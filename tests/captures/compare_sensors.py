@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Compares `trx-ipmi --json sensors` with `ipmitool sensor list` on the same BMC, sensor by sensor.
 
 usage: compare_sensors.py SDR IPMITOOL JSON [FREEIPMI]

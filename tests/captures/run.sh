@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # run.sh BIN_DIR MACHINE: trx-ipmi and ipmitool must agree on a real server's sensors and entities, both asking the same simulated BMC that has the
 # server's records and raw readings.
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Status and date-time values, with a CIM broker and with the library's own.
 #include "base/Log.h"
 #include "cmpi/Broker.h"

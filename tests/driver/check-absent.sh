@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-absent.sh BUILD_DIR: trx-ipmi must come to an end though records name a satellite that is not there, and ask it ever less.
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-monitor.sh BUILD_DIR: the monitor must have told each event once and in order, of those that the machine logs and of those that
 # happen outside, that the BMC is lost and regained, and must have ended when it was told to.
 set -euo pipefail

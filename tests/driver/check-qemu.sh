@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-qemu.sh BUILD_DIR: trx-ipmi and ipmitool must agree on the sensors and the event log of QEMU's BMC, and each record must be
 # handled once.
 set -euo pipefail

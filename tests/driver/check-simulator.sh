@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # check-simulator.sh BUILD_DIR: clients must agree on the sensors of the sample machine and its satellite and on its event log, and
 # trx-ipmi must come to an end with a BMC that says too much, or nothing.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """compare_log.py FOLDER NAME=RECORDS...: ipmitool and trx-ipmi must agree on an event log as log.sh has them show it, in NAME.*,
 and on RECORDS as the number of its records."""
 import json

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """compare_monitor.py FOLDER LOGGED: what the monitor told must be what ipmitool lists beyond the first LOGGED records, of the log
 before the BMC was lost (first.list) and of that after it (second.list), and its end a clean one that waited for nothing."""
 import json

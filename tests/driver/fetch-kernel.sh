@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # fetch-kernel.sh DIR: puts Debian's current kernel (vmlinuz) and its IPMI driver modules into DIR; nothing is installed.
 set -euo pipefail
 dir=$1

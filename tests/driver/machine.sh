@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by the run: an emulated machine with the real Linux IPMI driver. Sets build, bin, work and kernel.
 # shellcheck shell=bash
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # make-initramfs.sh KERNEL_DIR OUT PROGRAM...: an initramfs with busybox, the driver's modules, the tests beside this script and each
 # PROGRAM with its shared libraries at the paths they have here.
 set -euo pipefail

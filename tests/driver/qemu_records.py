@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """qemu_records.py IN OUT: a machine's sensor records for QEMU's BMC.
 
 That BMC gives a reading to a sensor 0..19 only where a compact record names it. So each full record of such a sensor gets a compact,

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by the checks of what the tests in the emulated machine left.
 # shellcheck shell=bash
 failed=0

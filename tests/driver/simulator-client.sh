@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by the tests in the machine whose BMC is a served simulator.
 # shellcheck shell=sh
 

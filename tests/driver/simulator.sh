@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by the run: the served simulators. Needs machine.sh's variables.
 # shellcheck shell=bash
 declare -A server port # by the name of the test that asks

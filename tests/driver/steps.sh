@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by the tests in the machine.
 # shellcheck shell=sh
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tree of entities, from records good and bad.
 #include "entity/IpmiIfcEntity.h"
 #include "ipmi/IpmiIfc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A day of polling on a BMC that goes wrong now and then: what a node holds after it is what it held after an hour.
 #include "faults/Model.h"
 #include "node/LifeFixture.h"

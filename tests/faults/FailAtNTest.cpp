@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every command of a load, of a refresh and of a look at the event log goes wrong, one a run, in every way of a table.
 // The library must come back, in bounded time, with an error or with less; and the next load or refresh must find
 // everything as if nothing had been.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a test sees of a loaded machine, to compare one load with another.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A BMC that goes wrong at random while everything that a caller can do is done in turns, until a hundred thousand
 // commands have gone wrong. Every run is the same; TRX_SEED=<seed> starts with that seed, as a failure names it.
 #include "faults/Model.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What handlers hear of a log to which everything happens, and whose reader meets faults, held against the BMC's log
 // and the simulator's journal of it.
 // The reader knows two times of the log, in seconds, and goes by them. So each event is heard once, but for

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """check_includes.py SOURCE_DIR [--print]: folders of include/, src/, sim/ and tools/ include what rooms.txt, beside this, allows, and
 no circle of folders is closed. With --print: the table as the files have it, to start a new one from."""
 import collections

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands of a load, of a refresh and of a look at the event log, pinned to the byte. Who changes what is sent, or
 // in which order, and means it, takes over the new line.
 #include "faults/Model.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening, closing and setting up a node's device; a node's use without a polling loop.
 #include "ipmi/CmpiStatus.h"
 #include "node/NodeFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every way that one exchange can go.
 #include "node/NodeFixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a node knows of its BMC, from good answers and from hostile ones.
 #include "node/IpmiIfcIdentity.h"
 #include "node/NodeFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Nodes for tests of their whole lives.
 #pragma once
 

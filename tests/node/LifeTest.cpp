@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's life on a BMC that resets, vanishes or falls silent at every command, and stops at every command.
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An opened and prepared node 0 on a scripted BMC.
 #pragma once
 

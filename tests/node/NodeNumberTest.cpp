@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Functions that take the number of a node: what they say of a number that is none, and that IpmiIfc's members without
 // one mean node 0.
 #include "ipmi/IpmiNodeControl.h"

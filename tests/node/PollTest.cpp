@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node's life: start, its polling loop's schedule and pollAll.
 #include "node/LifeFixture.h"
 #include "support/FailingFcntl.h"

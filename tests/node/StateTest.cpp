@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The node record and its state machine.
 #include "base/Log.h"
 #include "ipmi/CmpiStatus.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads on nodes that poll.
 #include "base/Log.h"
 #include "ipmi/IpmiNodeControl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Identifiers in every encoding, and names that are unique.
 #include "sdr/SdrBmc.h"
 #include "sdr/SensorNaming.h"

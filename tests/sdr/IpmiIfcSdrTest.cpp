@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading the repository: info, headers, records, and what is kept of them.
 #include "sdr/IpmiIfcSdr.h"
 

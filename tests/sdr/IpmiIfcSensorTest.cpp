@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building sensors, and refreshing them from BMCs that fail.
 #include "sdr/IpmiIfcSensor.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that sensors send by themselves: what goes out, to whom, and what becomes of the answer.
 #include "node/NodeFixture.h"
 #include "sdr/SdrBmc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a sensor says of itself: fields, values, thresholds, names.
 #include "ipmi/CmpiStatus.h"
 #include "sdr/SdrBmc.h"

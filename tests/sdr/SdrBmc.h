@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated BMC with a repository of the test's own, on node 0 and opened.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading the event log, its events and their handlers, and erasing it.
 #include "sel/SelBmc.h"
 

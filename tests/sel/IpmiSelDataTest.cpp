@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a record of the event log says, and how it is deleted. Captions are compared with ipmitool's words by
 // compare_captions.py.
 #include "ipmi/IpmiSelData.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated BMC with an event log of the test's own, on node 0, running, and a handler that notes what it hears of.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads on one event log, with handlers that throw, erase and come and go.
 #include "ipmi/CmpiStatus.h"
 #include "sel/SelBmc.h"

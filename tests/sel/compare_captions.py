@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Compares the library's captions with what `ipmitool -v sel list` says of the same records.
 
 usage: compare_captions.py TOOL BMCSIM       every kind of event, in a simulated BMC's log

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """serve_test.py TRX-BMCSIM: a served simulator, its control, and how programs find it; and programs run on one of their own."""
 import json
 import os

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the simulated driver's requests do, beside what the Linux driver was seen to do.
 #include "sim/bmc/Bmc.h"
 #include "sim/loop/Descriptor.h"

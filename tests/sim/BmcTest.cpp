@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated BMC's answers: right ones, and right refusals.
 #include "SimSupport.h"
 

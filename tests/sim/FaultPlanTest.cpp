@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Faults: each action, each way to say when, and plans that are wrong.
 #include "SimSupport.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Machine files: what is wrong in them is said in one line, whatever they hold. (The tool finds in the sample machine
 // what its description says: names, values, thresholds.)
 #include "SimSupport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Raw captures as machines.
 #include "sim/machine/RawFiles.h"
 

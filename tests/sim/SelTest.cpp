@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The event log: who may do what to it, what becomes of it, and the events that sensors send.
 #include "SimSupport.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Messages between a driver and the controllers behind the BMC: what goes where, and what comes back.
 #include "sim/bus/SystemInterface.h"
 #include "SimSupport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The VM protocol as QEMU speaks it.
 #include "sim/vm/VmServer.h"
 

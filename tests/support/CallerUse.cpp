@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calling it all.
 #include "support/CallerUse.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Everything that a caller can ask of one sensor, or about a node's BMC.
 #pragma once
 

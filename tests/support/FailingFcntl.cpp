@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // fcntl in place of libc's.
 #include "support/FailingFcntl.h"
 

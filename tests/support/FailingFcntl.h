@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Descriptors whose flags cannot be read or set, on request.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Non-throwing operator new in place of the runtime's.
 #include "support/FailingNew.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Memory that runs out: non-throwing allocations that fail on request.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Waits that move the time.
 #include "support/FakeClock.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Time that moves only when somebody waits: sleeps and time-outs pass at once, and answers come when they are due.
 #pragma once
 

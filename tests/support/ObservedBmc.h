@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated BMC on /dev/ipmi<N>, whose requests a test sees before they are answered.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Comparing requests with the script.
 #include "support/ScriptedBmc.h"
 

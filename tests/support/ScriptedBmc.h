@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A BMC that knows exactly what will be asked. Anything else, or anything left over, fails the test.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the test program's nodes share, and a node's place in it.
 #include "support/SimNode.h"
 

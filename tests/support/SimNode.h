@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A simulated BMC on /dev/ipmi<N> of the test program, with time and log in the test's hands.
 //
 //     Support::ScriptedBmc bmc;

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """monitor_test.py TRX-IPMI TRX-BMCSIM: the long-running views, monitor and sel --follow, on a served simulator."""
 import array
 import fcntl

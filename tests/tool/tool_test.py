@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """tool_test.py TRX-IPMI TRX-BMCSIM: the tool's command lines, output and exit statuses, on the sample machine, whose
 satellites answer at once here."""
 import json
@@ -342,7 +343,7 @@ class ToolTest(unittest.TestCase):
             (event(6, time, (12, 15), 0x6f, (1, 0, 0), generator=0x7020), "sensor 0x0f +Memory "),
             (event(7, time, (0x2a, 15), 0x6f, (3, 0, 0)), "DIMM 2 +Session Audit disabled after invalid passwords "),
             (event(8, time, cpu, 0x72, (0xfe, 1, 2)), "CPU Temp +Temperature offset 14 +asserted +-"),
-            (event(9, time, cpu, 1, (9, 0, 0), revision=3), "CPU Temp +Temperature upper critical going high .*critical"),
+            (event(9, time, cpu, 1, (9, 0, 0), revision=3), "CPU Temp +Temperature Upper Critical going high .*critical"),
             (struct.pack("<HBI", 10, 0xc0, time) + oem[4:], "OEM 0xc0 +25 26 27 28 29 2a 2b 2c 2d +- +-"),
             (struct.pack("<HB", 11, 0xe0) + oem, "OEM 0xe0 +21 22 23 .* 2d +- +-"),
             (struct.pack("<HB", 12, 0x05) + oem, "type 0x05 +21 22 23 .* 2d +- +-"),

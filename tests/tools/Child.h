@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Work in a process of its own, at the other end of a terminal.
 #pragma once
 

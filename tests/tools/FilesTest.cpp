@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happens to files that are read and written.
 #include "base/Failure.h"
 #include "files/InputFile.h"

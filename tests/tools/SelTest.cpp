@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times of the event log, and what is new in it.
 #include "monitor/SelNews.h"
 #include "sel/SelSelection.h"

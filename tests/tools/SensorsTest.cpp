@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sensors as they are shown, and the words and numbers around them.
 #include "base/Number.h"
 #include "ipmi/IpmiDiscreteSensor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Programs that run for long, and what ends or stops them.
 #include "Child.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts and tables on a terminal.
 #include "terminal/Terminal.h"
 

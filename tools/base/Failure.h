@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What ends the program early: one line for the user and an exit status.
 #pragma once
 

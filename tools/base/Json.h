@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The program's JSON: pure ASCII, indented, never with a number that is not one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sets of signals: blocked, handled, waited for.
 #include "base/Signals.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Signals that a program takes into its own hands while it runs for long.
 #pragma once
 

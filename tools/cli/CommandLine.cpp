@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one file that includes CLI11, which takes long to compile: all options and helps, verb by verb.
 #include "cli/CommandLine.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // entities: the server's parts drawn as a tree.
 #include "base/Failure.h"
 #include "base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // info: who the BMC is.
 #include "base/Failure.h"
 #include "base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // monitor: which nodes to watch, and how.
 #include "base/Failure.h"
 #include "base/Number.h"

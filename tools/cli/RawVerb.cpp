@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // raw: one command out, the answer's bytes in.
 #include "base/Failure.h"
 #include "base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // sdr dump, sdr list: the repository of sensor data records.
 #include "base/Failure.h"
 #include "base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // sel info: the event log as a whole, fact by fact.
 #include "base/Failure.h"
 #include "cli/Verbs.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // sel, sel decode: the event log listed, followed, saved, cleared.
 #include "base/Failure.h"
 #include "base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // sensors: all of them, once or again and again.
 #include "base/Failure.h"
 #include "base/Json.h"

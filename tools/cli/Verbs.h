@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The verbs: what the command line can say to each, and what each does.
 #pragma once
 

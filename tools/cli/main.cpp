@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // trx-ipmi: looks at a server's BMC from the command line.
 #include "base/Failure.h"
 #include "cli/CommandLine.h"

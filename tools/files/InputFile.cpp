@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a file that may be longer than it should be.
 #include "files/InputFile.h"
 

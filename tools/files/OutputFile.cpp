@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes under another name, and renames when all is there.
 #include "files/OutputFile.h"
 

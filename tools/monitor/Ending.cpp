@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the end begins, and what limits it.
 #include "monitor/Ending.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // When and why a program that runs until it is told to stop does so.
 #pragma once
 

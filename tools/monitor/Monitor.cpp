@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The life of a monitor: all nodes watched, until the end.
 #include "monitor/Monitor.h"
 

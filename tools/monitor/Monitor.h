@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Watches nodes until it is told to stop.
 #pragma once
 

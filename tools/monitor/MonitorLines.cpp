@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lines of the monitor, put together and written.
 #include "monitor/MonitorLines.h"
 

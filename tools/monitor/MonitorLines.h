@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the monitor writes: a line for each thing that happens, for people or as JSON.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A watched node's threads: the polling loop, the event log, the sensors.
 #include "monitor/NodeWatch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One node that is watched: its polling loop, its event log, its sensors.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Records told from those that were there before.
 #include "monitor/SelNews.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What has come into a node's event log since it was looked at before.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the records behind the library's last one, one by one.
 #include "monitor/SelTail.h"
 

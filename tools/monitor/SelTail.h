@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Records of the event log that the library does not see yet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Takes the states of all sensors, and compares them with others.
 #include "monitor/SensorStates.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The states of a node's sensors, and what became of them.
 #pragma once
 

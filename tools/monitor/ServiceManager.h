@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What systemd is told where it runs the program (Type=notify); elsewhere nothing.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens and closes a node; sends it single commands.
 #include "node/NodeSession.h"
 

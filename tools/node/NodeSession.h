@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A node in use: opened, prepared, and closed again.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library reads it; here its failures get words.
 #include "sdr/Repository.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bytes of one sensor data record: reads past its end give 0.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tells what each type of record has to tell.
 #include "sdr/SdrSummary.h"
 

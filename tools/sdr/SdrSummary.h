@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One record of the repository in a line: what it is, where, and what it names.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Clears the log, or deletes a record, and says what went wrong.
 #include "sel/SelErasure.h"
 

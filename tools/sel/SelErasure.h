@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Taking records out of the event log.
 #pragma once
 

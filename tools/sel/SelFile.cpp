@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Records to bytes and back.
 #include "sel/SelFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A saved event log: records of 16 bytes one after another.
 #pragma once
 

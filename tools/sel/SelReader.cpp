@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads the log, once more where the library has missed its end.
 #include "sel/SelReader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The event log, or its newest records, through the library.
 #pragma once
 

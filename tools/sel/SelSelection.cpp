@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Chooses records by number and time.
 #include "sel/SelSelection.h"
 

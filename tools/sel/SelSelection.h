@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which records of the event log are meant.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files the names of a repository's sensors by what events say of them.
 #include "sel/SelSensorNames.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names of sensors as events speak of them: by generator id and sensor number.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Time stamps to texts, and texts of users to points in time.
 #include "sel/SelTimestamp.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times of the event log: seconds on the BMC's clock, for people and for programs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a record says in the columns of a table, and in JSON.
 #include "sel/SelView.h"
 

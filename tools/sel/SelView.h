@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one record of the event log has to show.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Puts entities and sensors beneath what contains them, without circles.
 #include "sensors/EntityOutline.h"
 

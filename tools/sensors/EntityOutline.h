@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parts of a server, each under what contains it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words for the states and events that sensors report by number.
 #pragma once
 

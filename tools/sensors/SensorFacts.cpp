@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is known of a sensor beside its record: thresholds, hysteresis, reading.
 #include "sensors/SensorFacts.h"
 

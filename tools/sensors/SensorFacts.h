@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Everything that is known of one sensor: its whole record decoded, its thresholds, and its last reading.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keeps the last values, and draws them.
 #include "sensors/SensorHistory.h"
 

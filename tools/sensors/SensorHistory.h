@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The last values of sensors, drawn as lines of bars.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the sensors of a node, in an order that stays.
 #include "sensors/SensorReader.h"
 

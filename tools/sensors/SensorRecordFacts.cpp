@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a sensor's record says, field by field.
 #include "sensors/SensorFacts.h"
 

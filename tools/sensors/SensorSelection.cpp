@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Chooses sensors by entity and by type.
 #include "sensors/SensorSelection.h"
 

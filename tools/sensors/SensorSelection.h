@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which sensors the user wants to see.
 #pragma once
 

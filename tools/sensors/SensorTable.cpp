@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Columns and colours of sensors.
 #include "sensors/SensorTable.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Takes what a sensor has to show, and formats its numbers.
 #include "sensors/SensorView.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one sensor has to show, taken once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pass after pass: reads, shows, waits.
 #include "sensors/SensorWatch.h"
 

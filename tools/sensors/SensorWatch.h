@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The same sensors again and again.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Facts as lines.
 #include "terminal/Facts.h"
 

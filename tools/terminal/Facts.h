@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Facts about one thing: a line each for people, a member of an object each for programs.
 #pragma once
 

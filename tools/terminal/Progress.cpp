@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A thread that counts the seconds on standard error.
 #include "terminal/Progress.h"
 

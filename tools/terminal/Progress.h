@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tells a person that a slow BMC is still being read.
 #pragma once
 

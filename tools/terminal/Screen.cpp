@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Draws in place, and puts the cursor back whatever ends or stops the program.
 #include "terminal/Screen.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Standard output that is written again and again until the user has seen enough.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Measures the columns, and writes the lines.
 #include "terminal/Table.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A table for people: aligned columns, empty ones left out.
 #pragma once
 

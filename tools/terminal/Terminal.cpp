@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a terminal is told, and what is kept from it.
 #include "terminal/Terminal.h"
 

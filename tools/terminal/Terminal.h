@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What may reach a terminal, and how wide it is there.
 #pragma once
 

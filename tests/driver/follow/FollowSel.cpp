@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // follow-sel NODE COMMAND...: follows a node's event log as a polling loop does, through its incremental reader. After
 // each command it tells how many events were handled so far, and which records are known.
 #include "ipmi/IpmiIfc.h"
