@@ -26,7 +26,7 @@ struct ipmiifc_repository {
     enum Step { kInfo, kReservation, kRecord };
 
     Result result = kNoAnswer;
-    Step step = kInfo;
+    Step step = kInfo;          ///< where it failed, for the results that name it
     std::uint16_t recordId = 0; ///< of the record that could not be read, or that comes again
     std::uint8_t completionCode = 0;
     std::vector<std::uint8_t> records; ///< one after another, in the repository's order; none unless it is whole

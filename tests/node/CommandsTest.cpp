@@ -91,8 +91,12 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
         {"first look at the log", addThree, look, "0a/40 x1 0a/42 x1 0a/43 x30 #4d0ce7949b20d54d"},
         {"three additions", addThree, look, "0a/40 x1 0a/42 x1 0a/43 x4 #76806b666f2a86cb"},
         {"nothing new", {}, look, "0a/40 x1 #66ec094848ec744c"},
-        {"erased, and three additions", [](SdrBmc& node) { node.bmc.state()->log.clear(); addThree(node); }, look,
-         "0a/40 x1 0a/42 x1 0a/43 x3 #63d0816a89fa00ea"},
+        {"erased, and three additions",
+         [](SdrBmc& node) {
+             node.bmc.state()->log.clear();
+             addThree(node);
+         },
+         look, "0a/40 x1 0a/42 x1 0a/43 x3 #63d0816a89fa00ea"},
         {"three additions, reservation lost", [](SdrBmc& node) { node.restart({entry(2, 2, kLost)}), addThree(node); },
          look, "0a/40 x1 0a/42 x3 0a/43 x6 #affbb0f648c94a82"},
         {"load, in smaller pieces", [](SdrBmc& node) { node.bmc.state()->limits = {.sdr = 14}; }, IpmiIfcSdrGetInfo,

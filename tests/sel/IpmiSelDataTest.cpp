@@ -3,6 +3,7 @@
 // compare_captions.py.
 #include "ipmi/IpmiSelData.h"
 #include "ipmi/CmpiTypes.h"
+#include "ipmi/IpmiEventNames.h"
 #include "node/NodeFixture.h"
 #include "wire/SelLayout.h"
 
@@ -106,6 +107,31 @@ TEST_F(SelRecord, ReservesAndDeletes)
         EXPECT_EQ(record().clear(), ofDeletion);
         bmc.done();
     }
+}
+
+TEST(EventNames, AreTheCaptionsWords)
+{
+    const struct {
+        std::uint8_t eventType, sensorType, offset;
+        const char* name;
+    } rows[] = {
+        {0x01, 0x01, 2, "Lower Critical going low"}, // without the blank that the caption ends with
+        {0x0c, 0x01, 3, "D3 Power State"},
+        {0x17, 0x01, 0, ""}, // a sensor type among the generic words
+        {0x6f, 0x05, 4, "System unplugged from LAN"},
+        {0x6f, 0x08, 5, "AC out-of-range, but present"},
+        {0x6f, 0x08, 6, "Config Error"}, // which one, event data tell
+        {0x6f, 0x0f, 1, "System Firmware Hang"},
+        {0x6f, 0x19, 1, "thermal trip"},
+        {0x6f, 0x2a, 3, "disabled after invalid passwords"},
+        {0x6f, 0xf0, 6, "Transition to M6"},
+        {0x6f, 0x01, 0, ""},
+        {0x6f, 0x22, 13, ""},
+        {0x71, 0x08, 0, ""},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(eventName(row.eventType, row.sensorType, row.offset), row.name)
+            << +row.sensorType << ' ' << +row.offset;
 }
 
 } // namespace
