@@ -59,7 +59,11 @@ void copyRequest(int node, ipmiifc_resp& resp, const ipmiifc_req& req, const Dri
 /// The answer in the record supplied, or in a new one.
 ipmiifc_resp* deliver(int node, const ipmiifc_req& req, int flags, const Exchanged& brought, ipmiifc_resp* resp)
 {
-    if (IpmiIfcRespReuse(resp) != 0 && IpmiIfcRespNew(&resp) != 0) {
+    if (resp)
+        IpmiIfcRespReuse(resp);
+    else
+        IpmiIfcRespNew(&resp);
+    if (!resp) {
         logNoMemory(node);
         return nullptr;
     }

@@ -11,8 +11,10 @@ namespace
 /// The rows in order whose key, made by `keyOf`, is `key`.
 template <typename KeyOf> EventTexts rowsWith(EventTexts table, unsigned int key, KeyOf keyOf)
 {
-    const auto rows = std::ranges::equal_range(table, key, {}, keyOf);
-    return {rows.begin(), rows.end()};
+    const auto first =
+        std::partition_point(table.begin(), table.end(), [&](const EventText& row) { return keyOf(row) < key; });
+    const auto last = std::partition_point(first, table.end(), [&](const EventText& row) { return keyOf(row) == key; });
+    return table.subspan(static_cast<std::size_t>(first - table.begin()), static_cast<std::size_t>(last - first));
 }
 
 } // namespace

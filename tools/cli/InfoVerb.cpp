@@ -49,7 +49,7 @@ Identity readIdentity(int node)
     unsigned char id[3] = {};
     unsigned char length = 0;
     if (IpmiIfc::getManufacturerId(node, id, length) == 0 && length == sizeof id)
-        self.manufacturerId = id[0] | static_cast<unsigned>(id[1]) << 8 | static_cast<unsigned>(id[2]) << 16;
+        self.manufacturerId = Ipmi::le24(id);
     self.manufacturer = IpmiIfc::getManufacturerName(node);
     self.firmware = IpmiIfc::getFirmwareVersion(node);
     self.ipmi = IpmiIfc::getIpmiVersion(node);

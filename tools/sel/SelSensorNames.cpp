@@ -65,7 +65,7 @@ void SelSensorNames::add(const SdrBytes& record)
     for (unsigned i = 0; i == 0 || i < count; ++i) {
         if (i > 0) {
             std::uint8_t& offset = bytes[*sharing + 1];
-            offset = static_cast<std::uint8_t>((offset & 0x80) | ((offset + 1) & 0x7f));
+            offset = static_cast<std::uint8_t>((offset & ~sdr::kModifierBits) | ((offset + 1) & sdr::kModifierBits));
         }
         const Ipmi::IpmiDiscreteSensor sensor(static_cast<int>(bytes.size()), bytes.data(), 0);
         byPlace_.emplace(placeOf(record.le16(sdr::kOwner), record.at(sdr::kNumber) + i), sensor.getSensorIdString());

@@ -5,6 +5,7 @@
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiThresholdSensor.h"
 #include "sensors/EventNames.h"
+#include "wire/EventTypes.h"
 
 #include <cmath>
 #include <fmt/format.h>
@@ -138,7 +139,7 @@ std::vector<std::string> assertedStates(const Ipmi::IpmiSensor& sensor)
     if (!sensor.isDiscrete() || !reading.available())
         return {};
     return eventNames(sensor.getEventReadingType(), sensor.getSensorType(),
-                      reading.state1 | (reading.state2 & 0x7fU) << 8);
+                      Ipmi::le16(reading.state1, reading.state2) & Ipmi::wire::kOffsetBits);
 }
 
 std::vector<SensorView> viewsOf(const Sensors& sensors)
