@@ -45,7 +45,7 @@ protected:
 
 TEST_F(FilesTest, AFileIsAsTheUserMasksIt)
 {
-    for (const mode_t mask : {022, 077, 0}) {
+    for (const mode_t mask : {022U, 077U, 0U}) {
         ::umask(mask);
         fs::remove(folder / "f");
         OutputFile(folder / "f").write(kNew);

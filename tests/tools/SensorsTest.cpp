@@ -98,7 +98,7 @@ TEST(SelSensorNamesTest, SensorsAreFoundByGeneratorAndNumber)
     const SelSensorNames names(fullRecord());
     EXPECT_EQ(names.name(0x0020, 3), "V");
     EXPECT_EQ(names.name(0x0c20, 3), "V") << "two bits are reserved";
-    for (const auto& [generator, number] : {std::pair(0x0020, 4), {0x0022, 3}, {0x0120, 3}, {0x1020, 3}})
+    for (const auto& [generator, number] : {std::pair(0x0020U, 4U), {0x0022U, 3U}, {0x0120U, 3U}, {0x1020U, 3U}})
         EXPECT_EQ(names.name(generator, number), "") << generator << ' ' << number;
 }
 
