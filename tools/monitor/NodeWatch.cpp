@@ -241,15 +241,17 @@ void NodeWatch::watchSensors()
     }
 }
 
-/// What is read while the BMC is lost says nothing.
+/// What is read while the BMC is lost says nothing; nor does a pass in which it was lost and came back.
 void NodeWatch::readSensors()
 {
     const unsigned int losses = losses_;
     Ipmi::IpmiIfcSensorRefreshAll(node_);
     const Sensors sensors = IpmiIfc::getSensors(node_);
+    if (losses != losses_ || isLost_)
+        return;
     if (isSilent(sensors))
         note(silence());
-    if (losses == losses_ && !isLost_)
+    else
         compareStates(sensors);
 }
 
