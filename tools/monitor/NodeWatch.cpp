@@ -122,7 +122,7 @@ void NodeWatch::watchEvents()
     const auto interval = std::chrono::duration_cast<Clock::duration>(common_.interval);
     for (auto next = Clock::now() + interval; common_.ending.sleepUntil(next);
          next = std::max(next + interval, Clock::now())) {
-        if (note(whyLost()))
+        if (isThere())
             lookAtLog();
     }
 }
@@ -149,14 +149,25 @@ void NodeWatch::begin()
     sensors_ = threadOf(&NodeWatch::watchSensors);
 }
 
-/// Says when the BMC is lost, and why, and when it is there again: when `why` is empty. @return whether it is there;
-/// false when the end has begun
-bool NodeWatch::note(const std::string& why)
+/// Asks the BMC who it is, and notes what comes of it. @return as note
+bool NodeWatch::isThere()
+{
+    const unsigned int heard = heard_;
+    return note(whyLost(), heard);
+}
+
+/// Says when the BMC is lost, and why, and when it is there again: when `why` is empty. A loss does not count where
+/// another thread has heard the BMC since, as `heard` was before the question. @return whether it is there; false when
+/// the end has begun
+bool NodeWatch::note(const std::string& why, unsigned int heard)
 {
     const std::lock_guard hold(silenceLock_);
     const bool isThere = why.empty();
     if (common_.ending.hasBegun())
         return false;
+    if (!isThere && heard != heard_)
+        return !isLost_;
+    heard_ += isThere ? 1 : 0;
     losses_ += !isThere && !isLost_ ? 1 : 0;
     isLost_ = !isThere;
     if (why != toldSilence_) {
@@ -235,7 +246,7 @@ void NodeWatch::watchSensors()
         if (isLost_)
             continue;
         if (!followRepository())
-            note(whyLost());
+            isThere();
         else if (common_.sensors)
             readSensors();
     }
@@ -244,13 +255,13 @@ void NodeWatch::watchSensors()
 /// What is read while the BMC is lost says nothing; nor does a pass in which it was lost and came back.
 void NodeWatch::readSensors()
 {
-    const unsigned int losses = losses_;
+    const unsigned int losses = losses_, heard = heard_;
     Ipmi::IpmiIfcSensorRefreshAll(node_);
     const Sensors sensors = IpmiIfc::getSensors(node_);
     if (losses != losses_ || isLost_)
         return;
     if (isSilent(sensors))
-        note(silence());
+        note(silence(), heard);
     else
         compareStates(sensors);
 }
@@ -280,7 +291,7 @@ void NodeWatch::compareStates(const Sensors& sensors)
     const std::vector<SensorChange> changes = states.changesSince(states_);
     const bool someLost =
         std::any_of(changes.begin(), changes.end(), [](const SensorChange& change) { return change.now.code.empty(); });
-    if ((someLost && !note(whyLost())) || common_.ending.hasBegun())
+    if ((someLost && !isThere()) || common_.ending.hasBegun())
         return;
     for (const SensorChange& change : changes)
         common_.lines.sensor(node_, change);

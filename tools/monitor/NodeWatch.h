@@ -51,7 +51,8 @@ private:
     void begin();
     std::string whyLost() const;
     std::string silence() const;
-    bool note(const std::string& why);
+    bool isThere();
+    bool note(const std::string& why, unsigned int heard);
     bool followRepository();
     void takeNames(const Sensors& sensors);
     void readSensors();
@@ -69,6 +70,7 @@ private:
     std::string toldSilence_; ///< why it was said to be lost; empty while it answers
     std::atomic<bool> isLost_ = false;
     std::atomic<unsigned int> losses_ = 0; ///< how often it was lost
+    std::atomic<unsigned int> heard_ = 0;  ///< how often it said who it is
 
     SelTail tail_;
     SensorStates states_;
