@@ -7,7 +7,7 @@ LINTED = $(shell find src -name '*.cpp')
 # ThreadSanitizer wants a calm address space; where the system forbids setarch it usually works without.
 STEADY := $(shell setarch -R true 2>/dev/null && echo setarch -R)
 
-.PHONY: demo check test test-driver test-fuzz fuzz bench format format-check lint clean deps fuzzers build-% ctest-% test-%
+.PHONY: demo check test test-driver test-fuzz fuzz bench format format-check lint alone clean deps fuzzers build-% ctest-% test-%
 
 # Builds, and ends with a machine's sensors on the screen: this one's where it has a BMC and we are root, else the sample machine's.
 demo:
@@ -77,11 +77,14 @@ format:
 format-check:
 	@clang-format-14 --dry-run --Werror $(SOURCES)
 
-# clang-tidy and clang's thread-safety analysis over the library's own sources; and each file of the programs is compiled alone,
-# which the builds, that compile several as one, do not.
+# clang-tidy and clang's thread-safety analysis over the library's own sources.
 lint:
 	@cmake --preset lint >/dev/null
 	@printf '%s\n' $(LINTED) | xargs -P $(JOBS) -n 1 clang-tidy-14 --quiet -p build/lint
+
+# Each file of the programs compiled by itself, which the builds, that compile several as one, do not. Not part of the gate.
+alone: deps
+	@cmake --preset lint >/dev/null
 	@scripts/compile-alone.py build/lint $(JOBS)
 
 clean:
