@@ -9,8 +9,8 @@ for preset in "$@"; do
     printf '%-8s ' "$preset"
     grep -E '^[0-9]+% tests passed' "$log"
     sed -n '/did not run:/,$ {/Skipped/p}' "$log"
-    sed -nE 's/.*Test +#[0-9]+: ([^ ]+) .* ([0-9.]+) sec$/\2 \1/p' "$log" | sort -rn | head -n 1 |
-        awk '{printf "         the longest one took %s s: %s\n", $1, $2}'
+    sed -nE 's/.*Test +#[0-9]+: ([^ ]+) .* ([0-9.]+) sec$/\2 \1/p' "$log" |
+        awk '$1 > most { most = $1; name = $2 } END { printf "         the longest one took %s s: %s\n", most, name }'
 done
 [ -n "${TRX_CAPTURES:-}" ] || echo "Captures of real servers: skipped, TRX_CAPTURES names no folder."
 echo "Seconds:"
