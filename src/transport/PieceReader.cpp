@@ -64,8 +64,8 @@ PieceReader::End PieceReader::read(std::uint16_t record, std::size_t offset, std
 
 bool PieceReader::isGood(const Piece& piece) const
 {
-    const auto expected = static_cast<int>(policy_.dataAt + piece.count);
-    if (!answer_.good() || (policy_.takesMore ? answer_.length() < expected : answer_.length() != expected))
+    const std::size_t expected = policy_.dataAt + piece.count; // all of it kept, however long the driver says it was
+    if (!answer_.good(expected) || (!policy_.takesMore && answer_.length() != static_cast<int>(expected)))
         return false;
     return !policy_.checksRecord || piece.record == wire::kFirstRecord || answer_.le16(policy_.dataAt) == piece.record;
 }
