@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <memory>
+#include <poll.h>
 #include <vector>
 
 namespace Tool
@@ -107,15 +108,15 @@ TEST(ScreenTest, CtrlCEndsWhatTakesLong)
 {
     Child child([] {
         const Screen screen(false);
-        screen.write("plain");
         Screen::interruptible([] {
-            for (;;)
-                ::pause();
+            for (;; ::poll(nullptr, 0, 1))
+                writeOut("more");
         });
     });
-    EXPECT_EQ(child.until("plain"), "plain");
-    child.type("\3");
-    EXPECT_EQ(child.rest().find(kShow), std::string::npos);
+    std::string output = child.until("more");
+    for (; output.size() > 3 && output.substr(output.size() - 4) == "more"; output = child.until("more"))
+        child.type("\3"); // more than once: ThreadSanitizer's runtime loses a signal now and then
+    EXPECT_EQ(output.find(kShow), std::string::npos);
     EXPECT_EQ(child.status(), 0);
 }
 
