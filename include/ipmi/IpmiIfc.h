@@ -7,6 +7,7 @@
 #include "ipmi/CmpiTypes.h"
 #include "ipmi/Export.h"
 #include "ipmi/IpmiEntity.h"
+#include "ipmi/IpmiFru.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiRepository.h"
 #include "ipmi/IpmiSel.h"
@@ -256,6 +257,31 @@ public:
     /// where nothing does.
     static IpmiEntity getEntityParent(int node, unsigned int id, unsigned int instance);
     static IpmiEntity getEntityParent(unsigned int id, unsigned int instance);
+
+    // --- hardware inventory. Made by the polling loop, or by IpmiIfcFruInstantiateAll.
+
+    /// The logical FRU devices of the last inventory, in the repository's order, device 0 of the BMC included where no
+    /// record names one; with the areas that passed all checks. The handles are shared. Never waits for the BMC.
+    static std::vector<TRX::Reference<IpmiFru>> getFrus(int node);
+    static std::vector<TRX::Reference<IpmiFru>> getFrus();
+    /// All FRU devices of the last inventory as the public standards have them, those behind private buses and damaged
+    /// areas included, from the same reading. Never waits for the BMC.
+    static std::vector<IpmiFruDevice> getFruDevices(int node);
+    static std::vector<IpmiFruDevice> getFruDevices();
+    /// One of these with what an inventory leaves out: the internal use area, the contents of a device that counts in
+    /// words, what can be made of one whose header is damaged. Sends commands where there is any of that, and blocks.
+    static IpmiFruDevice readFru(int node, const IpmiFruDevice& device);
+    static IpmiFruDevice readFru(const IpmiFruDevice& device);
+    /// All bytes of a logical device, from the controller that it is behind. Sends a command for every 23 bytes and
+    /// blocks.
+    static IpmiFruImage readFruImage(int node, const IpmiFruDevice& device);
+    static IpmiFruImage readFruImage(const IpmiFruDevice& device);
+    /// An area in a line; all empty for a multi-record area and an empty handle.
+    static FruPart getFruPart(TRX::Reference<IpmiFruOptional>& area);
+    /// The answer to Get FRU Inventory Area Info (IPMI 2.0, 34.1) of the device read last. Waits while a device's areas
+    /// are being read.
+    static ipmiifc_fru_info getFruDeviceHeader(int node);
+    static ipmiifc_fru_info getFruDeviceHeader();
 
     // --- CIM broker
 

@@ -56,6 +56,12 @@ TRX_IPMI_API int IpmiIfcSensorUpdateReading(int node);
 /// @threads any; passes of one node run one at a time
 TRX_IPMI_API int IpmiIfcSensorRefreshAll(int node);
 
+/// Makes the node's hardware inventory anew (IPMI 2.0, section 34): reads every logical FRU device that its repository
+/// names, and device 0. Sends a command for every 23 bytes and some for each area, and blocks.
+/// @return 0
+/// @threads any; whole inventories and loads of one node run one at a time
+TRX_IPMI_API int IpmiIfcFruInstantiateAll(int node);
+
 /// Asks for the state of the system event log (IPMI 2.0, Get SEL Info) and takes over what changed: where only records
 /// were added it reads those, where the log was erased all of it, and then has each new event handled. A node without a
 /// polling loop reads the whole log each time and has nothing handled. Sends two commands per record read and blocks.

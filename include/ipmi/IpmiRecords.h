@@ -77,6 +77,22 @@ struct ipmiifc_sel_alloc_info {
     std::uint16_t unitSize() const { return le16(bytes + 3); }
 };
 
+/// Answer of Get FRU Inventory Area Info (IPMI 2.0, 34.1), completion code first, and the device that it is of.
+struct ipmiifc_fru_info {
+    std::uint8_t bytes[4] = {};
+    std::uint8_t deviceId = 0;
+
+    /// Of the inventory area, in bytes.
+    std::uint16_t size() const { return le16(bytes + 1); }
+    /// True when the device counts in words.
+    bool isByWords() const { return (bytes[3] & 0x01) != 0; }
+};
+
+/// The first eight bytes of a FRU device (FRU Information Storage Definition 1.0, common header).
+struct fru_header {
+    std::uint8_t bytes[8] = {};
+};
+
 /// A record of the system event log as it stands there (IPMI 2.0, 32.1).
 struct sel_event_record {
     std::uint8_t bytes[16] = {};

@@ -196,4 +196,29 @@ unsigned char IpmiIfc::sendCmd(unsigned char cmd, unsigned char netfn, unsigned 
     return sendCmd(0, cmd, netfn, dataLen, data, respLen, respData);
 }
 
+std::vector<TRX::Reference<IpmiFru>> IpmiIfc::getFrus()
+{
+    return getFrus(0);
+}
+
+std::vector<IpmiFruDevice> IpmiIfc::getFruDevices()
+{
+    return getFruDevices(0);
+}
+
+IpmiFruDevice IpmiIfc::readFru(const IpmiFruDevice& device)
+{
+    return readFru(0, device);
+}
+
+IpmiFruImage IpmiIfc::readFruImage(const IpmiFruDevice& device)
+{
+    return readFruImage(0, device);
+}
+
+ipmiifc_fru_info IpmiIfc::getFruDeviceHeader()
+{
+    return getFruDeviceHeader(0);
+}
+
 } // namespace Ipmi

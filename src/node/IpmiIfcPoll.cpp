@@ -2,6 +2,7 @@
 // A node's polling loop.
 #include "base/Clock.h"
 #include "base/Log.h"
+#include "fru/IpmiIfcFru.h"
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "node/IpmiNode.h"
@@ -38,6 +39,7 @@ private:
     bool hasNewEntries() const;
     void refresh(bool full);
     void tellHandlers();
+    void refreshFrus();
 
     const int node_;
     IpmiNode& self_;
@@ -50,6 +52,7 @@ void PollLoop::run()
     TRX::MutexLock hold(self_.pollLock); // but while it waits for its next cycle
     IpmiIfcSelGetInfo(node_, &count_);
     lastCount_ = count_;
+    IpmiIfcFruInstantiateAll(node_);
     while (!self_.shutdown) {
         if (self_.pollCount == 0)
             self_.pollCount = 1;
@@ -137,6 +140,14 @@ void PollLoop::refresh(bool full)
     tellHandlers();
     if (!full)
         ++refreshes_;
+    if (full || refreshes_ % std::max(SKIP_FRU_STEP.load(), 1) == 1 % std::max(SKIP_FRU_STEP.load(), 1))
+        refreshFrus();
+}
+
+void PollLoop::refreshFrus()
+{
+    TRX::log(LOG_DEBUG, "IpmiIfc::poll - Refreshing FRU");
+    IpmiIfcFruInstantiateAll(node_);
 }
 
 /// Handlers are called once in such a cycle without a record.

@@ -84,6 +84,10 @@ void InitIpmiNode(int node)
         TRX::MutexLock hold(self.selLock);
         self.sel.beginLife();
     }
+    {
+        TRX::MutexLock hold(self.fruLock);
+        self.fru = FruReading();
+    }
     IpmiIfcEntityCleanUpAll(node);
     TRX::ReentrantLock load(self.loadLock);
     TRX::WriteLock hold(self.sdrLock);

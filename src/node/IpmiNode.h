@@ -5,6 +5,8 @@
 #include "base/Mutex.h"
 #include "base/ReentrantMutex.h"
 #include "entity/EntityTree.h"
+#include "fru/FruReading.h"
+#include "ipmi/IpmiFru.h"
 #include "ipmi/IpmiIfc.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
@@ -45,9 +47,9 @@ struct BmcIdentity {
 };
 
 /// A node's record: its channel, and what is known of the BMC behind it. Order of locks where two are held: `loadLock`,
-/// `sdrLock`, then `entityLock`, then `ioLock`; `refreshLock` before `sdrLock`; `selCheckLock` before these, as
-/// handlers are called under it; `selLock`, then `ioLock`; `bmcInfoLock` before `ioLock`; `stateLock` alone; `pollLock`
-/// outermost.
+/// `sdrLock`, then `entityLock`, then `ioLock`; `loadLock`, `fruLock`, then `ioLock`; `refreshLock` before `sdrLock`;
+/// `selCheckLock` before these, as handlers are called under it; `selLock`, then `ioLock`; `bmcInfoLock` before
+/// `ioLock`; `stateLock` alone; `pollLock` outermost.
 struct IpmiNode : Channel {
     IpmiNode() = default;
     ~IpmiNode();
@@ -87,6 +89,13 @@ struct IpmiNode : Channel {
 
     TRX::Mutex entityLock;
     EntityTree entities TRX_GUARDED_BY(entityLock);
+
+    TRX::Mutex fruLock; ///< one FRU device is read at a time
+    FruReading fru TRX_GUARDED_BY(fruLock);
+    std::atomic<std::uint8_t> fruAccessWord{0}; ///< 1 while the device being read counts in words
+    TRX::Mutex fruListLock; ///< innermost, so that callers wait for a copy only; never held while the BMC is asked
+    std::vector<TRX::Reference<IpmiFru>> frus TRX_GUARDED_BY(fruListLock);
+    std::vector<IpmiFruDevice> fruDevices TRX_GUARDED_BY(fruListLock);
 };
 
 /// Nodes 0 to 3.

@@ -73,6 +73,11 @@ int IpmiIfcCloseForCLI(int node)
         TRX::WriteLock hold(self.sdrLock);
         self.sensors.clear();
     }
+    {
+        TRX::MutexLock hold(self.fruListLock);
+        self.frus.clear();
+        self.fruDevices.clear();
+    }
     self.state = IpmiIfc::IPMI_STATE_IDLE;
     return 0;
 }

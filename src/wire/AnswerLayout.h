@@ -51,6 +51,17 @@ inline constexpr std::size_t kNextId = 1, kData = 3;
 inline constexpr std::uint8_t kWhole = 0xff; ///< as the number of bytes wanted
 } // namespace record_piece
 
+namespace fru_info // IPMI 2.0, 34.1 Get FRU Inventory Area Info
+{
+inline constexpr std::size_t kBytes = 1, kAccess = 3, kSize = 4;
+inline constexpr unsigned int kWordsBit = 0; ///< of the access byte
+} // namespace fru_info
+
+namespace fru_data // IPMI 2.0, 34.2 Read FRU Data
+{
+inline constexpr std::size_t kCount = 1, kData = 2;
+}
+
 namespace reading // IPMI 2.0, 35.14 Get Sensor Reading
 {
 inline constexpr std::size_t kValue = 1, kFlags = 2, kState1 = 3, kState2 = 4, kSize = 5;

@@ -35,11 +35,15 @@ inline constexpr Command kGetSelInfo{netfn::kStorage, 0x40}, kGetSelAllocInfo{ne
     kReserveSel{netfn::kStorage, 0x42}, kGetSelEntry{netfn::kStorage, 0x43}, kDeleteSelEntry{netfn::kStorage, 0x46},
     kClearSel{netfn::kStorage, 0x47}, kGetSelTime{netfn::kStorage, 0x48};
 
+// FRU devices: section 34
+inline constexpr Command kGetFruInfo{netfn::kStorage, 0x10}, kReadFru{netfn::kStorage, 0x11};
+
 /// Completion codes that somebody has an answer to (IPMI 2.0, table 5-2, and those of single commands).
 namespace cc
 {
 inline constexpr std::uint8_t kOk = 0x00, kSelErasing = 0x81, kNodeBusy = 0xc0, kInvalidCommand = 0xc1, kTimeout = 0xc3,
-                              kReservationLost = 0xc5, kInvalidLength = 0xc7, kTooManyBytes = 0xca, kNotPresent = 0xcb,
+                              kReservationLost = 0xc5, kInvalidLength = 0xc7, kOutOfRange = 0xc9,
+                              kTooManyBytes = 0xca, kNotPresent = 0xcb, kInvalidField = 0xcc,
                               kIllegalCommand = 0xcd, kUnspecified = 0xff;
 }
 

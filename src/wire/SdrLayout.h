@@ -63,8 +63,9 @@ inline constexpr std::size_t kDeviceEntityAddress = 7;
 /// Locators of devices, FRU devices and controllers.
 namespace locator
 {
-inline constexpr std::size_t kAddress = 5, kDevice = 6, kFlags = 7, kEntityId = 12, kIdCode = 15;
-inline constexpr unsigned int kLogicalBit = 7;
+inline constexpr std::size_t kAddress = 5, kDevice = 6, kFlags = 7, kChannel = 8, kType = 10, kModifier = 11,
+                             kEntityId = 12, kEntityInstance = 13, kIdCode = 15;
+inline constexpr unsigned int kLogicalBit = 7; ///< of a FRU device's flags; bits 4..3 are the LUN, 2..0 a private bus
 } // namespace locator
 
 } // namespace Ipmi::wire::sdr
