@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Decoding Latin-1, UTF-8 and UTF-16, without control characters.
+// Decoding Latin-1, UTF-8 and UTF-16, without control characters, and the packed encodings of IPMI.
 #include "base/Text.h"
 
 #include <bit>
@@ -108,6 +108,29 @@ std::string textFromUtf16(Bytes bytes)
         const bool isPair = isHigh && second >= 0xdc00 && second <= 0xdfff;
         append(text, isPair ? 0x10000 + ((first - 0xd800) << 10) + (second - 0xdc00) : first);
         bytes = bytes.subspan(isPair ? 4 : 2);
+    }
+    return text;
+}
+
+std::string textFromBcdPlus(Bytes bytes)
+{
+    constexpr char kDigits[] = "0123456789 -.:,_";
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        text.push_back(kDigits[byte >> 4]);
+        text.push_back(kDigits[byte & 0x0f]);
+    }
+    return text;
+}
+
+std::string textFromSixBit(Bytes bytes)
+{
+    std::string text;
+    unsigned int pending = 0, count = 0;
+    for (const std::uint8_t byte : bytes) {
+        pending |= static_cast<unsigned int>(byte) << count;
+        for (count += 8; count >= 6; count -= 6, pending >>= 6)
+            text.push_back(static_cast<char>(' ' + (pending & 0x3f)));
     }
     return text;
 }

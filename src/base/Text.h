@@ -18,6 +18,11 @@ std::string textFromUtf8(std::span<const std::uint8_t> bytes);
 /// UTF-16, LS byte first.
 std::string textFromUtf16(std::span<const std::uint8_t> bytes);
 
+/// BCD plus: two characters a byte, high digit first.
+std::string textFromBcdPlus(std::span<const std::uint8_t> bytes);
+/// 6-bit packed ASCII: four characters in three bytes, the first one in the lowest bits.
+std::string textFromSixBit(std::span<const std::uint8_t> bytes);
+
 /// Drops NULs and blanks at the end; other NULs are control characters like any.
 std::string trimmed(std::string text);
 

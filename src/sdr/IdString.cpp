@@ -24,31 +24,6 @@ std::span<const std::uint8_t> upToNul(std::span<const std::uint8_t> bytes, std::
     return bytes.first(end);
 }
 
-/// Two characters a byte, high digit first.
-std::string decodeBcdPlus(std::span<const std::uint8_t> bytes)
-{
-    constexpr char kDigits[] = "0123456789 -.:,_";
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        text.push_back(kDigits[byte >> 4]);
-        text.push_back(kDigits[byte & 0x0f]);
-    }
-    return text;
-}
-
-/// Four characters in three bytes, the first one in the lowest bits.
-std::string decodeSixBitAscii(std::span<const std::uint8_t> bytes)
-{
-    std::string text;
-    unsigned int pending = 0, count = 0;
-    for (const std::uint8_t byte : bytes) {
-        pending |= static_cast<unsigned int>(byte) << count;
-        for (count += 8; count >= 6; count -= 6, pending >>= 6)
-            text.push_back(static_cast<char>(' ' + (pending & 0x3f)));
-    }
-    return text;
-}
-
 } // namespace
 
 std::string decodeIdString(std::span<const std::uint8_t> field)
@@ -64,9 +39,9 @@ std::string decodeIdString(std::span<const std::uint8_t> field)
     case kUnicode: // the standard does not say which: LS byte first like every word of IPMI
         return TRX::textFromUtf16(upToNul(bytes, 2));
     case kBcdPlus:
-        return decodeBcdPlus(bytes);
+        return TRX::textFromBcdPlus(bytes);
     case kSixBitAscii:
-        return decodeSixBitAscii(bytes);
+        return TRX::textFromSixBit(bytes);
     default:
         return TRX::textFromLatin1(upToNul(bytes, 1));
     }
