@@ -31,6 +31,13 @@ inline Sim::FruContents contents()
     return all;
 }
 
+template <typename... Part> std::string written(const Part&... parts)
+{
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
+}
+
 inline constexpr std::uint8_t kLogical = 0x80;
 
 /// FRU Device Locator record.
