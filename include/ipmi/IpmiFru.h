@@ -26,7 +26,7 @@ public:
     /// @param locator     its FRU Device Locator record (IPMI 2.0, 43.8); empty for device 0 without one
     /// @param isFallback  device 0 without a locator record
     IpmiFru(const IpmiSdrRecord& locator, Areas areas, int node, bool isFallback);
-    virtual ~IpmiFru() = default;
+    virtual ~IpmiFru();
 
     IpmiEntity getEntity() const;
     /// The FRU device's id; 0 where the record has none.

@@ -9,6 +9,7 @@
 #include "ipmi/IpmiDiscreteSensor.h"
 #include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiEventNames.h"
+#include "ipmi/IpmiFru.h"
 #include "ipmi/IpmiFruArea.h"
 #include "ipmi/IpmiFruBoard.h"
 #include "ipmi/IpmiFruChassis.h"

@@ -51,7 +51,7 @@ void addMachineOptions(CLI::App& verb, MachineOptions& options)
     addMachine(verb, options);
     verb.add_option("--sdr", options.sdr, "SDR repository: whole records one after another")->type_name("FILE");
     verb.add_option("--readings", options.readings, "Raw readings and thresholds, as text")->type_name("FILE");
-    verb.add_option("--fru", options.fru, "Image of FRU device N; may be given again")
+    verb.add_option("--fru", options.fru, "Image of FRU device N, or N@ADDRESS of a satellite; may be given again")
         ->type_name("N=FILE")
         ->allow_extra_args(false);
     verb.add_option("--sel", options.sel, "Event log: 16-byte records")->type_name("FILE");

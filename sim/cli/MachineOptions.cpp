@@ -6,7 +6,10 @@
 #include "sim/machine/MachineFile.h"
 #include "sim/machine/RawFiles.h"
 
+#include <algorithm>
 #include <charconv>
+#include <optional>
+#include <string_view>
 
 namespace Sim
 {
@@ -16,20 +19,31 @@ namespace
 
 constexpr const char* kSampleMachine = "sample";
 
-/// "N=FILE" with N decimal or 0x...
-std::pair<std::uint8_t, std::string> fruFile(const std::string& option)
+/// All of the text as a byte, decimal or 0x...
+std::optional<std::uint8_t> byteOf(std::string_view text)
 {
-    const std::size_t equals = option.find('=');
-    const bool hex = option.starts_with("0x");
-    const char* first = option.data() + (hex ? 2 : 0);
-    const char* last = option.data() + (equals == std::string::npos ? 0 : equals);
-    unsigned int id = 0;
-    const auto [end, error] = first < last ? std::from_chars(first, last, id, hex ? 16 : 10)
-                                           : std::from_chars_result{first, std::errc::invalid_argument};
-    if (error != std::errc() || end != last || id > 0xff || equals + 1 == option.size())
+    const bool hex = text.starts_with("0x");
+    text.remove_prefix(hex ? 2 : 0);
+    unsigned int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, hex ? 16 : 10);
+    if (error != std::errc() || end != text.data() + text.size() || number > 0xff)
+        return std::nullopt;
+    return static_cast<std::uint8_t>(number);
+}
+
+/// "N=FILE", or "N@ADDRESS=FILE" for a satellite's.
+std::pair<FruKey, std::string> fruFile(const std::string& option)
+{
+    const std::size_t equals = std::min(option.find('='), option.size());
+    const std::string_view place = std::string_view(option).substr(0, equals);
+    const std::size_t at = std::min(place.find('@'), place.size());
+    const auto device = byteOf(place.substr(0, at));
+    const auto address = at == place.size() ? std::optional(kBmcAddress) : byteOf(place.substr(at + 1));
+    if (!device || !address || equals + 1 >= option.size())
         throw UserMistake("--fru " + option +
-                          ": give a FRU device id from 0 to 255 and a file, as in --fru 0=fru-00.bin");
-    return {static_cast<std::uint8_t>(id), option.substr(equals + 1)};
+                          ": give a FRU device id from 0 to 255 and a file, as in --fru 0=fru-00.bin, or "
+                          "--fru 0@0x82=node.bin for a satellite's");
+    return {{*device, *address}, option.substr(equals + 1)};
 }
 
 } // namespace

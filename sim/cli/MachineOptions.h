@@ -14,7 +14,7 @@ struct MachineOptions {
     std::string machine; ///< name or file; empty: raw files, or the sample machine
     std::string sdr;
     std::string readings;
-    std::vector<std::string> fru; ///< N=FILE
+    std::vector<std::string> fru; ///< N=FILE, N@ADDRESS=FILE
     std::string sel;
     std::string faults;
     unsigned int latency = 0;     ///< milliseconds

@@ -3,7 +3,6 @@
 #include "sim/machine/FruWriter.h"
 
 #include <algorithm>
-#include <numeric>
 #include <stdexcept>
 
 namespace Sim
@@ -12,91 +11,129 @@ namespace Sim
 namespace
 {
 
-constexpr std::uint8_t kAreaVersion = 1, kEnglish = 25, kEndOfFields = 0xc1;
+constexpr std::uint8_t kAreaVersion = 1, kEndOfFields = 0xc1;
 constexpr std::size_t kAreaUnit = 8, kMostAreaUnits = 255, kLongestField = 63;
+constexpr std::size_t kChassisFields = 2, kBoardFields = 5, kProductFields = 7;
 
-/// Makes the bytes add up to zero with one more byte.
-void putChecksum(Bytes& bytes)
+void putChecksum(Bytes& bytes, bool wrong)
 {
-    const unsigned sum = std::accumulate(bytes.begin(), bytes.end(), 0U);
-    bytes.push_back(static_cast<std::uint8_t>(0U - sum));
+    bytes.push_back(static_cast<std::uint8_t>(checksum(bytes) + (wrong ? 1 : 0)));
 }
 
-void putFields(Bytes& area, const std::vector<std::string>& fields, std::size_t fixed)
+std::size_t unitsOf(std::size_t bytes)
 {
-    for (std::size_t i = 0; i < std::max(fields.size(), fixed); ++i) {
-        const std::string text = i < fields.size() ? fields[i] : std::string();
-        if (text.size() > kLongestField)
-            throw std::invalid_argument("a FRU field has more than 63 characters");
-        // A single character is written with a blank: C1h would end the fields.
-        const std::string stored = text.size() == 1 ? text + " " : text;
-        area.push_back(static_cast<std::uint8_t>(0xc0 | stored.size()));
-        putBytes(area, stored);
-    }
+    return (bytes + kAreaUnit - 1) / kAreaUnit;
+}
+
+/// The fields behind an area's own bytes, padded to whole units with the checksum last, and the length byte.
+Bytes closedArea(Bytes area, const FruArea& contents, std::size_t fixed)
+{
+    for (const Bytes& field : contents.fields)
+        putBytes(area, field);
+    for (std::size_t i = contents.fields.size(); i < fixed; ++i)
+        putBytes(area, fruField(FruEncoding::text, {}));
     area.push_back(kEndOfFields);
-}
-
-/// Pads to whole units with the checksum last, and sets the length byte.
-void closeArea(Bytes& area)
-{
-    const std::size_t units = (area.size() + 1 + kAreaUnit - 1) / kAreaUnit;
+    const std::size_t units = unitsOf(area.size() + 1);
     if (units > kMostAreaUnits)
         throw std::invalid_argument("a FRU area is too long");
     area[1] = static_cast<std::uint8_t>(units);
     area.resize(units * kAreaUnit - 1);
-    putChecksum(area);
-}
-
-Bytes chassisArea(const FruFields& fields)
-{
-    Bytes area{kAreaVersion, 0, fields.chassisType};
-    putFields(area, fields.chassis, 2);
-    closeArea(area);
+    putChecksum(area, contents.wrongChecksum);
     return area;
 }
 
-Bytes boardArea(const FruFields& fields)
+Bytes internalArea(const Bytes& content)
 {
-    Bytes area{kAreaVersion, 0, kEnglish};
-    putWord(area, fields.boardMinutes & 0xffff);
-    area.push_back(static_cast<std::uint8_t>(fields.boardMinutes >> 16 & 0xff));
-    putFields(area, fields.board, 5);
-    closeArea(area);
+    Bytes area{kAreaVersion};
+    putBytes(area, content);
+    area.resize(unitsOf(area.size()) * kAreaUnit);
     return area;
 }
 
-Bytes productArea(const FruFields& fields)
+Bytes chassisArea(const FruContents& contents)
 {
-    Bytes area{kAreaVersion, 0, kEnglish};
-    putFields(area, fields.product, 7);
-    closeArea(area);
+    return closedArea({kAreaVersion, 0, contents.chassisType}, *contents.chassis, kChassisFields);
+}
+
+Bytes boardArea(const FruContents& contents)
+{
+    Bytes area{kAreaVersion, 0, contents.board->language};
+    putWord(area, contents.boardMinutes & 0xffff);
+    area.push_back(static_cast<std::uint8_t>(contents.boardMinutes >> 16 & 0xff));
+    return closedArea(std::move(area), *contents.board, kBoardFields);
+}
+
+Bytes productArea(const FruContents& contents)
+{
+    return closedArea({kAreaVersion, 0, contents.product->language}, *contents.product, kProductFields);
+}
+
+void putRecord(Bytes& area, const FruRecord& record, bool last)
+{
+    constexpr std::uint8_t kFormat = 2, kLast = 0x80;
+    if (record.data.size() > 255)
+        throw std::invalid_argument("a FRU record has more than 255 bytes");
+    const auto sum = static_cast<std::uint8_t>(checksum(record.data) + (record.wrongChecksum ? 1 : 0));
+    Bytes header{record.type, static_cast<std::uint8_t>(kFormat | (last ? kLast : 0)),
+                 static_cast<std::uint8_t>(record.data.size()), sum};
+    putChecksum(header, record.wrongHeaderChecksum);
+    putBytes(area, header);
+    putBytes(area, record.data);
+}
+
+Bytes recordArea(const FruContents& contents)
+{
+    Bytes area;
+    for (const FruRecord& record : contents.records)
+        putRecord(area, record, contents.endMark && &record == &contents.records.back());
     return area;
 }
+
+/// The areas one after another, and where each begins, in units; 0: it is not there.
+struct Layout {
+    Bytes pointers{};
+    Bytes areas{};
+
+    void add(bool present, Bytes (*write)(const FruContents&), const FruContents& contents)
+    {
+        const std::size_t unit = 1 + unitsOf(areas.size());
+        if (present && unit > kMostAreaUnits)
+            throw std::invalid_argument("the FRU areas are too long");
+        pointers.push_back(static_cast<std::uint8_t>(present ? unit : 0));
+        if (present)
+            putBytes(areas, write(contents));
+    }
+};
 
 } // namespace
 
-Bytes writeFru(const FruFields& fields)
+Bytes fruField(FruEncoding encoding, Bytes content)
 {
-    constexpr std::size_t kChassisAt = 2, kBoardAt = 3, kProductAt = 4, kHeaderSum = 7;
-    Bytes header{kAreaVersion, 0, 0, 0, 0, 0, 0}, areas;
-    const auto add = [&](std::size_t pointer, const Bytes& area) {
-        const std::size_t unit = 1 + areas.size() / kAreaUnit;
-        if (unit > kMostAreaUnits)
-            throw std::invalid_argument("the FRU areas are too long");
-        header[pointer] = static_cast<std::uint8_t>(unit);
-        putBytes(areas, area);
-    };
-    if (fields.hasChassis)
-        add(kChassisAt, chassisArea(fields));
-    if (fields.hasBoard)
-        add(kBoardAt, boardArea(fields));
-    if (fields.hasProduct)
-        add(kProductAt, productArea(fields));
-    putChecksum(header);
-    static_assert(kHeaderSum + 1 == kAreaUnit);
-    putBytes(header, areas);
-    header.resize(std::max(header.size(), fields.size));
-    return header;
+    // A single character of text is written with a blank: C1h would end the fields.
+    if (encoding == FruEncoding::text && content.size() == 1)
+        content.push_back(' ');
+    if (content.size() > kLongestField)
+        throw std::invalid_argument("a FRU field has more than 63 characters");
+    content.insert(content.begin(), static_cast<std::uint8_t>(static_cast<unsigned>(encoding) << 6 | content.size()));
+    return content;
+}
+
+Bytes writeFru(const FruContents& contents)
+{
+    Layout layout;
+    layout.add(
+        contents.internal.has_value(), [](const FruContents& all) { return internalArea(*all.internal); }, contents);
+    layout.add(contents.chassis.has_value(), chassisArea, contents);
+    layout.add(contents.board.has_value(), boardArea, contents);
+    layout.add(contents.product.has_value(), productArea, contents);
+    layout.add(!contents.records.empty(), recordArea, contents);
+    Bytes image{kAreaVersion};
+    putBytes(image, layout.pointers);
+    image.push_back(0);
+    putChecksum(image, contents.wrongHeaderChecksum);
+    putBytes(image, layout.areas);
+    image.resize(std::max(image.size(), contents.size));
+    return image;
 }
 
 } // namespace Sim

@@ -109,6 +109,12 @@ const Sensor* Machine::find(const SensorKey& key) const
     return found == sensors.end() ? nullptr : &found->second;
 }
 
+bool Machine::hasFru(std::uint8_t address) const
+{
+    const auto first = fru.lower_bound(FruKey(0, address, 0));
+    return first != fru.end() && first->first.address == address;
+}
+
 Presence Machine::presenceOf(std::uint8_t channel, std::uint8_t address) const
 {
     if (address == kBmcAddress)
@@ -118,7 +124,7 @@ Presence Machine::presenceOf(std::uint8_t channel, std::uint8_t address) const
     // An odd owner is a software id: nobody is at such an address.
     const auto first = sensors.lower_bound(SensorKey{address, 0, 0});
     const bool owner = address % 2 == 0 && first != sensors.end() && first->first.owner == address;
-    return owner ? Presence::answers : Presence::silent;
+    return owner || hasFru(address) ? Presence::answers : Presence::silent;
 }
 
 std::uint8_t Machine::channelOf(std::uint8_t address) const

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/bus/Message.h"
+#include "sim/machine/FruDevice.h"
 
 #include <array>
 #include <chrono>
@@ -138,7 +139,7 @@ struct Machine {
 
     std::map<SensorKey, Sensor> sensors;
     std::map<std::uint8_t, Controller> controllers; ///< satellites by slave address
-    std::map<std::uint8_t, Bytes> fru;              ///< images by FRU device id
+    std::map<FruKey, FruDevice> fru;                ///< of the BMC and of satellites
 
     std::vector<SelRecord> sel;     ///< in the order of their addition, with their own record ids
     std::size_t selCapacity = 3639; ///< records that the log has room for, up to kMostSelRecords
@@ -150,7 +151,10 @@ struct Machine {
 
     Sensor* find(const SensorKey& key);
     const Sensor* find(const SensorKey& key) const;
-    /// How an address answers: the BMC and even sensor owners do on any channel, satellites on theirs, others never.
+    /// True when a controller has a FRU device.
+    bool hasFru(std::uint8_t address) const;
+    /// How an address answers: the BMC, even sensor owners and those with FRU devices do on any channel, satellites on
+    /// theirs, others never.
     Presence presenceOf(std::uint8_t channel, std::uint8_t address) const;
     /// Where an address is: 0 but for satellites on other channels.
     std::uint8_t channelOf(std::uint8_t address) const;

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// A machine from its JSON file: identity, controllers, FRU images, event log.
+// A machine from its JSON file: identity, controllers, event log; records and FRU devices have files of their own.
 #include "sim/machine/MachineFile.h"
 
 #include "sim/machine/BuiltinMachines.h"
-#include "sim/machine/FruWriter.h"
+#include "sim/machine/FruFile.h"
 #include "sim/machine/JsonReader.h"
 #include "sim/machine/SdrFile.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace Sim
 {
@@ -15,7 +16,7 @@ namespace Sim
 namespace
 {
 
-constexpr std::size_t kMostControllers = 127, kMostFru = 256, kMostFields = 32;
+constexpr std::size_t kMostControllers = 127;
 
 /// Exactly N bytes of a field, or what was there before when it is missing.
 template <std::size_t N> void parseArray(JsonObject& json, const char* name, std::array<std::uint8_t, N>& into)
@@ -55,38 +56,6 @@ void parseSystemInfo(JsonObject json, Machine& machine)
     json.finish();
 }
 
-std::vector<std::string> parseTexts(JsonObject& json, const char* name)
-{
-    std::vector<std::string> texts;
-    for (const auto& [element, place] : json.elements(name, kMostFields)) {
-        if (!element->is_string())
-            throw BadFile(place + ": must be a text");
-        texts.push_back(element->get<std::string>());
-    }
-    return texts;
-}
-
-Bytes parseFru(JsonObject& json)
-{
-    if (json.has("data"))
-        return json.bytes("data", 0, 0xffff);
-    FruFields fields;
-    fields.hasChassis = json.has("chassis");
-    fields.hasBoard = json.has("board");
-    fields.hasProduct = json.has("product");
-    fields.chassisType = json.byte("chassis_type", 0x17);
-    fields.chassis = parseTexts(json, "chassis");
-    fields.boardMinutes = static_cast<std::uint32_t>(json.integer("board_minutes", 0, 0xffffff, 0));
-    fields.board = parseTexts(json, "board");
-    fields.product = parseTexts(json, "product");
-    fields.size = static_cast<std::size_t>(json.integer("size", 0, 0xffff, 256));
-    try {
-        return writeFru(fields);
-    } catch (const std::invalid_argument& error) {
-        json.fail(error.what());
-    }
-}
-
 /// Absent: silent, or refusing what is sent to it; without the field it is there.
 Presence parsePresence(JsonObject& json)
 {
@@ -119,15 +88,6 @@ void parseControllers(JsonObject& json, Machine& machine)
         if (address == kBmcAddress || machine.controllers.contains(address))
             controller.fail("address", "is the BMC's or another controller's");
         machine.controllers.emplace(address, parseController(controller));
-    }
-}
-
-void parseFrus(JsonObject& json, Machine& machine)
-{
-    for (JsonObject& fru : json.objects("fru", kMostFru)) {
-        const std::uint8_t device = fru.byte("device");
-        machine.fru[device] = parseFru(fru);
-        fru.finish();
     }
 }
 
@@ -186,7 +146,7 @@ Machine parseMachine(std::string_view text, const std::string& source)
         parseSystemInfo(json.object("system_info"), machine);
     parseControllers(json, machine);
     parseRepository(json, machine);
-    parseFrus(json, machine);
+    parseFrus(json, std::filesystem::path(source).parent_path().string(), machine);
     parseSel(json, machine);
     json.text("about", ""); // for people
     json.finish();

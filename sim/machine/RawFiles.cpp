@@ -172,7 +172,7 @@ void applyRawFiles(Machine& machine, const RawFiles& files)
     if (!files.readings.empty())
         applyReadingsFile(changed, files.readings);
     for (const auto& [device, path] : files.fru)
-        changed.fru[device] = readFile(path, 0xffff);
+        changed.fru[device].image = readFile(path, kLargestFru);
     if (!files.sel.empty())
         applySel(changed, files.sel);
     machine = std::move(changed);

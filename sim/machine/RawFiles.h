@@ -12,10 +12,10 @@ namespace Sim
 
 /// Paths of raw captures; empty ones are not there.
 struct RawFiles {
-    std::string sdr{};                         ///< whole records one after another
-    std::string readings{};                    ///< text: owner lun sensor raw flag | support mask UNR UC UNC LNR LC LNC
-    std::map<std::uint8_t, std::string> fru{}; ///< image by FRU device id
-    std::string sel{};                         ///< 16-byte records
+    std::string sdr{};                   ///< whole records one after another
+    std::string readings{};              ///< text: owner lun sensor raw flag | support mask UNR UC UNC LNR LC LNC
+    std::map<FruKey, std::string> fru{}; ///< images
+    std::string sel{};                   ///< 16-byte records
 
     bool empty() const { return sdr.empty() && readings.empty() && fru.empty() && sel.empty(); }
 };

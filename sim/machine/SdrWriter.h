@@ -4,6 +4,7 @@
 
 #include "sim/machine/Machine.h"
 #include "sim/machine/SensorScale.h"
+#include "sim/machine/TextEncoding.h"
 
 #include <array>
 #include <cstdint>
@@ -15,9 +16,6 @@
 
 namespace Sim
 {
-
-/// How an id string is stored; the value is the type code.
-enum class IdEncoding : std::uint8_t { unicode = 0, bcdPlus = 1, sixBit = 2, latin1 = 3 };
 
 /// An id string: type/length byte and at most 16 bytes. The text is UTF-8. Throws std::invalid_argument when the
 /// encoding lacks one of its characters or has no room for it.

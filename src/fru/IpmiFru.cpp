@@ -19,6 +19,8 @@ IpmiFru::IpmiFru(const IpmiSdrRecord& locator, Areas areas, int node, bool isFal
 {
 }
 
+IpmiFru::~IpmiFru() = default;
+
 IpmiEntity IpmiFru::getEntity() const
 {
     return {locator_.at(locator::kEntityId), locator_.at(locator::kEntityInstance) & 0x7fU, node_};

@@ -81,7 +81,7 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
         {"load",
          {},
          IpmiIfcSdrGetInfo,
-         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x614 #7beb4e202a87ca66"},
+         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x638 #85081af75e4bdd9e"},
         {"refresh", {}, IpmiIfcSensorUpdateReading, "04/25 x36 04/27 x92 04/2d x128 #5682b3506c46925b"},
         {"refresh, each for itself",
          {},
@@ -100,9 +100,9 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
         {"three additions, reservation lost", [](SdrBmc& node) { node.restart({entry(2, 2, kLost)}), addThree(node); },
          look, "0a/40 x1 0a/42 x3 0a/43 x6 #affbb0f648c94a82"},
         {"load, in smaller pieces", [](SdrBmc& node) { node.bmc.state()->limits = {.sdr = 14}; }, IpmiIfcSdrGetInfo,
-         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x959 #bde11c81361bbf02"},
+         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x999 #841cfdef9257bb2e"},
         {"load, in smaller pieces, reservations lost", [](SdrBmc& node) { node.restart({lost}); }, IpmiIfcSdrGetInfo,
-         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x20 0a/23 x978 #d7909a5d9394d8c1"},
+         "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x21 0a/23 x1019 #5ba8163fab0855ee"},
     };
     SdrBmc node(FaultTest::steady(Sim::loadMachine("sample")));
     node.bmc.state()->clock.set(kStart);

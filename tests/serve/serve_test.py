@@ -231,9 +231,14 @@ class ExecTest(unittest.TestCase):
                 *((f"$BMCSIM exec {option} -- true", 2, mistake) for option, mistake in (
                     ("--wrong", "--wrong"), ("--machine none", "none"), ("--sdr $FOLDER/none", "none: No such file"),
                     ("--faults /dev/null", "/dev/null"), ("--fru 256=/dev/null", "--fru 256=/dev/null"), ("--fru x", "--fru x"),
+                    ("--fru 1@300=/dev/null", "satellite's"),
                     ("--latency -1", "--latency")))]),
             ("ipmitool", [
-                ("$EXEC $TOOL mc info", 0, "Manufacturer ID           : 32473"), ("$EXEC $TOOL fru", 0, "Sample Mainboard"),
+                ("$EXEC $TOOL mc info", 0, "Manufacturer ID           : 32473"), ("$EXEC $TOOL fru", 0, "Node Board (ID 0)"),
+                ("$EXEC $TOOL -v fru print 1", 0, "Nominal voltage            : -12.00 V"),
+                ("$EXEC $TOOL -t 0x82 fru print 0", 0, "NOD0001"),
+                ('$EXEC sh -c "$TOOL fru read 0 $FOLDER/f; $TOOL fru write 5 $FOLDER/f; $TOOL fru print 5"', 0, "Sample Mainboard"),
+                ("$EXEC $TOOL fru read 3 $FOLDER/f; $BMCSIM exec --fru 9@0x84=$FOLDER/f -- $TOOL -t 0x84 fru print 9", 0, "2023-0412.7"),
                 ("$EXEC $TOOL sensor list", 0, "CPU Temp         | 40.000     | degrees C  | ok"),
                 ("$EXEC $TOOL sensor get 'Riser Temp'", 0, "Sensor Reading        : 44"),
                 ("$BMCSIM exec --ipmb-timeout 20 -- $TOOL -t 0x84 mc info", 1, "Timeout"), ("$EXEC $TOOL -d 1 mc info", 1, "No such file"),
@@ -245,7 +250,8 @@ class ExecTest(unittest.TestCase):
             ("ipmi-sensors", [
                 (f"$EXEC ipmi-sensors {freeipmi}", 0, "| CPU Temp         | Temperature              | 40.00      | C"),
                 (f"$EXEC ipmi-sel {freeipmi}", 0, "Upper Non-critical - going high ; Sensor Reading = 90.00 C"),
-                (f"$EXEC ipmi-fru {freeipmi}", 0, "FRU Board Product Name: Sample Mainboard"),
+                (f"$EXEC ipmi-fru {freeipmi}", 0, "FRU Error: product info area checksum invalid"),
+                (f"$EXEC ipmi-fru --bridge-fru {freeipmi}", 0, "FRU Board Product Name: Compute Node"),
                 ("$EXEC bmc-info --driver-type=openipmi", 0, "Product ID            : 4660")]),
         ]
         for program, lines in rows:

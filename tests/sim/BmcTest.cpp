@@ -33,7 +33,7 @@ TEST(SimBmc, AnswersAndRefusals)
         set one it lacks: 04 26 02 10 00 00 00 00 01 00 > cc; hysteresis: 04 25 00 ff > 00 02 02;
         hysteresis it lacks: 04 25 09 ff > cd; factors: 04 23 2a 00 > 00 ff 03 00 0a 00 00 00;
         factors of states: 04 23 0a 00 > cd; reserved operation: 04 28 00 f0 > cc; FRU area: 0a 10 00 > 00 00 02 00;
-        absent FRU device: 0a 10 07 > cb; FRU header: 0a 11 00 00 00 08 > 00 08 01 00 01..;
+        absent FRU device: 0a 10 07 > cb; FRU header: 0a 11 00 00 00 08 > 00 08 01 01 03..;
         FRU past its end: 0a 11 00 00 02 01 > c9; FRU, its last bytes: 0a 11 00 fe 01 10 > 00 02..;
         other LUN: @20/1/f 06 01 > 00 20..; repository at it: @20/1/f 0a 20 > c2;
         satellite: @82 06 01 > 00 21 01 01 03..; its repository: @82 0a 20 > c1; its sensor: @82 04 2d 01 > 00 24..;

@@ -25,7 +25,7 @@ TEST(SimMachineFile, Complaints)
         3 => file: must be an object {...}
         {"sdr": [{"kind": "sensor"}]} => file.sdr[0]: "kind" must be one of: full, compact, event-only, fru, ..
         {"sdr": [{"name": "x"}]} => file.sdr[0]: "number" is missing
-        {"fru": [{"device": 1, "product": [3]}]} => file.fru[0].product[0]: must be a text
+        {"fru": [{"device": 1, "product": [3]}]} => file.fru[0].product[0]: must be a text, or an object with its encoding
         {"sel": ["00"]} => file.sel[0]: must be a text of 16 hexadecimal bytes
         {"sel": [], "sel_capacity": 65535} => file: "sel_capacity" must be a whole number from 1 to 65534
         {"identity": {"self_test": "55"}} => file.identity: "self_test" must have 2 bytes
@@ -54,7 +54,8 @@ TEST(SimMachineFile, Complaints)
     std::string field = '"' + std::string(63, 'x') + '"', many = field;
     for (int i = 1; i < 32; ++i)
         many += ", " + field;
-    expectRefused("\"" + std::string(64, 'x') + "\" => file.fru[0]: a FRU field has more than 63 characters\n" + many +
+    expectRefused("\"" + std::string(64, 'x') +
+                      "\" => file.fru[0].product[0]: a FRU field has more than 63 characters\n" + many +
                       " => file.fru[0]: a FRU area is too long\n",
                   [](const std::string& fields, const char* source) {
                       parseMachine(R"({"fru": [{"device": 1, "product": [)" + fields + "]}]}", source);
@@ -65,7 +66,7 @@ TEST(SimMachineFile, Complaints)
 TEST(SimMachineFile, FruFieldOfOneCharacter)
 {
     const Machine machine = parseMachine(R"({"fru": [{"device": 1, "product": ["A", "BC"]}]})", "file");
-    EXPECT_EQ(text(machine.fru.at(1)).substr(0, 24 * 3 - 1),
+    EXPECT_EQ(text(machine.fru.at(1).image).substr(0, 24 * 3 - 1),
               "01 00 00 00 01 00 00 fe 01 02 19 c2 41 20 c2 42 43 c0 c0 c0 c0 "
               "c0 c1 f9");
 }
