@@ -6,6 +6,7 @@
 #include "sdr/IpmiIfcSensor.h"
 #include "sel/SelBmc.h"
 #include "sim/machine/MachineFile.h"
+#include "transport/Device.h"
 
 #include <climits>
 
