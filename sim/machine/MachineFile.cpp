@@ -5,6 +5,7 @@
 #include "sim/machine/BuiltinMachines.h"
 #include "sim/machine/FruWriter.h"
 #include "sim/machine/JsonReader.h"
+#include "sim/machine/LanFile.h"
 #include "sim/machine/SdrFile.h"
 
 #include <algorithm>
@@ -188,6 +189,7 @@ Machine parseMachine(std::string_view text, const std::string& source)
     parseRepository(json, machine);
     parseFrus(json, machine);
     parseSel(json, machine);
+    parseLan(json, machine);
     json.text("about", ""); // for people
     json.finish();
     return machine;
