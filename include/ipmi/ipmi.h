@@ -10,6 +10,8 @@
 #include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiEventNames.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiLan.h"
+#include "ipmi/IpmiLanStatus.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiRepository.h"

@@ -50,6 +50,7 @@ void PollLoop::run()
     TRX::MutexLock hold(self_.pollLock); // but while it waits for its next cycle
     IpmiIfcSelGetInfo(node_, &count_);
     lastCount_ = count_;
+    IpmiIfc::getLan(node_)->IpmiIfcLanInstantiate(node_);
     while (!self_.shutdown) {
         if (self_.pollCount == 0)
             self_.pollCount = 1;
@@ -137,6 +138,8 @@ void PollLoop::refresh(bool full)
     tellHandlers();
     if (!full)
         ++refreshes_;
+    if (!self_.shutdown)
+        IpmiIfc::getLan(node_)->IpmiIfcLanInstantiate(node_);
 }
 
 /// Handlers are called once in such a cycle without a record.

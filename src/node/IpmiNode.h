@@ -6,6 +6,7 @@
 #include "base/ReentrantMutex.h"
 #include "entity/EntityTree.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiLan.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/Reference.h"
@@ -87,6 +88,8 @@ struct IpmiNode : Channel {
 
     TRX::Mutex entityLock;
     EntityTree entities TRX_GUARDED_BY(entityLock);
+
+    IpmiLan lan; ///< with locks of its own; that of its refreshes comes before `ioLock`
 };
 
 /// Nodes 0 to 3.

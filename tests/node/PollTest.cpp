@@ -83,12 +83,14 @@ TEST(Poll, keepsItsScheduleForFiveHundredCycles)
         Node node;
         std::atomic<int> nulls{0};
         std::string asked, expected;
+        std::uint64_t lanQuestions = 0;
         const auto begin = node.sim.clock().steadyTime();
         node.live(kCycles + 1, [&](int wait) {
             if (wait == 1)
                 IpmiIfc::registerSelEventHandler(countNulls, &nulls);
             else
                 asked += askedIn(node.bmc.counts());
+            lanQuestions += node.bmc.count(0x0c, 0x02);
             node.bmc.clearCounts();
             node.record.pollType = wait < row.ordinaryFrom ? row.type : IPMI_POLL_NORMAL;
             if (std::ranges::count(row.eventsBefore, wait) != 0)
@@ -99,6 +101,7 @@ TEST(Poll, keepsItsScheduleForFiveHundredCycles)
             expected += row.expected(n);
         EXPECT_EQ(asked, expected);
         EXPECT_EQ(nulls, row.nullCalls);
+        EXPECT_EQ(lanQuestions, 3u * (1 + static_cast<unsigned>(row.nullCalls))); // all are refused: three a refresh
         EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
     }
 }
