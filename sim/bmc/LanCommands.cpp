@@ -57,12 +57,14 @@ Bytes getLanParameters(BmcState& state, const Request& request)
     return answer;
 }
 
-/// Values take effect at once; there is nothing to commit or to roll back.
+/// Values take effect at once: a commit changes nothing.
 Bytes setProgress(BmcState& state, std::uint8_t wanted)
 {
-    constexpr std::uint8_t kComplete = 0, kInProgress = 1, kAlready = 0x81;
-    if (wanted > kInProgress)
+    constexpr std::uint8_t kComplete = 0, kInProgress = 1, kCommit = 2, kAlready = 0x81;
+    if (wanted > kCommit)
         return {kInvalidField};
+    if (wanted == kCommit)
+        return {kOk};
     if (wanted == kInProgress && state.lanProgress != kComplete)
         return {kAlready};
     state.lanProgress = wanted;
