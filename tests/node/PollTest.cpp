@@ -166,8 +166,9 @@ TEST(Start, asksWhoIsThereAndThenForTheEventLogAndTheLan)
         EXPECT_EQ(node.sim.calls(static_cast<unsigned int>(request)), 1);
     std::vector<int> asked;
     for (const Sim::Request& request : node.bmc.log())
-        asked.push_back(request.netfn << 8 | request.cmd);
-    const std::vector<int> identity{0x601, 0x659, 0x659, 0x604, 0xa20}, next{0xa41, 0xa40, 0xa42, 0x642};
+        if (request.cmd != 0x42 || request.netfn != 0x06) // asked for until the LAN channel is known
+            asked.push_back(request.netfn << 8 | request.cmd);
+    const std::vector<int> identity{0x601, 0x659, 0x659, 0x604, 0xa20}, next{0xa41, 0xa40, 0xa42, 0xc02};
     EXPECT_TRUE(std::ranges::equal(identity, std::span(asked).first(5)));
     EXPECT_FALSE(std::ranges::search(asked, next).empty());
     EXPECT_EQ(IpmiIfc::getSensors().size(), 1u);
