@@ -78,8 +78,9 @@ int run(int argc, char** argv)
         return kExitFine;
     const Options& options = line->options;
     if (!line->run)
-        throw Failure("no verb: give sensors, entities, info, raw, sdr list, sdr dump, sel or monitor (trx-ipmi --help "
-                      "shows how)");
+        throw Failure(
+            "no verb: give sensors, entities, info, lan, raw, sdr list, sdr dump, sel or monitor (trx-ipmi --help "
+            "shows how)");
     if (!options.machine.empty() && options.node != 0)
         throw Failure("--sim simulates node 0 only: leave --node out");
     if (!options.machine.empty())
