@@ -29,6 +29,7 @@ constexpr const char* kExamples = R"(Examples:
   trx-ipmi sdr list                    the repository's records
   trx-ipmi sdr dump sdr.bin            the same, raw, into a file
   trx-ipmi sel --last 20               the newest events of the log; trx-ipmi sel info tells of the log
+  trx-ipmi fru                         the hardware inventory: serial numbers, parts, power supplies
   trx-ipmi monitor                     a line for each event and each change of a sensor, until Ctrl-C
 
 Exit status: 0 done; 1 the BMC refused a raw command; 2 anything else, with one line that says why.)";
@@ -203,12 +204,13 @@ void addSelOptions(CLI::App& verb, SelWords& words)
     follow->excludes(save)->excludes(clear)->excludes(erase);
 }
 
-/// Of the options of `sel` that stand on the line, an inner verb takes those that it has too.
+/// Of the options of a verb that stand on the line, an inner verb takes those that it has too.
 void refuseForeignOptions(const CLI::App& verb, const CLI::App& inner)
 {
     for (const CLI::Option* option : verb.get_options()) {
         if (option->count() > 0 && !inner.get_option_no_throw(option->get_name()))
-            throw Failure(fmt::format("{} does not go with sel {}", option->get_name(), inner.get_name()));
+            throw Failure(
+                fmt::format("{} does not go with {} {}", option->get_name(), verb.get_name(), inner.get_name()));
     }
 }
 
@@ -254,6 +256,37 @@ void addSel(CLI::App& app, CommandLine& line)
   trx-ipmi sel decode sel.bin)"); // after the inner verbs, which would inherit it
 }
 
+void addFru(CLI::App& app, CommandLine& line)
+{
+    CLI::App* fru = addVerb(app, "fru", "The hardware inventory: what each part says of itself", "");
+    const auto request = std::make_shared<FruOptions>();
+    const auto path = std::make_shared<std::string>();
+    fru->add_option("NAME|ID", request->selection.device,
+                    "Only the devices of this name, or FRU device id: decimal, or hexadecimal with 0x")
+        ->type_name("");
+    fru->add_option("--dump", request->dump,
+                    "Write all bytes of one device to a file instead; replaced only when all were read")
+        ->type_name("FILE");
+    CLI::App* decode =
+        addVerb(*fru, "decode", "Show the image in a file; needs no BMC", "Example:\n  trx-ipmi fru decode board.bin");
+    decode->add_option("FILE", *path, "File that --dump has written")->required()->type_name("");
+    fru->callback([&line, fru, request, path] {
+        const auto inner = fru->get_subcommands();
+        if (!inner.empty()) {
+            refuseForeignOptions(*fru, *inner.front());
+            line.run = [path](const Options& options) { return fruDecodeVerb(options, *path); };
+        } else {
+            line.run = [request](const Options& options) { return fruVerb(options, *request); };
+        }
+    });
+    fru->footer(R"(Examples:
+  trx-ipmi fru
+  trx-ipmi fru "PSU FRU"
+  trx-ipmi --json fru 1
+  trx-ipmi fru 0 --dump board.bin
+  trx-ipmi fru decode board.bin)"); // after the inner verb, which would inherit it
+}
+
 void addMonitor(CLI::App& app, CommandLine& line)
 {
     CLI::App* verb = addVerb(app, "monitor", "A line for each event and each change of a sensor's state", R"(Examples:
@@ -281,7 +314,7 @@ void describe(CLI::App& app, CommandLine& line)
                  "A simulated BMC: a machine's name or file; without one the sample");
     app.add_flag("--json", line.options.json, "JSON instead of columns");
     app.require_subcommand(0, 1);
-    for (const auto add : {addSensors, addEntities, addInfo, addLan, addRaw, addSdr, addSel, addMonitor})
+    for (const auto add : {addSensors, addEntities, addInfo, addLan, addRaw, addSdr, addSel, addFru, addMonitor})
         add(app, line);
     app.footer(kExamples); // after the verbs, which would inherit it
 }

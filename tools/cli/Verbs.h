@@ -2,6 +2,7 @@
 // The verbs: what the command line can say to each, and what each does.
 #pragma once
 
+#include "fru/FruSelection.h"
 #include "sel/SelSelection.h"
 #include "sel/SelView.h"
 #include "sensors/SensorSelection.h"
@@ -53,6 +54,11 @@ struct SelDecodeOptions {
     SelForm form;
 };
 
+struct FruOptions {
+    FruSelection selection;
+    std::optional<std::string> dump; ///< a file
+};
+
 struct MonitorOptions {
     double interval = 10; ///< seconds
     std::optional<std::string> nodes;
@@ -70,6 +76,8 @@ int sdrListVerb(const Options& options);
 int selVerb(const Options& options, const SelOptions& request);
 int selInfoVerb(const Options& options, bool utc);
 int selDecodeVerb(const Options& options, const SelDecodeOptions& request);
+int fruVerb(const Options& options, const FruOptions& request);
+int fruDecodeVerb(const Options& options, const std::string& path);
 int monitorVerb(const Options& options, const MonitorOptions& request);
 
 /// NETFN CMD [DATA...] as given. Throws Failure.

@@ -2,37 +2,20 @@
 // Chooses sensors by entity and by type.
 #include "sensors/SensorSelection.h"
 
-#include "base/Failure.h"
 #include "base/Number.h"
 #include "sensors/EntityOutline.h"
-#include "terminal/Terminal.h"
+#include "terminal/Choice.h"
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <functional>
 #include <set>
-#include <strings.h>
 
 namespace Tool
 {
 
 namespace
 {
-
-bool isSame(const std::string& a, const std::string& b)
-{
-    return strcasecmp(a.c_str(), b.c_str()) == 0;
-}
-
-[[noreturn]] void nothingFits(const char* what, const std::string& wanted, const std::vector<std::string>& known)
-{
-    throw Failure(fmt::format("no {} \"{}\" here: there {} {}", what, printable(wanted),
-                              known.empty()       ? "is"
-                              : known.size() == 1 ? "is"
-                                                  : "are",
-                              known.empty() ? "none" : fmt::format("{}", fmt::join(known, ", "))));
-}
 
 /// "7", "0x07" or "7.1".
 bool hasKey(const Ipmi::IpmiEntity& entity, const std::string& wanted)
@@ -45,8 +28,8 @@ bool hasKey(const Ipmi::IpmiEntity& entity, const std::string& wanted)
 bool isMeant(const Ipmi::IpmiEntity& entity, const std::string& wanted)
 {
     const std::string name = entity.getName();
-    return hasKey(entity, wanted) || isSame(name, wanted) ||
-           isSame(fmt::format("{} {}", name, entity.getInstance()), wanted);
+    return hasKey(entity, wanted) || isSameName(name, wanted) ||
+           isSameName(fmt::format("{} {}", name, entity.getInstance()), wanted);
 }
 
 /// Which sensors are of such an entity, or inside one.
@@ -74,7 +57,7 @@ std::vector<bool> ofType(const std::vector<SensorView>& sensors, const std::stri
     std::vector<bool> result;
     for (const SensorView& sensor : sensors) {
         known.insert(sensor.type);
-        result.push_back(isSame(sensor.type, wanted) || byteFrom(wanted) == sensor.typeCode);
+        result.push_back(isSameName(sensor.type, wanted) || byteFrom(wanted) == sensor.typeCode);
     }
     if (std::find(result.begin(), result.end(), true) == result.end())
         nothingFits("sensor of type", wanted, {known.begin(), known.end()});
