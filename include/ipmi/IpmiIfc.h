@@ -8,6 +8,7 @@
 #include "ipmi/Export.h"
 #include "ipmi/IpmiEntity.h"
 #include "ipmi/IpmiFru.h"
+#include "ipmi/IpmiLan.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiRepository.h"
 #include "ipmi/IpmiSel.h"
@@ -245,6 +246,12 @@ public:
     /// not answer; 5 when it refused, as for a record that is not there
     static int deleteSelEntry(int node, unsigned short id);
     static int deleteSelEntry(unsigned short id);
+
+    // --- LAN settings. The texts are filled by the polling loop, or by IpmiIfcLanInstantiate.
+
+    /// The node's LAN settings: the library's, for as long as it is loaded; null for a node outside 0..3.
+    static IpmiLan* getLan(int node);
+    static IpmiLan* getLan();
 
     // --- entities
 

@@ -19,6 +19,8 @@
 #include "ipmi/IpmiFruOptional.h"
 #include "ipmi/IpmiFruProduct.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiLan.h"
+#include "ipmi/IpmiLanStatus.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiRepository.h"

@@ -45,14 +45,15 @@ Bytes getChannelInfo(BmcState& state, const Request& request)
 {
     constexpr std::uint8_t kPresentChannel = 0x0e;
     constexpr std::array<std::uint8_t, 3> kIpmb{0x01, 0x01, 0x00}, kKcs{0x0c, 0x05, 0x00}; // medium, protocol, sessions
+    constexpr std::uint8_t kIpmb10 = 0x01, kMultiSession = 0x80;
     constexpr std::array<std::uint8_t, 3> kIpmiForum{0xf2, 0x1b, 0x00};
     const std::uint8_t asked = request.data[0] & 0x0f;
     const std::uint8_t channel = asked == kPresentChannel ? kSystemChannel : asked;
-    const bool system = channel == kSystemChannel;
-    if (!system && !state.machine.isIpmb(channel))
+    const bool system = channel == kSystemChannel, lan = state.machine.isLan(channel);
+    if (!system && !lan && !state.machine.isIpmb(channel))
         return {kInvalidField}; // FreeIPMI's bmc-info prints noise for channels that are refused; the noise is its own
     Bytes answer{kOk, channel};
-    putBytes(answer, system ? kKcs : kIpmb);
+    putBytes(answer, lan ? std::array{state.machine.lan->medium, kIpmb10, kMultiSession} : system ? kKcs : kIpmb);
     putBytes(answer, kIpmiForum);
     putWord(answer, system ? 0xffff : 0); // of the system interface: no interrupts
     return answer;

@@ -16,7 +16,7 @@ namespace
 const BmcCommand* findCommand(std::uint8_t netfn, std::uint8_t cmd)
 {
     for (const auto table : {appCommands(), chassisCommands(), sensorCommands(), eventCommands(), sdrCommands(),
-                             selCommands(), fruCommands()}) {
+                             selCommands(), fruCommands(), lanCommands()}) {
         for (const BmcCommand& command : table) {
             if (command.netfn == netfn && command.cmd == cmd)
                 return &command;

@@ -33,5 +33,6 @@ std::span<const BmcCommand> sdrCommands();
 std::span<const BmcCommand> selCommands();
 std::span<const BmcCommand> eventCommands();
 std::span<const BmcCommand> fruCommands();
+std::span<const BmcCommand> lanCommands();
 
 } // namespace Sim

@@ -137,6 +137,8 @@ void BmcState::reset()
     loseReservations();
     systemInfo.clear();
     systemInfoProgress = 0;
+    lanProgress = 0;
+    lanAccess.reset();
     eventLogging = true;
 }
 

@@ -5,6 +5,7 @@
 #include "sim/bmc/SelClock.h"
 #include "sim/bmc/SelLog.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -82,7 +83,9 @@ struct BmcState {
     LastProcessedEvents lastProcessed{};
     std::map<std::uint8_t, Bytes> systemInfo{}; ///< parameter: bytes of set 0, set 1, ... one after another
     std::uint8_t systemInfoProgress = 0;
-    std::map<std::uint8_t, std::uint64_t> asked{}; ///< requests to each satellite, by its address
+    std::uint8_t lanProgress = 0;                           ///< set in progress, of the LAN parameters
+    std::optional<std::array<std::uint8_t, 2>> lanAccess{}; ///< until the next reset, in place of the LAN channel's
+    std::map<std::uint8_t, std::uint64_t> asked{};          ///< requests to each satellite, by its address
 
     std::uint16_t newReservation();
     /// Seconds since 1970 on the BMC's clock.

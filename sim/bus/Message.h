@@ -13,7 +13,8 @@ namespace Sim
 {
 
 inline constexpr std::uint8_t kBmcAddress = 0x20, kSystemChannel = 0x0f;
-inline constexpr std::uint8_t kChassisNetfn = 0x00, kSensorNetfn = 0x04, kAppNetfn = 0x06, kStorageNetfn = 0x0a;
+inline constexpr std::uint8_t kChassisNetfn = 0x00, kSensorNetfn = 0x04, kAppNetfn = 0x06, kStorageNetfn = 0x0a,
+                              kTransportNetfn = 0x0c;
 /// Commands that more than their handlers know.
 inline constexpr std::uint8_t kReadEventMessageBuffer = 0x35, kGetSdr = 0x23, kGetSelEntry = 0x43;
 

@@ -57,7 +57,11 @@ constexpr CommandName kNames[] = {
     {0x0634, "Send Message"},
     {0x0635, "Read Event Message Buffer"},
     {0x0637, "Get System GUID"},
+    {0x0640, "Set Channel Access"},
+    {0x0641, "Get Channel Access"},
     {0x0642, "Get Channel Info"},
+    {0x0644, "Get User Access"},
+    {0x0654, "Get Channel Cipher Suites"},
     {0x0658, "Set System Info Parameters"},
     {0x0659, "Get System Info Parameters"},
     {0x0a10, "Get FRU Inventory Area Info"},
@@ -80,6 +84,8 @@ constexpr CommandName kNames[] = {
     {0x0a49, "Set SEL Time"},
     {0x0a5c, "Get SEL Time UTC Offset"},
     {0x0a5d, "Set SEL Time UTC Offset"},
+    {0x0c01, "Set LAN Configuration Parameters"},
+    {0x0c02, "Get LAN Configuration Parameters"},
 };
 static_assert(std::ranges::is_sorted(kNames, std::less<>(), &CommandName::code));
 

@@ -122,6 +122,15 @@ using SelRecord = std::array<std::uint8_t, kSelRecordSize>;
 /// Record ids that ask for the first and the last one, of repository and event log.
 inline constexpr std::uint16_t kFirstRecord = 0x0000, kLastRecord = 0xffff;
 
+/// A LAN channel: what Get Channel Info and Get Channel Access tell of it, and its configuration parameters.
+struct LanChannel {
+    std::uint8_t channel = 1;
+    std::uint8_t medium = 0x04;                   ///< 04h: 802.3; 06h: another LAN
+    std::array<std::uint8_t, 2> access{0x22, 04}; ///< access mode and flags, privilege level limit
+    /// By number, the data of each set without its selectors. What is not here is not supported.
+    std::map<std::uint8_t, std::vector<Bytes>> parameters{};
+};
+
 /// The simulated server. Plain data: a copy is another server.
 struct Machine {
     std::string name = "empty";
@@ -149,6 +158,8 @@ struct Machine {
     std::uint64_t selClearAsks = 0;            ///< so many answers say that a clear goes on
     std::chrono::milliseconds selClearTime{0}; ///< for so long it goes on
 
+    std::optional<LanChannel> lan{};
+
     Sensor* find(const SensorKey& key);
     const Sensor* find(const SensorKey& key) const;
     /// True when a controller has a FRU device.
@@ -160,6 +171,7 @@ struct Machine {
     std::uint8_t channelOf(std::uint8_t address) const;
     /// True when this channel is an IPMB: channel 0, and those where satellites and other sensor owners are.
     bool isIpmb(std::uint8_t channel) const;
+    bool isLan(std::uint8_t channel) const { return lan && lan->channel == channel; }
 };
 
 /// The repository as one file: whole records one after another.

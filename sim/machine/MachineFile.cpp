@@ -5,6 +5,7 @@
 #include "sim/machine/BuiltinMachines.h"
 #include "sim/machine/FruFile.h"
 #include "sim/machine/JsonReader.h"
+#include "sim/machine/LanFile.h"
 #include "sim/machine/SdrFile.h"
 
 #include <algorithm>
@@ -148,6 +149,7 @@ Machine parseMachine(std::string_view text, const std::string& source)
     parseRepository(json, machine);
     parseFrus(json, std::filesystem::path(source).parent_path().string(), machine);
     parseSel(json, machine);
+    parseLan(json, machine);
     json.text("about", ""); // for people
     json.finish();
     return machine;

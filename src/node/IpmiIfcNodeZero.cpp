@@ -190,6 +190,11 @@ int IpmiIfc::unRegisterSelEventHandler(SelEventHandler handler)
     return unRegisterSelEventHandler(0, handler);
 }
 
+IpmiLan* IpmiIfc::getLan()
+{
+    return getLan(0);
+}
+
 unsigned char IpmiIfc::sendCmd(unsigned char cmd, unsigned char netfn, unsigned short dataLen, unsigned char* data,
                                unsigned short* respLen, unsigned char* respData)
 {

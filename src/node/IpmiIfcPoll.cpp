@@ -52,6 +52,7 @@ void PollLoop::run()
     TRX::MutexLock hold(self_.pollLock); // but while it waits for its next cycle
     IpmiIfcSelGetInfo(node_, &count_);
     lastCount_ = count_;
+    IpmiIfc::getLan(node_)->IpmiIfcLanInstantiate(node_);
     IpmiIfcFruInstantiateAll(node_);
     while (!self_.shutdown) {
         if (self_.pollCount == 0)
@@ -142,6 +143,8 @@ void PollLoop::refresh(bool full)
         ++refreshes_;
     if (full || refreshes_ % std::max(SKIP_FRU_STEP.load(), 1) == 1 % std::max(SKIP_FRU_STEP.load(), 1))
         refreshFrus();
+    if (!self_.shutdown)
+        IpmiIfc::getLan(node_)->IpmiIfcLanInstantiate(node_);
 }
 
 void PollLoop::refreshFrus()

@@ -8,6 +8,7 @@
 #include "fru/FruReading.h"
 #include "ipmi/IpmiFru.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiLan.h"
 #include "ipmi/IpmiRecords.h"
 #include "ipmi/IpmiSensor.h"
 #include "ipmi/Reference.h"
@@ -96,6 +97,7 @@ struct IpmiNode : Channel {
     TRX::Mutex fruListLock; ///< innermost, so that callers wait for a copy only; never held while the BMC is asked
     std::vector<TRX::Reference<IpmiFru>> frus TRX_GUARDED_BY(fruListLock);
     std::vector<IpmiFruDevice> fruDevices TRX_GUARDED_BY(fruListLock);
+    IpmiLan lan; ///< with locks of its own; that of its refreshes comes before `ioLock`
 };
 
 /// Nodes 0 to 3.

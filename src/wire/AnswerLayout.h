@@ -100,4 +100,24 @@ namespace last_processed // IPMI 2.0, 30.5 Get Last Processed Event ID
 inline constexpr std::size_t kBySoftware = 7, kSize = 9;
 }
 
+namespace channel_info // IPMI 2.0, 22.24 Get Channel Info
+{
+inline constexpr std::size_t kMedium = 2;
+inline constexpr std::uint8_t kMediumBits = 0x7f, kLan = 0x04, kOtherLan = 0x06; ///< table 6-3
+} // namespace channel_info
+
+namespace lan_parameter // IPMI 2.0, 23.2 Get LAN Configuration Parameters, and table 23-4
+{
+inline constexpr std::size_t kData = 2;
+inline constexpr std::uint8_t kAddress = 3, kSource = 4, kMac = 5, kNetmask = 6, kGateway = 12, kGatewayMac = 13,
+                              kVlanId = 20, kVlanPriority = 21, kIpv6Support = 50, kIpv6Enables = 51, kIpv6Status = 55,
+                              kIpv6Static = 56, kIpv6Dynamic = 59;
+} // namespace lan_parameter
+
+namespace ipv6_set // IPMI 2.0, table 23-4: data of parameters 56 and 59, set selector first
+{
+inline constexpr std::size_t kSource = 1, kAddress = 2, kAddressSize = 16, kPrefix = 18, kState = 19, kSize = 20;
+static_assert(kAddress + kAddressSize == kPrefix && kState + 1 == kSize);
+} // namespace ipv6_set
+
 } // namespace Ipmi::wire

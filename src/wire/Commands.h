@@ -9,7 +9,7 @@ namespace Ipmi::wire
 
 namespace netfn // IPMI 2.0, table 5-1
 {
-inline constexpr std::uint8_t kSensorEvent = 0x04, kApp = 0x06, kStorage = 0x0a;
+inline constexpr std::uint8_t kSensorEvent = 0x04, kApp = 0x06, kStorage = 0x0a, kTransport = 0x0c;
 }
 
 struct Command {
@@ -18,7 +18,8 @@ struct Command {
 
 // Application: section 20 and 22
 inline constexpr Command kGetDeviceId{netfn::kApp, 0x01}, kGetSelfTest{netfn::kApp, 0x04},
-    kSetGlobalEnables{netfn::kApp, 0x2e}, kGetGlobalEnables{netfn::kApp, 0x2f}, kGetSystemInfo{netfn::kApp, 0x59};
+    kSetGlobalEnables{netfn::kApp, 0x2e}, kGetGlobalEnables{netfn::kApp, 0x2f}, kGetChannelInfo{netfn::kApp, 0x42},
+    kGetSystemInfo{netfn::kApp, 0x59};
 
 // Sensors and events: sections 30 and 35
 inline constexpr Command kSetLastProcessed{netfn::kSensorEvent, 0x14}, kGetLastProcessed{netfn::kSensorEvent, 0x15},
@@ -38,12 +39,15 @@ inline constexpr Command kGetSelInfo{netfn::kStorage, 0x40}, kGetSelAllocInfo{ne
 // FRU devices: section 34
 inline constexpr Command kGetFruInfo{netfn::kStorage, 0x10}, kReadFru{netfn::kStorage, 0x11};
 
+// LAN: section 23
+inline constexpr Command kGetLanParameters{netfn::kTransport, 0x02};
+
 /// Completion codes that somebody has an answer to (IPMI 2.0, table 5-2, and those of single commands).
 namespace cc
 {
-inline constexpr std::uint8_t kOk = 0x00, kSelErasing = 0x81, kNodeBusy = 0xc0, kInvalidCommand = 0xc1, kTimeout = 0xc3,
-                              kReservationLost = 0xc5, kInvalidLength = 0xc7, kOutOfRange = 0xc9,
-                              kTooManyBytes = 0xca, kNotPresent = 0xcb, kInvalidField = 0xcc,
+inline constexpr std::uint8_t kOk = 0x00, kParameterNotSupported = 0x80, kSelErasing = 0x81, kNodeBusy = 0xc0,
+                              kInvalidCommand = 0xc1, kTimeout = 0xc3, kReservationLost = 0xc5, kInvalidLength = 0xc7,
+                              kOutOfRange = 0xc9, kTooManyBytes = 0xca, kNotPresent = 0xcb, kInvalidField = 0xcc,
                               kIllegalCommand = 0xcd, kUnspecified = 0xff;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every command of a load, of a refresh and of a look at the event log goes wrong, one a run, in every way of a table.
-// The library must come back, in bounded time, with an error or with less; and the next load or refresh must find
-// everything as if nothing had been.
+// Every command of a load, of a refresh and of a look at the event log or the LAN goes wrong, one a run, in every way
+// of a table. The library must come back, in bounded time, with an error or with less; and the next load or refresh
+// must find everything as if nothing had been.
 //
 // A case is one command and one fault. Commands in a row are mostly alike, so lasting faults take turns from command to
 // command, and so do the lengths that answers are cut to, except that the first answer of each kind is cut to every
@@ -89,6 +89,18 @@ void addToKnownLog(SdrBmc& node)
     addEvents(node, 3);
 }
 
+int refreshLan(int node)
+{
+    return Ipmi::IpmiIfc::getLan(node)->IpmiIfcLanInstantiate(node);
+}
+
+/// How many IPv6 addresses the BMC tells of.
+int askLan(int node)
+{
+    const Ipmi::IpmiLanStatus status = Ipmi::IpmiIfc::getLan(node)->status();
+    return status.ipv6 ? static_cast<int>(status.ipv6->size()) : -1;
+}
+
 constexpr Operation kLooped[] = {
     {"load", Ipmi::IpmiIfcSdrGetInfo},
     {"refresh", Ipmi::IpmiIfcSensorUpdateReading},
@@ -96,6 +108,8 @@ constexpr Operation kLooped[] = {
     {"log", checkLog, renewLog},
     // What could not be read comes with the next addition, not before.
     {"additions", checkLog, addToKnownLog, [](SdrBmc& node) { addEvents(node, 1); }},
+    {"lan", refreshLan},
+    {"lanStatus", askLan},
 };
 
 void PrintTo(const Operation& operation, std::ostream* out)

@@ -2,6 +2,7 @@
 // A simulated BMC with FRU devices and the records that name them, on node 0 and opened.
 #pragma once
 
+#include "fru/FruSamples.h"
 #include "fru/IpmiIfcFru.h"
 #include "sdr/SdrBmc.h"
 #include "sim/machine/FruWriter.h"
@@ -12,11 +13,6 @@ namespace FruTest
 using namespace SdrTest;
 
 inline constexpr std::uint8_t kInfo = 0x10, kRead = 0x11; ///< Storage
-
-inline Bytes latin(const std::string& text)
-{
-    return Sim::fruField(Sim::FruEncoding::text, Bytes(text.begin(), text.end()));
-}
 
 /// An area of each kind, the multi-record area with two records.
 inline Sim::FruContents contents()

@@ -68,6 +68,11 @@ int look(int node)
     return IpmiIfcSelGetInfo(node, nullptr);
 }
 
+int refreshLan(int node)
+{
+    return IpmiIfc::getLan(node)->IpmiIfcLanInstantiate(node);
+}
+
 TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
 {
     static const Sim::FaultRule lost{.netfn = 0x0a, .every = 50, .action = kLost};
@@ -103,6 +108,16 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x999 #841cfdef9257bb2e"},
         {"load, in smaller pieces, reservations lost", [](SdrBmc& node) { node.restart({lost}); }, IpmiIfcSdrGetInfo,
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x21 0a/23 x1019 #5ba8163fab0855ee"},
+        {"LAN",
+         {},
+         [](int n) { return IpmiIfc::getLan(n)->initChannelNumber(n), refreshLan(n); },
+         "06/42 x1 0c/02 x5 #f9c9cef9f0cb6c2d"},
+        {"LAN again", {}, refreshLan, "0c/02 x5 #ae7b38cc0c08a964"},
+        {"LAN, by the standard",
+         {},
+         [](int n) { return int(IpmiIfc::getLan(n)->status().ipv6->size()); },
+         "0c/02 x16 #b58d4405ba188cc0",
+         2},
     };
     SdrBmc node(FaultTest::steady(Sim::loadMachine("sample")));
     node.bmc.state()->clock.set(kStart);

@@ -6,6 +6,7 @@
 #include "sdr/IpmiIfcSensor.h"
 #include "sel/SelBmc.h"
 #include "sim/machine/MachineFile.h"
+#include "transport/Device.h"
 
 #include <climits>
 
@@ -122,6 +123,7 @@ TEST(NodeNumber, ThatIsNoneIsRefusedAndNoNumberMeansNode0)
         for (const int bad : {-1, kNodeCount, INT_MAX, INT_MIN})
             EXPECT_EQ(one.of(bad), one.none);
     }
+    EXPECT_EQ(IpmiIfc::getLan(), IpmiIfc::getLan(0));
     node.restart();
     ipmiifc_req req;
     ipmiifc_resp resp;
@@ -146,6 +148,7 @@ TEST(NodeNumber, ThatIsNoneIsRefusedAndNoNumberMeansNode0)
         IpmiIfc::setPollingInterval(bad, 1);
         IpmiIfc::setLastProcessedSELEntry(bad, 1);
         EXPECT_EQ(IpmiIfcSelGetInfo(bad, nullptr) + IpmiIfc::deleteSelEntry(bad, 1), -4);
+        EXPECT_EQ(IpmiIfc::getLan(bad), nullptr);
         EXPECT_EQ(IpmiIfcSdrReadRecordId(bad, 1, nullptr, 0) + IpmiIfcSdrListAdd(bad, new ipmiifc_sdr_list) +
                       IpmiIfcSelReadNew(bad, 1),
                   -3);

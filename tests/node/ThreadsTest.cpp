@@ -79,6 +79,14 @@ void useCommands(int node)
 
 std::size_t entityCount = 0; ///< of each node, whatever is loaded anew
 
+void useLan(int node)
+{
+    IpmiLan& lan = *IpmiIfc::getLan(node);
+    lan.IpmiIfcLanInstantiate(node);
+    EXPECT_EQ(lan.getMACAddress() + lan.getIPv4Address(), ""); // there is none
+    EXPECT_EQ(lan.isEnabled(), lan.status().enabled.value_or(false));
+}
+
 void useModel(int node, int round)
 {
     IpmiIfc::getSdr(node);
@@ -107,6 +115,7 @@ void useNode(int node, int round)
     useModel(node, round);
     useEventLog(node, round);
     useCommands(node);
+    useLan(node);
 }
 
 void countVisit(void* visits, IpmiSelData*)

@@ -14,6 +14,30 @@ TEST(SimBmc, AnswersAndRefusals)
     converse(loadMachine("sample"), R"(
         device id: 06 01 > 00 20 01 02 17 02 9f d9 7e 00 34 12 01 02 03 04; device id with data: 06 01 00 > c7;
         unknown command: 06 fe > c1; unknown network function: 2e 01 > c1; self test: 06 04 > 00 55 00;
+        LAN channel: 06 42 01 > 00 01 04 01 80 f2 1b 00 00 00; its access: 06 41 01 80 > 00 22 04;
+        access of none: 06 41 03 40 > cc; access of no kind: 06 41 01 00 > cc; of the interface: 06 41 0e 40 > 00 0a 00;
+        access set until a reset: 06 40 01 81 c3 > 00 | 06 41 01 80 > 00 01 03 | 06 41 01 40 > 00 22 04 |
+            {"cmd": 1, "silent_ms": 1} | 06 01 > - | +1 | 06 41 01 80 > 00 22 04;
+        access set to stay: 06 40 01 41 00 > 00 | 06 41 01 80 > 00 01 04 | 06 40 00 41 00 > cc;
+        LAN address: 0c 02 01 03 00 00 > 00 11 c0 00 02 11; revision: 0c 02 81 03 00 00 > 00 11;
+        MAC: 0c 02 01 05 00 00 > 00 11 52 54 00 ab cd 01; source: 0c 02 01 04 00 00 > 00 11 02;
+        VLAN: 0c 02 01 14 00 00 > 00 11 2a 80; VLAN priority: 0c 02 01 15 00 00 > 00 11 03;
+        community: 0c 02 01 10 00 00 > 00 11 70 75 62 6c 69 63 00 00 00 00 00 00 00 00 00 00 00 00;
+        IPv6 room: 0c 02 01 37 00 00 > 00 11 02 03 03; no such LAN channel: 0c 02 02 03 00 00 > cc;
+        static IPv6: 0c 02 01 38 00 00 > 00 11 00 80 20 01 0d b8 00 00 00 42 00 00 00 00 00 00 00 17 40 00;
+        unused IPv6: 0c 02 01 38 01 00 > 00 11 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01;
+        dynamic IPv6: 0c 02 01 3b 00 00 > 00 11 00 01 fe 80 00 00 00 00 00 00 50 54 00 ff fe ab cd 01 40 00;
+        IPv6 beyond: 0c 02 01 38 02 00 > c9; DUID: 0c 02 01 3a 00 00 > 00 11 00 00 00..; its block: 0c 02 01 3a 00 01 > c9;
+        no LAN parameter: 0c 02 01 1b 00 00 > 80; parameter cut: 0c 02 01 03 00 > c7; write too short: 0c 01 01 03 01 > c7;
+        write read-only: 0c 01 01 37 00 00 00 > 82; write unknown: 0c 01 01 c0 00 > 80; write elsewhere: 0c 01 02 03 01 02 03 04 > cc;
+        set in progress: 0c 02 01 00 00 00 > 00 11 00 | 0c 01 01 00 01 > 00 | 0c 02 01 00 00 00 > 00 11 01 |
+            0c 01 01 00 01 > 81 | 0c 01 01 00 02 > 00 | 0c 01 01 00 03 > cc | 0c 01 01 03 0a 00 00 01 > 00 | 0c 01 01 00 00 > 00 |
+            0c 02 01 03 00 00 > 00 11 0a 00 00 01 | 0c 02 01 00 00 00 > 00 11 00;
+        progress lost: 0c 01 01 00 01 > 00 | {"cmd": 1, "silent_ms": 1} | 06 01 > - | +1 | 0c 02 01 00 00 00 > 00 11 00;
+        IPv6 set: 0c 01 01 38 01 80 fd 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 30 05 > 00 |
+            0c 02 01 38 01 00 > 00 11 01 80 fd 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 30 00;
+        IPv6 set beyond: 0c 01 01 38 02 80 fd 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 30 00 > c9;
+        LAN of a satellite: @82 0c 02 01 03 00 00 > c1;
         present channel: 06 42 0e > 00 0f 0c 05..; IPMB channel: 06 42 00 > 00 00 01 01..;
         absent channel: 06 42 03 > cc; OS name, block 1: 06 59 00 04 00 00 > 00 11 00 00 1e 44 65 62..;
         OS name, block 2: 06 59 00 04 01 00 > 00 11 01 75 78 20 31 32..; OS name's end: 06 59 00 04 02 00 > c9;

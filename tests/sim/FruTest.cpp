@@ -88,6 +88,8 @@ TEST(SimFru, Images)
          "01 00 00 01 00 00 00 fe 01 03 19 01 02 03 02 00 ff 83 a1 fe 03 42 12 ba c2 e9 21 c2 42 20 c1 f8"},
         {R"("product": {"language": 53, "fields": ["\u6e29A", {"text": "7", "encoding": "bcd plus"}]})",
          "01 00 00 00 01 00 00 fe 01 03 35 c4 29 6e 41 00 41 7a c0 c0 c0 c0 c0 c1 00 00 00 00 00 00 00 ef"},
+        {R"("product": {"language": 0, "fields": ["AB"]})",
+         "01 00 00 00 01 00 00 fe 01 02 00 c2 41 42 c0 c0 c0 c0 c0 c0 c1 00 00 77"},
         {R"("chassis": {"fields": [], "checksum": "wrong"}, "checksum": "wrong")",
          "01 00 01 00 00 00 00 ff 01 01 17 c0 c0 c1 00 a7"},
         {R"("multi": [{"type": "power supply", "capacity_w": 1300, "peak_va": 1500, "inrush_a": 40, "inrush_ms": 5,

@@ -32,6 +32,16 @@ TEST(SimMachineFile, Complaints)
         {"controllers": [{"address": 33}]} => file.controllers[0]: "address" must be even, an 8-bit slave address
         {"controllers": [{"address": 2}, {"address": 2}]} => file.controllers[1]: "address" is the BMC's or another ..
         {"controllers": [{"address": 2, "absent": "no"}]} => file.controllers[0]: "absent" must be "silent" or "nak"
+        {"lan": {"channel": 0}} => file.lan: "channel" must be a whole number from 1 to 11
+        {"controllers": [{"address": 2, "channel": 1}], "lan": {}} => file.lan: "channel" is an IPMB: a satellite is there
+        {"lan": {"address": "1.2.3"}} => file.lan: "address" must be an IPv4 address
+        {"lan": {"mac": "00:11"}} => file.lan: "mac" must be a MAC address, like "02:00:5e:00:53:01"
+        {"lan": {"community": "nineteen characters"}} => file.lan: "community" has more than 18 characters
+        {"lan": {"vlan": {"id": 4096}}} => file.lan.vlan: "id" must be a whole number from 0 to 4095
+        {"lan": {"ipv6": [{"address": "2001"}]}} => file.lan.ipv6[0]: "address" must be an IPv6 address
+        {"lan": {"ipv6": [{"address": "::1"}], "ipv6_static_sets": 0}} => file.lan: "ipv6_static_sets" must be a whole ..
+        {"lan": {"unsupported": [99]}} => file.lan.unsupported[0]: must be the number of a parameter that there is
+        {"lan": {"ipv7": []}} => file.lan: unknown field "ipv7"
         {"na\u000ame": 1} => file: unknown field "na?me"
         )",
                   parseMachine);

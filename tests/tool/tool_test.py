@@ -551,6 +551,52 @@ class ToolTest(unittest.TestCase):
         self.check(["sel", "info"], [rf"^  {key} +-$" for key in (
             "allocation units", "largest record units", "clock", "logging", "last processed")], sim=self.faults(*refused))
 
+    def test_lan(self):
+        known = {"channel": 1, "enabled": True, "mac": "52:54:00:ab:cd:01",
+                 "ipv4": {"address": "192.0.2.17", "netmask": "255.255.255.0", "gateway": "192.0.2.1",
+                          "gateway_mac": "02:00:5e:00:53:01", "source": "dhcp"},
+                 "vlan": {"enabled": True, "id": 42, "priority": 3},
+                 "ipv6": [{"address": "2001:db8:0:42::17", "prefix": 64, "kind": "static", "source": "static", "status": "active"},
+                          {"address": "fe80::5054:ff:feab:cd01", "prefix": 64, "kind": "dynamic", "source": "slaac",
+                           "status": "active"}]}
+        self.assertEqual(self.json("lan"), {"lan": known})
+        self.check([self.sim, "lan"], [r"^  ipv4 address +192\.0\.2\.17$", r"^  vlan +on$", r"^  vlan id +42$",
+                                       r"^  ipv6 address +2001:db8:0:42::17/64, static \(static\), active$"])
+        nothing = {"channel": None, "enabled": False, "mac": None, "ipv4": dict.fromkeys(known["ipv4"]),
+                   "vlan": dict.fromkeys(known["vlan"]), "ipv6": None}
+        empty = ["--machine", self.written("machine.json", {})]
+        self.assertEqual(self.check(["--json", "lan"], {}, sim=empty), {"lan": nothing})
+        self.check(["lan"], [r"^  enabled +no$", r"^  channel +-$", r"^  ipv6 address +-$"], sim=empty)
+        odd = {"netmask": "255.0.0.0", "source": 9, "vlan": {"id": 7, "enabled": False}, "unsupported": [13],
+               "ipv6": [{"address": "::1", "source": 7, "status": "failed"}]}
+        lan = self.check(["--json", "lan"], {}, sim=["--machine", self.written("machine.json", {"lan": odd})])["lan"]
+        self.assertEqual((lan["ipv4"]["source"], lan["ipv4"]["gateway_mac"], lan["ipv4"]["address"]), ("0x09", None, "0.0.0.0"))
+        self.assertEqual((lan["vlan"], lan["ipv6"][0]["source"], lan["ipv6"][0]["status"]),
+                         ({"enabled": False, "id": 7, "priority": 0}, "0x07", "failed"))
+        self.check(["lan"], err="does not answer", status=2, sim=self.faults({"netfn": 6, "cmd": 1, "completion_code": 0xc0}))
+
+    @unittest.skipUnless(shutil.which("ipmitool") and shutil.which("ipmi-config"), "no ipmitool or ipmi-config")
+    def test_lan_is_what_others_say(self):
+        def facts_of(*args):
+            text = subprocess.run([SIM, "exec", *self.machine, "--", *args], capture_output=True, text=True, timeout=120,
+                                  check=True).stdout
+            return re.findall(r"^\s*(.*?)(?: *: |  )\s*(.*?) *$", text, re.M)
+        lan, facts = self.json("lan")["lan"], dict(facts_of("ipmitool", "lan", "print", "1"))
+        facts6 = facts_of("ipmitool", "lan6", "print", "1")
+        ipv4 = lan["ipv4"]
+        conf = dict(facts_of("ipmi-config", "--driver-type=openipmi", "--checkout", "--section=Lan_Conf"))
+        self.assertEqual(["Use_" + ipv4["source"].upper(), ipv4["address"], lan["mac"].upper(), ipv4["netmask"], ipv4["gateway"],
+                          ipv4["gateway_mac"].upper()],
+                         [conf[key] for key in ("IP_Address_Source", "IP_Address", "MAC_Address", "Subnet_Mask",
+                                                "Default_Gateway_IP_Address", "Default_Gateway_MAC_Address")])
+        self.assertEqual([ipv4["address"], ipv4["netmask"], ipv4["gateway"], ipv4["gateway_mac"], lan["mac"], str(lan["vlan"]["id"]),
+                          str(lan["vlan"]["priority"]), ipv4["source"].upper()],
+                         [facts[key] for key in ("IP Address", "Subnet Mask", "Default Gateway IP", "Default Gateway MAC",
+                                                 "MAC Address", "802.1q VLAN ID", "802.1q VLAN Priority")] +
+                         [facts["IP Address Source"].split()[0]])
+        self.assertEqual([f"{one['address']}/{one['prefix']}" for one in lan["ipv6"]],
+                         [value for key, value in facts6 if key == "Address" and re.search("[^:]/", value)])
+
     def test_sel_in_part(self):
         """What can be read is listed, and one line says what is missing."""
         rows = [(0x43, 4, [1, 2, 3], 2, "only 3 of 7 records could be read"), (0x23, 9, range(1, 8), 0, "no names of")]

@@ -107,6 +107,13 @@ void addInfo(CLI::App& app, CommandLine& line)
         ->callback([&line] { line.run = infoVerb; });
 }
 
+void addLan(CLI::App& app, CommandLine& line)
+{
+    addVerb(app, "lan", "The BMC's own network: MAC, addresses, gateway, VLAN",
+            "Examples:\n  trx-ipmi lan\n  trx-ipmi --sim --json lan")
+        ->callback([&line] { line.run = lanVerb; });
+}
+
 void addRaw(CLI::App& app, CommandLine& line)
 {
     CLI::App* verb = addVerb(app, "raw", "Send one command and print the answer's bytes",
@@ -307,7 +314,7 @@ void describe(CLI::App& app, CommandLine& line)
                  "A simulated BMC: a machine's name or file; without one the sample");
     app.add_flag("--json", line.options.json, "JSON instead of columns");
     app.require_subcommand(0, 1);
-    for (const auto add : {addSensors, addEntities, addInfo, addRaw, addSdr, addSel, addFru, addMonitor})
+    for (const auto add : {addSensors, addEntities, addInfo, addLan, addRaw, addSdr, addSel, addFru, addMonitor})
         add(app, line);
     app.footer(kExamples); // after the verbs, which would inherit it
 }

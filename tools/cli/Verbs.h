@@ -69,6 +69,7 @@ struct MonitorOptions {
 int sensorsVerb(const Options& options, const SensorsOptions& request);
 int entitiesVerb(const Options& options);
 int infoVerb(const Options& options);
+int lanVerb(const Options& options);
 int rawVerb(const Options& options, const RawCommand& command);
 int sdrDumpVerb(const Options& options, const std::string& path);
 int sdrListVerb(const Options& options);

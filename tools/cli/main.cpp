@@ -79,7 +79,7 @@ int run(int argc, char** argv)
     const Options& options = line->options;
     if (!line->run)
         throw Failure(
-            "no verb: give sensors, entities, info, raw, sdr list, sdr dump, sel, fru or monitor (trx-ipmi --help "
+            "no verb: give sensors, entities, info, lan, raw, sdr list, sdr dump, sel, fru or monitor (trx-ipmi --help "
             "shows how)");
     if (!options.machine.empty() && options.node != 0)
         throw Failure("--sim simulates node 0 only: leave --node out");
