@@ -146,7 +146,7 @@ TEST(FruViewTest, DamagesAreMarked)
         {"the last record",
          kOem + 8,
          all,
-         {"multi-record area +checksum wrong\n", "0xc0\\) +checksum wrong\n"},
+         {"multi-record area +checksum wrong\n", "OEM \\(type 0xc0\\) +checksum wrong\n"},
          true,
          true,
          false,
