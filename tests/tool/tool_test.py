@@ -97,46 +97,35 @@ class ToolTest(unittest.TestCase):
     def test_mistakes(self):
         missing = os.path.join(self.folder, "missing")
         rows = [
-            ([], "no verb"), (["sdr"], "no verb"), (["sensors", "info"], "not expected: info"),
+            ([], "no verb"), (["sdr"], "no verb"), (["sensors", "info"], "not expected: info"), (["--node", "one", "info"], "one"),
             (["sensors", "--bad"], "not expected: --bad"), (["--node", "4", "info"], "4 not in range"),
-            (["--node", "one", "info"], "one"), (["--sim", "--node=1", "info"], "node 0 only"),
-            (["raw", "6"], "At least 2"), (["raw", "\033[31m", "1"], r'"\?\[31m" is no byte'),
-            *((["raw", "6", "1", number], f'"{number}" is no byte') for number in ("256", "0x", "-1", "1 ")),
+            (["--sim", "--node=1", "info"], "node 0 only"), (["raw", "6"], "At least 2"), (["raw", "\033[1m", "1"], r'"\?\[1m" is no byte'),
             (["raw", "7", "1"], "0x07 is no request"), (["raw", "0x40", "1"], "0x40 is no request"),
             (["raw", "6", "1"] + ["0"] * 256, "at most 255"), (["sdr", "dump"], "FILE is required"),
-            (["sdr", "dump", self.folder], "cannot write .*: Is a directory"),
-            *((["sdr", "dump", file], "cannot write") for file in (missing + "/", missing + "/file", "")),
-            (["sensors", "--count", "2"], "--count requires --watch"),
-            (["sensors", "--watch", "1", "--verbose"], "--verbose excludes --watch"),
-            (["sensors", "--watch", "1", "--count", "0"], "0 not in range"),
+            (["sdr", "dump", self.folder], "cannot write .*: Is a directory"), (["--sim", "sdr", "dump", "/dev/full"], "full: No space"),
+            (["sensors", "--count", "2"], "--count requires --watch"), (["sensors", "--watch", "1", "--verbose"], "excludes --watch"),
+            (["sensors", "--watch", "1", "--count", "0"], "0 not in range"), (["monitor", "--interval", "0"], "give 0.1 to"),
             *((["sensors", "--watch", seconds], "give 0.1 to 86400 seconds") for seconds in ("nan", "0", "1e9", "x")),
             ([self.sim, "sensors", "--type", "\033"], r'no sensor of type "\?" here: there are .*Fan, .*Voltage'),
             *(([self.sim, "sensors", "--entity", entity], r"no entity .* here: there are .*System Board 1 \(7\.1\), ")
               for entity in ("7.99", "7.1.1", "0x100", "\033")),
             (["--sim=no-such-machine", "sensors"], "no-such-machine"),  # the simulator's own line
             *((["sel", "--last", number], "--last|not in range") for number in ("0", "65536", "x")),
-            *((["sel", "--since", time], "is no time: give") for time in (
-                "2024", "2024-02-30", "2024-01-31T25:00", "2024-01-31 12:00 x", "\033", "")),
-            *((["sel", "--delete", number], "no record id") for number in ("0", "65535", "0x1ffff", "-1", "")),
+            *((["sel", "--since", time], "is no time: give") for time in ("2024", "\033")),
+            *((["sel", "--delete", number], "no record id") for number in ("0", "65535", "-1")),
             (["sel", "--clear"], "no terminal to ask on: give --yes"), (["sel", "--yes"], "--yes requires --clear"),
-            (["sel", "--clear", "--yes", "--last", "5"], "--last excludes --clear"),
-            (["sel", "--delete", "5", "--clear"], "excludes"), (["sel", "info", "--last", "5"], "--last does not go"),
-            (["sel", "decode", missing], "cannot read .*: No such file"),
+            (["sel", "--clear", "--yes", "--last", "5"], "--last excludes --clear"), (["sel", "--delete", "5", "--clear"], "excludes"),
+            (["sel", "info", "--last", "5"], "--last does not go"), (["sel", "decode", missing], "cannot read .*: No such file"),
             (["sel", "decode", missing, "--clear", "--yes"], "--clear does not go with sel decode"),
             (["sel", "decode", "/dev/zero"], "too long"), (["sel", "decode", "/proc/self/comm"], "no saved log: its 9 bytes"),
-            (["sel", "--save", missing + "/file"], "cannot write .*: No such file"),
-            (["--sim", "sdr", "dump", "/dev/full"], "cannot write /dev/full: No space"),
-        ]
-        rows += [
+            (["sel", "--save", missing + "/file"], "cannot write .*: No such file"), (["sel", "--interval", "3"], "--follow"),
             *((["monitor", "--nodes", nodes], "are no nodes") for nodes in ("", "4", "2-1", "0,", "-1", "0-9", "x", "\033")),
-            (["monitor", "--nodes", "0", "--node", "0"], "--nodes excludes --node"), (["monitor", "--interval", "0"], "give 0.1 to"),
-            ([self.sim, "monitor", "--nodes", "0-1"], "no BMC driver at /dev/ipmi1"), (["sel", "--interval", "3"], "--follow"),
+            (["monitor", "--nodes", "0", "--node", "0"], "--nodes excludes --node"), (["sel", "info", "--follow"], "does not go with"),
+            ([self.sim, "monitor", "--nodes", "0-1"], "no BMC driver at /dev/ipmi1"),
             *((["sel", "--follow", *other], "excludes") for other in (["--last", "3"], ["--clear", "--yes"], ["--save", "f"])),
-            (["sel", "info", "--follow"], "does not go with"),
+            *((args, "no BMC driver at /dev/ipmi[03]: load it") for args in (["--json", "info"], ["--node=3", "sdr", "dump", self.path])
+              if not os.path.exists("/dev/ipmi0")),
         ]
-        if not os.path.exists("/dev/ipmi0"):
-            rows += [(args, "no BMC driver at /dev/ipmi[03]: load it")
-                     for args in (["--json", "info"], ["raw", "6", "1"], ["--node=3", "sdr", "dump", self.path])]
         for args, pattern in rows:
             self.check(args, err=pattern, status=2)
         self.assertEqual(os.listdir(self.folder), [])
@@ -277,7 +266,7 @@ class ToolTest(unittest.TestCase):
             r"FRU device locator +\d+  0x20 FRU 1   10\.1 +PSU FRU", r"device locator +\d+  0x6e +7\.1 +FPGA",
             r"controller locator +\d+  0x82 +\d+\.\d+ +Node MC", r"OEM +\d+  - +- +d9 7e 00 01 02",
             r"entity association +16  - +8\.1 +contains 32\.1 to 32\.\d+",
-            r"device entity association +32  0x20 +23\.1 +contains 29\.97")])
+            r"device entity association +32  0x20 +23\.1 +contains 29\.97$")])
         self.assertEqual(len(text.splitlines()), len(records) + 1)
 
     def test_cut_records(self):
@@ -373,11 +362,9 @@ class ToolTest(unittest.TestCase):
         """On ids without gaps, and on those that deletions leave, where the library jumps to a wrong record or none."""
         logs = (range(1, 21), [*range(1, 11), *range(15, 25)], [1, 2, *range(101, 119)])
         rows = [  # arguments; which of 20 records, one an hour, fifth and last without a time
-            ([], range(20)), (["--last", "1"], [19]), (["--last=7"], range(13, 20)), (["--last", "20"], range(20)),
-            (["--last", "65535"], range(20)), (["--since", "1970-01-01"], range(20)),
-            (["--since=2024-01-01T04:00:00Z"], range(3, 20)), (["--since", "2024-01-01 04:00"], range(8, 20)),
-            (["--since", "2024-01-01 04:00:01", "--utc"], range(5, 20)), (["--since", "2024-01-02"], []),
-            (["--since=2024-01-01T09:00:00+05:00", "--last", "10"], range(10, 20)),
+            ([], range(20)), (["--last", "1"], [19]), (["--last=7"], range(13, 20)), (["--last", "65535"], range(20)),
+            (["--since", "1970-01-01"], range(20)), (["--since", "2024-01-01 04:00"], range(8, 20)), (["--since", "2024-01-02"], []),
+            (["--since", "2024-01-01 04:00:01", "--utc"], range(5, 20)), (["--since=2024-01-01T04:00:00Z", "--last", "10"], range(10, 20)),
         ]
         environment = {**os.environ, "CIM_IPMI_SEL_ENTRIES": "5", "TZ": "XYZ+05:00"}
         for ids in logs:
@@ -480,15 +467,6 @@ class ToolTest(unittest.TestCase):
         self.check(["sel", "info"], [rf"^  {key} +-$" for key in (
             "allocation units", "largest record units", "clock", "logging", "last processed")], sim=self.faults(*refused))
 
-    def test_sel_in_part(self):
-        """What can be read is listed, and one line says what is missing."""
-        rows = [(0x43, 4, [1, 2, 3], 2, "only 3 of 7 records could be read"), (0x23, 9, range(1, 8), 0, "no names of")]
-        log = self.log()
-        for cmd, start, ids, status, pattern in rows:
-            sim = self.faults({"netfn": 10, "cmd": cmd, "from": start, "every": 1, "completion_code": 0xce})
-            found = self.check(["--json", "sel"], {}, pattern, status, sim=[*sim, *log[-2:]])["sel"]
-            self.assertEqual([record["id"] for record in found], list(ids))
-
     def test_failing_bmc(self):
         """One line says why; a dump is whole or not there, and sensors are not listed in part."""
         again = [{"offset": 1, "value": 1}, {"offset": 2, "value": 0}]  # the next record is always record 1
@@ -516,6 +494,12 @@ class ToolTest(unittest.TestCase):
                 self.check(args, err=pattern, status=2, sim=sim)
                 self.assertEqual(self.path.read_bytes(), b'"as before"')
                 self.assertEqual(sorted(os.listdir(self.folder)), ["faults.json", "sdr.bin"])
+        log = self.log()  # what can be read of it is listed
+        for cmd, start, ids, status, pattern in ((0x43, 4, [1, 2, 3], 2, "only 3 of 7 records could be read"),
+                                                 (0x23, 9, [1, 2, 3, 4, 5, 6, 7], 0, "no names of")):
+            sim = self.faults({"netfn": 10, "cmd": cmd, "from": start, "every": 1, "completion_code": 0xce})
+            found = self.check(["--json", "sel"], {}, pattern, status, sim=[*sim, *log[-2:]])["sel"]
+            self.assertEqual([record["id"] for record in found], ids)
 
 
 if __name__ == "__main__":
