@@ -4,8 +4,6 @@
 #include "SimSupport.h"
 #include "sim/machine/SdrWriter.h"
 
-#include <gtest/gtest.h>
-
 namespace Sim
 {
 
