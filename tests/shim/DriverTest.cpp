@@ -159,11 +159,7 @@ TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 TEST_F(Driver, refusesBadRequests)
 {
     const auto at = [](long place) { return reinterpret_cast<std::uint8_t*>(place); };
-    const struct {
-        const char* name;
-        int error;
-        std::function<void(Send&)> bend;
-    } rows[] = {
+    const std::tuple<const char*, int, std::function<void(Send&)>> rows[] = {
         {"271 bytes", EMSGSIZE, [](Send& s) { s.length(271); }},
         {"odd network function", EINVAL, [](Send& s) { s.request.msg.netfn = 0x07; }},
         {"short address", EINVAL, [](Send& s) { s.request.addr_len = 7; }},
@@ -181,10 +177,10 @@ TEST_F(Driver, refusesBadRequests)
         {"channel past the last", EINVAL, [](Send& s) { s.to(0x01, 12, 0x82); }},
         {"channel below the first", EINVAL, [](Send& s) { s.to(0x01, -1, 0x82); }},
     };
-    for (const auto& row : rows) {
+    for (const auto& [name, error, bend] : rows) {
         Send send;
-        row.bend(send);
-        EXPECT_EQ(send.by(device), row.error) << row.name;
+        bend(send);
+        EXPECT_EQ(send.by(device), error) << name;
     }
     for (const auto request : {IPMICTL_SEND_COMMAND, IPMICTL_RECEIVE_MSG})
         EXPECT_EQ(device.control(request, nullptr), EFAULT) << request;
@@ -204,36 +200,25 @@ TEST_F(Driver, refusesBadRequests)
 
 TEST_F(Driver, receivesByTheRoomGiven)
 {
-    const struct {
-        const char* name;
-        unsigned long request;
-        std::uint16_t room, addressRoom;
-        int error;
-        bool consumed;
-    } rows[] = {
-        {"fits", IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true},
-        {"fits, not truncating", IPMICTL_RECEIVE_MSG, 40, 8, 0, true},
-        {"cut", IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true},
-        {"cut to nothing", IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true},
-        {"stays", IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false},
-        {"address room 4", IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false},
-        {"address room 4, not truncating", IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false},
+    const std::tuple<unsigned long, std::uint16_t, std::uint16_t, int, bool> rows[] = {
+        // room for 40 bytes and for the address, the errno, whether the message has gone then
+        {IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true},        {IPMICTL_RECEIVE_MSG, 40, 8, 0, true},
+        {IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true}, {IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true},
+        {IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false},      {IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false},
+        {IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false},
     };
     Bytes answer(40);
     std::iota(answer.begin(), answer.end(), std::uint8_t{0});
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [request, room, addressRoom, error, consumed] : rows) {
+        SCOPED_TRACE(std::to_string(request) + ' ' + std::to_string(room) + ' ' + std::to_string(addressRoom));
         bmc.expect({0x06, 0x01}, answer);
         ASSERT_EQ(Send().by(device), 0);
-        const Receive first(device, row.request, row.room, row.addressRoom);
-        EXPECT_EQ(first.error, row.error);
-        EXPECT_EQ(first.message.recv_type, row.consumed ? IPMI_RESPONSE_RECV_TYPE : -1);
-        EXPECT_EQ(first.room[row.consumed ? row.room : 0U], 0xef) << "past the room";
-        const Receive again(device, row.request);
-        EXPECT_EQ(again.error, row.consumed ? EAGAIN : 0);
-        EXPECT_EQ(again.message.recv_type, row.consumed ? -1 : IPMI_RESPONSE_RECV_TYPE);
-        EXPECT_EQ((row.consumed ? first : again).data(),
-                  Bytes(answer.begin(), answer.begin() + (row.consumed ? row.room : 40)));
+        const Receive first(device, request, room, addressRoom), again(device, request);
+        EXPECT_EQ(std::pair(first.error, again.error), std::pair(error, consumed ? EAGAIN : 0));
+        EXPECT_EQ((consumed ? first : again).message.recv_type, IPMI_RESPONSE_RECV_TYPE);
+        EXPECT_EQ((consumed ? again : first).message.recv_type, -1);
+        EXPECT_EQ(first.room[consumed ? room : 0U], 0xef) << "past the room";
+        EXPECT_EQ((consumed ? first : again).data(), Bytes(answer.begin(), answer.begin() + (consumed ? room : 40)));
     }
 }
 

@@ -31,10 +31,7 @@ protected:
     /// A new virtual machine.
     Descriptor connect()
     {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(server.port());
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const sockaddr_in address{AF_INET, htons(server.port()), {htonl(INADDR_LOOPBACK)}, {}};
         Descriptor machine(::socket(AF_INET, SOCK_STREAM, 0));
         EXPECT_EQ(::connect(machine.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         serveWhatComes();
