@@ -11,6 +11,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 SIM = sys.argv[1]
@@ -198,6 +199,9 @@ class ExecTest(unittest.TestCase):
         script = "trap 'echo INT' INT; trap 'echo END; exit 3' TERM; echo ready; while :; do sleep 0.05; done"
         process, terminal = pty.fork()
         if process == 0:
+            modes = termios.tcgetattr(1)
+            modes[3] |= termios.NOFLSH  # Ctrl-C drops nothing that the program writes when it hears of it
+            termios.tcsetattr(1, termios.TCSANOW, modes)
             signal.signal(signal.SIGINT, signal.SIG_DFL)  # whoever runs this test may ignore it
             os.execv(SIM, [SIM, "exec", "--", "sh", "-c", script])
         self.addCleanup(os.close, terminal)
