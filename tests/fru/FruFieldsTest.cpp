@@ -165,6 +165,23 @@ TEST(FruRecords, OfEveryTypeInPhysicalUnits)
     EXPECT_EQ(lines(area.fields()), together);
 }
 
+TEST(FruRecords, DamagedOnesAreMarkedAndShown)
+{
+    const struct {
+        std::size_t place; // of the byte that is wrong, in the first of two records
+        std::size_t records;
+    } rows[] = {{1, 1}, {4, 1}, {3, 1}, {5, 2}, {17, 2}}; // a wrong header is the last one
+    for (const auto& row : rows) {
+        Bytes bytes = joined({record(1, kDc), record(2, kDc, true)});
+        bytes[row.place] ^= 0x04;
+        const auto records = areaOf<IpmiFruMulti>(bytes).records();
+        ASSERT_EQ(records.size(), row.records) << row.place;
+        EXPECT_FALSE(records[0].checksumOk) << row.place;
+        EXPECT_EQ(records[0].fields.size(), 8u);
+        EXPECT_TRUE(row.records == 1 || records[1].checksumOk);
+    }
+}
+
 TEST(FruRecords, SupplyValuesThatAreUnspecifiedOrDependOnOthers)
 {
     const struct {
