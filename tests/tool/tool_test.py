@@ -20,11 +20,11 @@ SAMPLE = pathlib.Path(__file__).resolve().parents[2] / "sim" / "machines" / "sam
 
 
 def part(found, wanted):
-    """What is `found` where `wanted` has something; lists by their entries' names or ids."""
+    """What is `found` where `wanted` has something; lists by their entries' names, ids or kinds."""
     if not isinstance(wanted, dict):
         return round(found, 2) if isinstance(found, float) else found
     if isinstance(found, list):
-        found = {entry["name"] if "name" in entry else entry["id"]: entry for entry in found}
+        found = {next(entry[key] for key in ("name", "id", "kind") if key in entry): entry for entry in found}
     return {key: part(found[key], value) for key, value in wanted.items()}
 
 
@@ -123,6 +123,19 @@ class ToolTest(unittest.TestCase):
             *((["sel", "--follow", *other], "excludes") for other in (["--last", "3"], ["--clear", "--yes"], ["--save", "f"])),
             *((args, "no BMC driver at /dev/ipmi[03]: load it") for args in (["--json", "info"], ["--node=3", "sdr", "dump", self.path])
               if not os.path.exists("/dev/ipmi0")),
+        ]
+        rows += [
+            (["fru", "decode"], "FILE is required"), (["fru", "decode", missing], "cannot read .*: No such file"),
+            (["fru", "decode", "/dev/zero"], "too long"),
+            (["fru", "decode", "/dev/null"], "no FRU image: too short for a common header: 0"),
+            (["fru", "decode", "/proc/self/cmdline"], "no FRU image: unknown format"),
+            (["fru", "decode", missing, "--dump", self.path], "--dump does not go with fru decode"),
+            (["fru", "1", "decode", missing], "does not go with fru decode"),
+            (["fru", "1", "2"], "not expected: 2"), (["fru", "--dump", missing + "/file"], "cannot write .*: No such file"),
+            *(([self.sim, "fru", *option, name], r"no FRU device .* here: there are Mainboard \(FRU 0\), ")
+              for name in ("\033", "0x100", "Main") for option in ([], ["--dump", self.path])),
+            ([self.sim, "fru", "0", "--dump", self.path], r"name one of .*: Mainboard \(FRU 0\), Node Board \(FRU 0\)$"),
+            ([self.sim, "fru", "Riser EEPROM", "--dump", self.path], r"Riser EEPROM \(0xa4\): not asked: .* private bus 1"),
         ]
         for args, pattern in rows:
             self.check(args, err=pattern, status=2)
@@ -378,10 +391,12 @@ class ToolTest(unittest.TestCase):
         machine = self.written("machine.json", {
             "name": "hostile", "system_info": {"os_name": "\033]0;owned\007\u009b31m"},
             "sdr": [{"name": "A\033[31m\r\nB\u009b", "number": 1, "entity": 7, "type": "temperature",
-                     "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40}],
+                     "unit": "degrees C", "thresholds": {"uc": 30}, "value": 40},
+                    {"kind": "fru", "name": "B\033[31m\u009b", "device": 0, "entity": 7}],
+            "fru": [{"device": 0, "board": ["A\033[31m\r\nB\u009b"]}],
             "sel": ["01 00 02 10 5e 9a 65 20 00 04 01 01 01 59 5f 55"]})
         verbs = (["sensors"], ["info"], ["entities"], ["sensors", "--verbose"], ["sensors", "--watch=1", "--count=1"],
-                 ["sdr", "list"], ["sel"])
+                 ["sdr", "list"], ["sel"], ["fru"])
         for args in (*verbs, *(["--json", *verb] for verb in verbs)):
             with self.subTest(args=args):
                 result = run(f"--sim={machine}", *args, text=False)
@@ -425,6 +440,62 @@ class ToolTest(unittest.TestCase):
                 os.remove(self.path)
                 self.check(["sdr", "dump", self.path], sim=self.faults(*plan))
                 self.assertEqual(self.path.read_bytes(), expected)
+
+    def test_fru(self):
+        """Devices with their areas and records; an image shows the same when its file is read again."""
+        supply = {"checksum_ok": True, "fields": {
+            "Overall Capacity": {"value": 500, "unit": "W"}, "Hot Swap Support": {"value": True}}}
+        found = self.check([self.sim, "--json", "fru"], {"fru": {
+            "Mainboard": {"id": 0, "controller": 0x20, "lun": 0, "channel": 0, "size": 512, "error": None,
+                          "entity": {"id": 7, "instance": 1, "name": "System Board"},
+                          "areas": {"internal": {"checksum_ok": True},
+                                    "chassis": {"fields": {"Chassis Type": {"value": "Rack Mount Chassis", "code": 23}}},
+                                    "board": {"fields": {"Mfg. Date / Time": {"value": "2020-12-31T06:00:00Z"}}},
+                                    "product": {"checksum_ok": True, "whole": True}},
+                          "records": {"DC Load": {"type": 2, "fields": {"Nominal Voltage": {"value": 12, "unit": "V"}}}}},
+            "PSU FRU": {"records": {"Power Supply Information": supply}},
+            "PSU2 FRU": {"areas": {"product": {"checksum_ok": False, "fields": {
+                "Product Serial Number": {"value": "PSU0002", "encoding": "latin-1"}}}},
+                "records": {"Power Supply Information": supply}},
+            "Riser EEPROM": {"logical": False, "bus": 1, "id": 0xa4, "areas": {}},
+            "Node Board": {"id": 0, "controller": 0x82}}})["fru"]
+        self.assertEqual([name for name in (fru["name"] for fru in found) if name.startswith("DIMM ")],
+                         ["DIMM SPD", "DIMM A1", "DIMM B1", "DIMM C1"])
+        for args, names in ((["0"], ["Mainboard", "Node Board"]), (["0xa4"], ["Riser EEPROM"]), (["psu fru"], ["PSU FRU"])):
+            shown = self.check([self.sim, "--json", "fru", *args], {})["fru"]
+            self.assertEqual(shown, [fru for fru in found if fru["name"] in names])
+        self.check([self.sim, "fru", "PSU2 FRU"], (
+            r"\APSU2 FRU \(FRU 2\)$", r"^  entity +Power Supply 2 \(10\.2\)$", r"^  controller +0x20, LUN 0, channel 0$",
+            r"^  product area +checksum wrong$", r"^    Product Serial Number +PSU0002$", r"^      Peak VA +550 VA$"))
+        self.check([self.sim, "fru", "0xa4"], r"^  contents +not asked: it is on private bus 1")
+        for fru in found:
+            if not fru["areas"]:
+                continue
+            dumped = self.check([self.sim, "--json", "fru", fru["name"], "--dump", self.path], {"file": str(self.path)})
+            again = self.check(["--json", "fru", "decode", self.path], {})["fru"]
+            self.assertEqual((dumped["bytes"], [fru["size"]]), (self.path.stat().st_size, [image["size"] for image in again]))
+            self.assertEqual({**fru, **dict.fromkeys(key for key, value in again[0].items() if value is None)}, again[0])
+
+    def test_fru_in_part(self):
+        """An image is written whole or not at all, wherever it fails; a device that fails says so in its place."""
+        machine = self.written("machine.json", {"name": "one", "fru": [{"device": 0, "board": ["A"]}],
+                                                "sdr": [{"kind": "fru", "name": "Board", "device": 0, "entity": 7}]})
+        for cmd, first, last in ((0x10, 1, 2), (0x11, 1, 15)):
+            for start in range(first, last + 1):
+                plan = self.written("faults.json", {"faults": [
+                    {"netfn": 10, "cmd": cmd, "from": start, "every": 1, "completion_code": 0xcb}]})
+                self.written("sdr.bin", "as before")
+                sim = ["--machine", machine, "--faults", plan]
+                self.check(["fru", "0", "--dump", self.path], err="cannot read Board .*0xcb, requested .*of .* bytes read",
+                           status=2, sim=sim)
+                self.assertEqual(self.path.read_bytes(), b'"as before"')
+                found = self.check(["--json", "fru"], {}, sim=sim)["fru"][0]
+                if start == 1:
+                    self.assertRegex(found["error"], "refuses: completion code 0xcb")
+        refused = self.faults({"netfn": 10, "cmd": 0x20, "completion_code": 0xc1})
+        found = self.check(["--json", "fru"], {}, "FRU devices may be missing: .* no sensor repository", 2, sim=refused)
+        self.assertEqual([(fru["id"], fru["name"], fru["entity"], len(fru["areas"])) for fru in found["fru"]],
+                         [(0, None, None, 4)])
 
     def shell(self, script):
         """Runs a script in which $T is the tool and $F a folder, all of it on one BMC with seven records."""
