@@ -22,9 +22,8 @@ void drain(int fd)
     Sim::Frame::Datagram frame;
     ssize_t length = 0;
     while ((length = ::recv(fd, &frame, sizeof frame, MSG_DONTWAIT | MSG_TRUNC)) > 0) {
-        Fuzz::demand(static_cast<std::size_t>(length) >= sizeof frame.header &&
-                         static_cast<std::size_t>(length) <= sizeof frame,
-                     "a whole frame");
+        const auto size = static_cast<std::size_t>(length);
+        Fuzz::demand(size >= sizeof frame.header && size <= sizeof frame, "a whole frame");
         Fuzz::demand(frame.header.kind == Sim::Frame::kHello || frame.header.kind == Sim::Frame::kMessage, "a message");
     }
     ::close(fd);

@@ -45,13 +45,9 @@ int drive(Ipmi::wire::Reader input)
 /// Both ways to receive, past the library: a user's buffer is never overrun.
 void receive(int fd, unsigned long request)
 {
-    std::vector<std::uint8_t> data(7);
-    ipmi_addr address{};
-    ipmi_recv message{.recv_type = 0,
-                      .addr = reinterpret_cast<unsigned char*>(&address),
-                      .addr_len = sizeof address,
-                      .msgid = 0,
-                      .msg = {0, 0, static_cast<unsigned short>(data.size()), data.data()}};
+    std::vector<std::uint8_t> data(7); // whose end the sanitizer knows
+    std::vector<std::uint8_t> address(sizeof(ipmi_addr));
+    ipmi_recv message{0, address.data(), sizeof(ipmi_addr), 0, {0, 0, 7, data.data()}};
     ::ioctl(fd, request, &message);
 }
 

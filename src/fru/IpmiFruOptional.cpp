@@ -61,9 +61,8 @@ std::string sixBitWithNul(const IpmiFruOptional& area, unsigned int start, unsig
         return {};
     }
     for (unsigned int i = 0; i < count; ++i) {
-        const unsigned int group = start + i / 4 * 3, end = start + length;
-        const auto byte = [&](unsigned int index) { return index < end ? area.at(index) : 0U; };
-        const unsigned int value = byte(group) | byte(group + 1) << 8 | byte(group + 2) << 16;
+        const unsigned int group = start + i / 4 * 3; // no character is made of bits behind the field
+        const unsigned int value = area.at(group) | area.at(group + 1) << 8U | area.at(group + 2) << 16U;
         buffer[i] = static_cast<char>((value >> i % 4 * 6 & 0x3f) + 0x20);
     }
     return {buffer.get(), count + 1};

@@ -12,7 +12,7 @@ import sys
 SONAME = "libtrx-ipmi.so.1"
 ALLOWED_LIBRARIES = {"libc.so.6", "libm.so.6", "libstdc++.so.6", "libgcc_s.so.1", "ld-linux-x86-64.so.2"}
 CLANG = "clang++-14"
-TABLES = ("vtable for ", "typeinfo for ", "typeinfo name for ")
+TABLES = ("vtable for ", "typeinfo for ", "typeinfo name for ")  # in the list; they come with a class's virtual functions
 
 
 def output(*command, text=None):
@@ -44,10 +44,6 @@ def is_inline(node):
                 or any(i["kind"] == "CompoundStmt" for i in node.get("inner", [])))
 
 
-def is_virtual(node):
-    return bool(node.get("virtual") or any(i["kind"] == "OverrideAttr" for i in node.get("inner", [])))
-
-
 def in_library(node):
     """Whether the headers promise that the library has this function or variable."""
     if node["kind"] == "VarDecl":
@@ -57,19 +53,12 @@ def in_library(node):
 
 
 def promises(nodes):
-    """The symbols that must be exported, and whether each is a virtual function."""
+    """The symbols of functions and variables that must be exported."""
     for node in nodes:
         if node.get("kind") in ("NamespaceDecl", "LinkageSpecDecl", "CXXRecordDecl"):
             yield from promises(node.get("inner", []))
         elif "mangledName" in node and in_library(node):
-            yield node["mangledName"], is_virtual(node)
-
-
-def declared(include):
-    """Names that the public headers promise; a class with virtual functions has tables of its own."""
-    promised = set(promises(declarations(include)))
-    classes = {name.split("(")[0].rpartition("::")[0] for name in names(symbol for symbol, virtual in promised if virtual)}
-    return names(symbol for symbol, _ in promised) | {table + name for table in TABLES for name in classes}
+            yield node["mangledName"]
 
 
 def complain(title, wrong):
@@ -88,14 +77,14 @@ def check_dynamic_section(library):
 def main(arguments):
     update = "--update" in arguments
     library, include, list_file = [a for a in arguments if a != "--update"]
-    actual, promised = exported(library), declared(include)
+    actual, promised = exported(library), names(promises(declarations(include)))
     if update:
         with open(list_file, "w", encoding="utf-8") as out:
             out.write("\n".join(sorted(actual)) + "\n")
     with open(list_file, encoding="utf-8") as reviewed_file:
         reviewed = set(reviewed_file.read().splitlines())
     wrong = [complain("declared in a public header, not exported:", promised - actual),
-             complain("exported, in no public header:", actual - promised),
+             complain("exported, in no public header:", {n for n in actual - promised if not n.startswith(TABLES)}),
              complain(f"exported, not in {list_file}:", actual - reviewed),
              complain(f"in {list_file}, not exported:", reviewed - actual),
              check_dynamic_section(library)]

@@ -29,7 +29,7 @@ static_assert(offsetof(CMPIBrokerEncFT, trace) == 128);
 static_assert(offsetof(CMPIStringFT, getCharPtr) == 24 && offsetof(CMPIDateTimeFT, isInterval) == 40);
 
 constexpr auto kPoint = CmpiDateTime::kPointInTime, kInterval = CmpiDateTime::kInterval;
-constexpr unsigned long long kDay = 86'400'000'000, kUnknown = 253'370'764'800'000'000;
+constexpr unsigned long long kDay = 86'400'000'000;
 
 std::string textOf(const CMPIDateTime* dateTime)
 {
@@ -40,10 +40,8 @@ std::string textOf(const CMPIDateTime* dateTime)
 TEST(CmpiStatus, keepsTheCodeAndLogsTheText)
 {
     Support::LogCapture log;
-    const CmpiStatus status(CMPI_RC_ERROR, "what happened");
-    EXPECT_EQ(status.rc(), CMPI_RC_ERROR);
-    EXPECT_STREQ(status.msg(), "(null)");
-    EXPECT_EQ(CmpiStatus(CMPI_RC_ERR_FAILED, nullptr).rc(), CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(CmpiStatus(CMPI_RC_ERROR, "what happened").rc(), CMPI_RC_ERROR);
+    EXPECT_STREQ(CmpiStatus(CMPI_RC_ERR_FAILED, nullptr).msg(), "(null)");
     const std::vector<Support::LogLine> expected{{LOG_ERR, "CmpiStatus error 200 what happened"},
                                                  {LOG_ERR, "CmpiStatus error 1 (null)"}};
     EXPECT_EQ(log.lines(), expected);
@@ -156,11 +154,9 @@ TEST(CmpiDateTime, worksWithoutABroker)
             EXPECT_EQ(textOf(CmpiDateTime(*value, interval ? kInterval : kPoint).get()), text);
         }
     }
-    for (const auto& [value, type] :
-         {std::pair(2'932'897 * kDay, kPoint), {100'000'000 * kDay, kInterval}, {~0ULL, kPoint}})
+    for (const auto& [value, type] : {std::pair(2'932'897 * kDay, kPoint), {100'000'000 * kDay, kInterval}})
         EXPECT_THROW(CmpiDateTime(value, type), CmpiStatus) << value;
-    const CmpiDateTime unknown = CmpiDateTime::Unknown();
-    EXPECT_EQ(unknown.get()->ft->getBinaryFormat(unknown.get(), nullptr), kUnknown);
+    EXPECT_EQ(textOf(CmpiDateTime::Unknown().get()), "99990101000000.000000+000");
 }
 
 TEST(CmpiDateTime, ownObjectsDoNotPileUpAndClonesStay)
@@ -178,8 +174,7 @@ TEST(CmpiDateTime, ownObjectsDoNotPileUpAndClonesStay)
     std::thread([] { EXPECT_NO_THROW(CmpiDateTime(1, kInterval)); }).join();
 
     auto* pooled = const_cast<CMPIDateTime*>(first.get());
-    EXPECT_EQ(pooled->ft->release(pooled).rc, CMPI_RC_OK);
-    EXPECT_EQ(text->ft->release(text).rc, CMPI_RC_OK); // its date-time's: still there
+    EXPECT_EQ(pooled->ft->release(pooled).rc + text->ft->release(text).rc, CMPI_RC_OK); // its date-time's: still there
     EXPECT_EQ(textOf(clone), "19700101000000.000001+000");
     EXPECT_EQ(clone->ft->release(clone).rc, CMPI_RC_OK);
     EXPECT_STREQ(textClone->ft->getCharPtr(textClone, &status), "19700101000000.000001+000");

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""compare_log.py FOLDER NAME=RECORDS...: ipmitool and trx-ipmi must agree on an event log as log.sh has them show it, in NAME.*,
+"""compare_log.py NAME=RECORDS...: ipmitool and trx-ipmi must agree on an event log as log.sh has them show it, in NAME.*,
 and on RECORDS as the number of its records."""
 import json
 import re
@@ -36,15 +36,15 @@ def listed(text):
 
 def time_of(iso):
     """A time of trx-ipmi as ipmitool writes it, in a machine whose zone is UTC."""
+    if iso is None:
+        return "Not Available"
     year, month, day, clock = re.match(r"\d\d(\d\d)-(\d\d)-(\d\d)T([\d:]+)\+00:00$", iso).groups()
     return f"{month}/{day}/{year} {clock} UTC"
 
 
 def decoded(records):
     for record in records:
-        same = {"id": record["id"]}
-        if record["time"] is not None:
-            same["time"] = time_of(record["time"])
+        same = {"id": record["id"], "time": time_of(record["time"])} if record["time"] else {"id": record["id"]}
         if record["type"] == EVENT:
             same["sensor_number"] = record["sensor_number"]
             same["caption"] = record["caption"] and plain(record["caption"])
@@ -56,15 +56,14 @@ def summaries(text, info):
     theirs = {key.strip(): value.strip() for key, value in (line.split(":", 1) for line in text.splitlines() if ":" in line)}
     own = {"Version": info["version"], "Entries": str(info["entries"]), "Free Space": str(info["free_bytes"]),
            "Overflow": str(info["overflow"]).lower(),
-           "Last Add Time": time_of(info["last_addition"]) if info["last_addition"] else "Not Available",
-           "Last Del Time": time_of(info["last_erasure"]) if info["last_erasure"] else "Not Available"}
+           "Last Add Time": time_of(info["last_addition"]), "Last Del Time": time_of(info["last_erasure"])}
     theirs = {key: value.split()[0] if key in ("Version", "Free Space") else value for key, value in theirs.items() if key in own}
     return theirs, own
 
 
-def differences(folder, name, count):
+def differences(name, count):
     def read(extension):
-        with open(f"{folder}/{name}.{extension}", encoding="ascii") as file:
+        with open(f"{name}.{extension}", encoding="ascii") as file:
             return file.read()
 
     theirs, own = list(listed(read("list"))), list(decoded(json.loads(read("json"))["sel"]))
@@ -74,11 +73,8 @@ def differences(folder, name, count):
     return [f"{name}: expected {expected}, trx-ipmi has {found}" for expected, found in pairs if expected != found]
 
 
-def main(folder, *logs):
-    found = []
-    for log in logs:
-        name, count = log.split("=")
-        found += differences(folder, name, int(count))
+def main(*logs):
+    found = [text for log in logs for text in differences(log.split("=")[0], int(log.split("=")[1]))]
     print("\n".join(found[:10]), end="\n" if found else "")
     return 1 if found else 0
 

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # run.sh BUILD_DIR: runs the tests in one emulated machine with the real Linux IPMI driver and a BMC for each of them: QEMU's, which is
 # not this project's, loaded with the sample machine's records; and three that are simulated here and reached over the VM protocol.
-# What the tests leave in BUILD_DIR/driver/out the check-*.sh beside this judge.
+# What the tests leave in BUILD_DIR/driver/out check.sh beside this judges.
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 # shellcheck source=tests/driver/machine.sh

@@ -5,15 +5,13 @@
 //
 // A case is one command and one fault. Commands in a row are mostly alike, so lasting faults take turns from command to
 // command, and so do the lengths that answers are cut to, except that the first answer of each kind is cut to every
-// one. All cases run on a machine that has few records, but every kind of them; of those on machines with many, one of
+// one. All cases run on a machine that has few records, but every kind of them; of those on a machine with many, one of
 // so many. The cases of an operation are dealt out to kShards tests, which ctest runs beside each other.
 #include "faults/Model.h"
 #include "ipmi/IpmiNodeControl.h"
 #include "sel/SelBmc.h"
 #include "sim/machine/MachineFile.h"
-#include "sim/machine/RawFiles.h"
 
-#include <cstdlib>
 #include <set>
 #include <tuple>
 
@@ -30,7 +28,7 @@ struct Loop {
 };
 
 constexpr std::size_t kStride = kSanitized ? 31 : 7;
-constexpr Loop kComplete = {"miniature", 1}, kSample = {"sample", kStride}, kCapture = {"ztsystems", kStride};
+constexpr Loop kComplete = {"miniature", 1}, kSample = {"sample", kStride};
 constexpr std::size_t kShards = 2;
 
 struct Fault {
@@ -122,14 +120,6 @@ void PrintTo(const Loop& loop, std::ostream* out)
     *out << loop.machine;
 }
 
-/// A built-in machine, or the capture of one.
-Sim::Machine machineOf(const Loop& loop)
-{
-    if (loop.machine != std::string_view(kCapture.machine))
-        return Sim::loadMachine(loop.machine);
-    return Sim::machineFromRaw({.sdr = std::getenv("TRX_CAPTURES") + std::string("/") + loop.machine + "/sdr.bin"});
-}
-
 /// A healthy operation's commands, and how long their answers were.
 struct Command {
     Sim::Request request;
@@ -150,13 +140,12 @@ std::vector<Fault> faultsOf(const Command& command, std::size_t n, bool firstOfK
     return faults;
 }
 
-/// Commands so far without those that carry messages: how often the driver looks for one, and sends one again, depends
-/// on time.
+/// Commands so far without the driver's own.
 std::uint64_t workOf(const Sim::Bmc& bmc)
 {
     std::uint64_t work = 0;
     for (const auto& [command, count] : bmc.counts())
-        work += command.first == 0x06 && command.second >= 0x31 && command.second <= 0x34 ? 0 : count;
+        work += isDrivers(command.first, command.second) ? 0 : count;
     return work;
 }
 
@@ -165,9 +154,7 @@ using FailAtN = testing::TestWithParam<std::tuple<Loop, Operation, std::size_t>>
 TEST_P(FailAtN, ComesBackAndRecovers)
 {
     const auto& [loop, operation, shard] = GetParam();
-    if (loop.machine == std::string_view(kCapture.machine) && !std::getenv("TRX_CAPTURES"))
-        GTEST_SKIP() << "TRX_CAPTURES names no folder with captures";
-    const Sim::Machine machine = steady(machineOf(loop));
+    const Sim::Machine machine = steady(Sim::loadMachine(loop.machine));
     SdrBmc node(machine);
     Sim::Bmc twin(machine);
     ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0);
@@ -225,10 +212,6 @@ const auto nameOf = [](const auto& info) {
 };
 INSTANTIATE_TEST_SUITE_P(, FailAtN,
                          testing::Combine(testing::Values(kComplete, kSample), testing::ValuesIn(kLooped),
-                                          testing::Range<std::size_t>(0, kShards)),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Capture, FailAtN, // but for the event log, which is the same
-                         testing::Combine(testing::Values(kCapture), testing::ValuesIn(kLooped, kLooped + 3),
                                           testing::Range<std::size_t>(0, kShards)),
                          nameOf);
 

@@ -56,6 +56,12 @@ inline Model currentModel()
     return lines;
 }
 
+/// Those commands that the driver sends to carry the library's to a satellite. How many there are depends on time.
+inline bool isDrivers(std::uint8_t netfn, std::uint8_t cmd)
+{
+    return netfn == 0x06 && cmd >= 0x31 && cmd <= 0x34;
+}
+
 /// Of a random test: every run is the same, but where TRX_SEED says otherwise.
 inline std::uint64_t firstSeed()
 {

@@ -109,14 +109,14 @@ TEST(FruRecords, OfEveryTypeInPhysicalUnits)
                        "Output Number: 1 (number)",
                        "Nominal Voltage: -5 V (number)",
                        "Maximum Negative Voltage Deviation: -10 V (number)",
-                       "Maximum Positive Voltage Deviation: 10 V (number)",
+                       "Maximum Positive Voltage Deviation: -0.01 V (number)",
                        "Ripple and Noise pk-pk: 0.12 V (number)",
                        "Minimum Current Draw: 0.01 A (number)",
                        "Maximum Current Draw: 33.5 A (number)"};
     const Texts load{"Output Number: 1 (number)",
                      "Nominal Voltage: -5 V (number)",
                      "Specified Minimum Voltage: -10 V (number)",
-                     "Specified Maximum Voltage: 10 V (number)",
+                     "Specified Maximum Voltage: -0.01 V (number)",
                      "Specified Ripple and Noise pk-pk: 0.12 V (number)",
                      "Minimum Current Load: 0.01 A (number)",
                      "Maximum Current Load: 33.5 A (number)"};
@@ -163,6 +163,23 @@ TEST(FruRecords, OfEveryTypeInPhysicalUnits)
         together.insert(together.end(), rows[i].lines.begin(), rows[i].lines.end());
     }
     EXPECT_EQ(lines(area.fields()), together);
+}
+
+TEST(FruRecords, DamagedOnesAreMarkedAndShown)
+{
+    const struct {
+        std::size_t place; // of the byte that is wrong, in the first of two records
+        std::size_t records;
+    } rows[] = {{1, 1}, {4, 1}, {3, 1}, {5, 2}, {17, 2}}; // a wrong header is the last one
+    for (const auto& row : rows) {
+        Bytes bytes = joined({record(1, kDc), record(2, kDc, true)});
+        bytes[row.place] ^= 0x04;
+        const auto records = areaOf<IpmiFruMulti>(bytes).records();
+        ASSERT_EQ(records.size(), row.records) << row.place;
+        EXPECT_FALSE(records[0].checksumOk) << row.place;
+        EXPECT_EQ(records[0].fields.size(), 8u);
+        EXPECT_TRUE(row.records == 1 || records[1].checksumOk);
+    }
 }
 
 TEST(FruRecords, SupplyValuesThatAreUnspecifiedOrDependOnOthers)
@@ -223,7 +240,8 @@ TEST(DecodeFru, MarksWhatIsDamaged)
 {
     const Bytes chassis = info({1}, {latin("PN")}), records = joined({record(1, kDc), record(2, kDc, true)});
     const Bytes good = image(chassis, records), open = image(chassis, record(1, kDc)),
-                rest = image(chassis, joined({records, Bytes(3, 0xff)}));
+                rest = image(chassis, joined({records, Bytes(3, 0xff)})),
+                zero = image(chassis, joined({record(2, {}), records}));
     using Patch = std::vector<std::pair<std::size_t, std::uint8_t>>;
     const std::string start = "internal@8 8 chassis@16 8 ", wrongSum = "the common header has a wrong checksum";
     const struct {
@@ -235,6 +253,7 @@ TEST(DecodeFru, MarksWhatIsDamaged)
         {good, {}, 0, start + "multi-record@24 36 ", ""},
         {rest, {}, 0, start + "multi-record@24 36 ", ""},
         {open, {}, 0, start + "multi-record@24< 18 ", ""},
+        {zero, {}, 0, start + "multi-record@24< 5 ", ""},
         {good, {{18, 2}}, 0, "internal@8 8 chassis@16! 8 multi-record@24 36 ", ""},
         {good, {{17, 0}}, 0, "internal@8 8 chassis@16!< 0 multi-record@24 36 ", ""},
         {good, {{17, 9}}, 0, "internal@8 8 chassis@16!< 44 multi-record@24 36 ", ""},

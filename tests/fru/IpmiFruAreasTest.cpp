@@ -128,12 +128,12 @@ template <typename Area> void expectZerosBehind(const Bytes& bytes)
                   field.value);
 }
 
-template <typename Area> void spoil(const Bytes& sample)
+template <typename Area> void spoil(const Bytes& sample, unsigned int step = 1)
 {
     for (std::size_t size = 0; size < sample.size(); ++size)
         expectZerosBehind<Area>({sample.begin(), sample.begin() + static_cast<std::ptrdiff_t>(size)});
     for (std::size_t place = 0; place < sample.size(); ++place)
-        for (unsigned int value = 0; value < 0x100; ++value) {
+        for (unsigned int value = 0; value < 0x100; value += step) {
             Bytes bytes = sample;
             bytes[place] = static_cast<std::uint8_t>(value);
             expectZerosBehind<Area>(bytes);
@@ -146,7 +146,7 @@ TEST(FruArea, IsNeverReadPastItsEnd)
     spoil<IpmiFruBoard>(kBoard);
     spoil<IpmiFruChassis>(kChassis);
     spoil<IpmiFruProduct>(kProduct);
-    spoil<IpmiFruMulti>(kRecords);
+    spoil<IpmiFruMulti>(kRecords, 5); // it has many fields
 }
 
 TEST(FruArea, OwnsItsBytes)

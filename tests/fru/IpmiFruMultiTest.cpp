@@ -13,7 +13,7 @@ using namespace Ipmi;
 
 const Texts kSupplyValues{"750",   "900",  "25",   "10",    "9000",  "26400", "10000", "12000", "47",    "63",   "12",
                           "false", "true", "true", "false", "false", "10",    "2100",  "5 V",   "-12 V", "1600", ""};
-const Texts kLoadValues{"1", "-500", "-1000", "1000", "120", "10", "33500"};
+const Texts kLoadValues{"1", "-500", "-1000", "-1", "120", "10", "33500"};
 
 TEST(IpmiFruMulti, EveryKeyOfEveryType)
 {

@@ -2,7 +2,6 @@
 // A node's life on a BMC that resets, vanishes or falls silent at every command, and stops at every command.
 #include "node/LifeFixture.h"
 #include "sel/IpmiIfcSel.h"
-#include "transport/DriverRequests.h"
 #include "wire/Commands.h"
 
 #include <poll.h>
@@ -15,12 +14,11 @@ using namespace std::chrono_literals;
 namespace
 {
 
-using Heard = std::map<int, int>; ///< how often, by serial
-
+/// Counts how often it hears of each event, by serial.
 void hear(void* heard, IpmiSelData* event)
 {
     if (event)
-        ++(*static_cast<Heard*>(heard))[Node::serialOf(*event)];
+        ++(*static_cast<std::map<int, int>*>(heard))[Node::serialOf(*event)];
 }
 
 // --- resets
@@ -41,18 +39,15 @@ bool liveThroughReset(const Reset& reset, int nth)
     constexpr unsigned kSensors = 3, kOtherSensors = 5;
     constexpr int kLastCycle = 6;
     Node node(machineWith(kSensors));
-    Heard heard;
+    std::map<int, int> heard;
     int asked = 0;
-    std::ptrdiff_t descriptors = 0;
     const auto resetInTurn = [&](const Sim::Request&) {
         if (++asked != nth)
             return true;
         node.bmc.reset(kBmc, reset.silence);
         node.sim.device([&](Sim::Device& device) { device.setBusy(reset.busy); });
-        const Sim::Machine other = machineWith(kOtherSensors);
-        node.bmc.change([&](Sim::Machine& machine) {
-            machine.sdr = other.sdr;
-            machine.sensors = other.sensors;
+        node.bmc.change([other = machineWith(kOtherSensors)](Sim::Machine& machine) {
+            std::tie(machine.sdr, machine.sensors) = std::tie(other.sdr, other.sensors);
         });
         const auto state = node.bmc.state();
         state->clock.set(state->now() + static_cast<std::uint32_t>(reset.hours * 3600));
@@ -62,7 +57,6 @@ bool liveThroughReset(const Reset& reset, int nth)
         if (wait == 1) {
             IpmiIfc::registerSelEventHandler(hear, &heard);
             node.before = resetInTurn;
-            descriptors = openDescriptors();
         }
         if (wait == 2)
             node.before = nullptr;
@@ -71,7 +65,6 @@ bool liveThroughReset(const Reset& reset, int nth)
         if (wait == kLastCycle)
             node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
     });
-    EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_EQ(heard[kLastCycle], 1);
     for (const auto& [serial, times] : heard) // where the clock went back, what was newer than its new time comes again
         EXPECT_LE(times, reset.hours < 0 && serial == 1 ? 2 : 1) << serial;
@@ -93,32 +86,6 @@ TEST(Life, goesOnAfterAResetAtAnyCommandOfACycle)
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-TEST(Life, isASilentOneAfterAReopenThatFailed)
-{
-    const auto descriptors = openDescriptors();
-    for (int nth = 1; nth <= 20; ++nth) {
-        Node node(machineWith(3));
-        int opens = 0;
-        node.live(5, [&](int wait) {
-            if (wait == 1) {
-                node.sim.fail(IPMICTL_SEND_COMMAND, EBUSY, nth);
-                node.sim.fail(Support::SimNode::kOpen, ENODEV);
-                node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-            } else if (wait == 2) {
-                opens = node.sim.calls(Support::SimNode::kOpen);
-                node.bmc.clearCounts();
-            }
-        });
-        EXPECT_EQ(node.record.fd, -1);
-        EXPECT_EQ(node.sim.calls(Support::SimNode::kOpen), opens);
-        EXPECT_EQ(node.bmc.count(), 0u);
-        EXPECT_TRUE(node.sim.log().has(LOG_INFO, "Node 0: Unable to open node No such device"));
-        EXPECT_EQ(node.sim.log().count(LOG_WARNING, "Could not get SEL info for node 0 after 10 tries"),
-                  nth == 1 ? 4 : 3);
-    }
-    EXPECT_EQ(openDescriptors(), descriptors);
-}
-
 // --- stop, at every moment
 
 /// Another thread's stop, which has signalled when this returns.
@@ -130,46 +97,58 @@ std::thread beginStop(Node& node)
     return stopper;
 }
 
-/// A life that is stopped at its nth command, from start-up to the end of a full cycle. @return false when that has
-/// fewer commands
-bool stopAtCommand(int nth, bool answered)
+enum class In { command, silentCommand, pause };
+
+/// A life, of some full cycles, that is stopped in its nth command or pause before a retry; 0: before it begins.
+/// @return false when it has fewer
+bool stopIn(In what, int nth, int cycles, Faults faults = {})
 {
     Node node(machineWith(3));
+    node.bmc.setFaults(Sim::FaultPlan(std::move(faults)));
+    Support::FakeClock& clock = node.sim.clock();
     std::thread stopper;
-    int asked = 0, wait = 0;
-    std::chrono::milliseconds begin{0};
-    node.before = [&](const Sim::Request&) {
-        if (++asked != nth)
-            return true;
+    int count = 0, wait = 0;
+    auto begin = clock.steadyTime();
+    const auto isItsTurn = [&] {
+        if (++count != nth)
+            return false;
         stopper = beginStop(node);
-        begin = node.sim.clock().steadyTime();
-        return answered;
+        begin = clock.steadyTime();
+        return true;
     };
-    node.sim.clock().onWait([&] {
-        if (++wait == 2 && !stopper.joinable()) {
-            asked = nth;
+    if (what == In::pause)
+        clock.onSleep(isItsTurn);
+    else
+        node.before = [&](const Sim::Request&) { return !isItsTurn() || what == In::command; };
+    if (nth == 0)
+        stopper = std::thread([] { IpmiIfc::stop(0); });
+    while (nth == 0 && !node.record.shutdown)
+        std::this_thread::yield();
+    clock.onWait([&] {
+        if (++wait > cycles && !stopper.joinable()) {
+            count = nth; // not in what may still come
             stopper = std::thread([] { IpmiIfc::stop(0); });
         }
         node.addEvent(0);
+        node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
     });
     IpmiIfc::start(1);
     stopper.join();
-    if (wait < 2) {
-        EXPECT_EQ(asked, nth) << "asked after the stop";
-        EXPECT_LT(node.sim.clock().steadyTime() - begin, 1s);
+    if (wait <= cycles) {
+        EXPECT_EQ(count, nth) << "went on after the stop";
+        EXPECT_LT(clock.steadyTime() - begin, 1s);
     }
     EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
-    EXPECT_EQ(node.record.fd, -1);
-    EXPECT_EQ(node.record.signalCmdPipeFds[FD_WRITE], -1);
-    return wait < 2;
+    EXPECT_TRUE(node.record.fd == -1 && node.record.signalCmdPipeFds[FD_WRITE] == -1);
+    return wait <= cycles;
 }
 
 TEST(Stop, endsStartUpAndCycleAtAnyCommand)
 {
     const auto descriptors = openDescriptors();
-    for (const bool answered : {true, false}) {
-        int nth = 1;
-        while (stopAtCommand(nth, answered) && !HasFailure())
+    for (const In what : {In::command, In::silentCommand}) { // the first life's record has never been initialised
+        int nth = 0;
+        while (stopIn(what, nth, 1) && !HasFailure())
             ++nth;
         EXPECT_GT(nth, 40);
     }
@@ -177,57 +156,21 @@ TEST(Stop, endsStartUpAndCycleAtAnyCommand)
 }
 
 /// Each makes the library wait before it tries again: in the loop, and inside the checks of log and repository.
-const std::vector<Sim::FaultRule> kBusy[] = {
-    {fault(wire::kGetSelInfo.cmd, 2, 0, code(wire::cc::kNodeBusy))},
-    {fault(wire::kReserveSel.cmd, 1, 0, code(wire::cc::kNodeBusy))},
-    {fault(wire::kGetSelEntry.cmd, 1, 0, code(wire::cc::kNodeBusy))},
-    {fault(wire::kGetSelEntry.cmd, 1, 0, cut(9))},
-    {fault(wire::kGetSelEntry.cmd, 1, 0, kLost)},
-    {fault(wire::kGetSdr.cmd, 4, 0, cut(9))},
-    {fault(wire::kGetSdr.cmd, 1, 0, kLost)},
+const Sim::FaultRule kBusy[] = {
+    fault(wire::kGetSelInfo.cmd, 2, 0, code(wire::cc::kNodeBusy)),
+    fault(wire::kReserveSel.cmd, 1, 0, code(wire::cc::kNodeBusy)),
+    fault(wire::kGetSelEntry.cmd, 1, 0, code(wire::cc::kNodeBusy)),
+    fault(wire::kGetSelEntry.cmd, 1, 0, cut(9)),
+    fault(wire::kGetSelEntry.cmd, 1, 0, kLost),
+    fault(wire::kGetSdr.cmd, 4, 0, cut(9)),
+    fault(wire::kGetSdr.cmd, 1, 0, kLost),
 };
 
 TEST(Stop, endsAnyPauseBeforeARetry)
 {
-    for (const auto& busy : kBusy) {
-        SCOPED_TRACE(&busy - kBusy);
-        for (int nth = 1; nth <= 4; ++nth) {
-            Node node(machineWith(3));
-            node.bmc.setFaults(Sim::FaultPlan(busy));
-            std::thread stopper;
-            int slept = 0;
-            std::chrono::milliseconds begin{0};
-            node.sim.clock().onSleep([&] {
-                if (++slept != nth)
-                    return;
-                stopper = beginStop(node);
-                begin = node.sim.clock().steadyTime();
-            });
-            node.live(5, [&](int) {
-                node.addEvent(0);
-                node.record.pollType = IpmiIfc::IPMI_POLL_FULL;
-            });
-            ASSERT_TRUE(stopper.joinable()) << "nothing to wait for";
-            stopper.join();
-            EXPECT_EQ(slept, nth) << "waited after the stop";
-            EXPECT_EQ(node.sim.clock().steadyTime(), begin);
-        }
-    }
-}
-
-TEST(Stop, waitsForAStartThatComesLater)
-{
-    const auto descriptors = openDescriptors();
-    for (int life = 0; life < 2; ++life) { // the first one's record has never been initialised
-        Node node;
-        std::thread stopper([] { IpmiIfc::stop(0); });
-        while (!node.record.shutdown)
-            std::this_thread::yield();
-        IpmiIfc::start(1);
-        stopper.join();
-        EXPECT_EQ(node.bmc.count(), 0u);
-    }
-    EXPECT_EQ(openDescriptors(), descriptors);
+    for (const auto& busy : kBusy)
+        for (int nth = 1; nth <= 4; ++nth)
+            EXPECT_TRUE(stopIn(In::pause, nth, 4, {busy})) << "no pause " << nth << " at fault " << &busy - kBusy;
 }
 
 TEST(Stop, endsAPollAllThatWaitsForTheNode)

@@ -56,25 +56,20 @@ protected:
         std::uint8_t data[] = {0xaa, 0xbb};
         ipmiifc_req req;
         req.msgid = id;
-        req.msg.netfn = 0x06;
-        req.msg.cmd = cmd;
-        req.msg.data_len = flags == 0 ? 0 : sizeof data;
-        req.msg.data = data;
+        req.msg = {0x06, cmd, static_cast<std::uint16_t>(flags == 0 ? 0 : sizeof data), data};
         return IpmiIfcSendWresponse(0, &req, flags, supplied);
     }
 
     /// A message from the driver that the BMC has not sent.
     void deliver(std::uint8_t type, long id, const Bytes& data)
     {
-        sim.device([&](Sim::Device& device) {
-            Sim::Frame::Header header{};
-            header.receiveType = type;
-            header.addressType = Sim::Frame::kSystemInterface;
-            header.channel = Sim::Frame::kBmcChannel;
-            header.netfn = 0x07;
-            header.msgid = id;
-            device.deliver(header, data);
-        });
+        Sim::Frame::Header header{};
+        header.receiveType = type;
+        header.addressType = Sim::Frame::kSystemInterface;
+        header.channel = Sim::Frame::kBmcChannel;
+        header.netfn = 0x07;
+        header.msgid = id;
+        sim.device([&](Sim::Device& device) { device.deliver(header, data); });
     }
 
     IpmiNode& node = g_IpmiNode[0];

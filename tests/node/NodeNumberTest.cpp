@@ -15,10 +15,12 @@ using namespace Ipmi;
 namespace
 {
 
-/// A result in words.
-template <typename T> std::string told(const T& value)
+/// A result in words; that of a function that fills in a number, with the number.
+template <typename T, typename... Number> std::string told(const T& value, const Number&... number)
 {
-    if constexpr (std::is_convertible_v<T, std::string>)
+    if constexpr (sizeof...(number) != 0)
+        return told(value) + ": " + told(number...);
+    else if constexpr (std::is_convertible_v<T, std::string>)
         return value;
     else if constexpr (requires { value.size(); })
         return std::to_string(value.size());
@@ -32,80 +34,57 @@ template <typename T> std::string told(const T& value)
         return std::to_string(+value);
 }
 
+constexpr int kAnyState = -1;
+unsigned char maker[3], byte;
+unsigned short word;
+
+/// A member in its two forms, and what is told of a number that is none.
 struct Member {
     const char* name;
-    std::function<std::string(int node)> of;
-    std::function<std::string()> ofNode0;
-    std::string none; ///< what is told of a number that is none
+    std::string (*of)(int node);
+    std::string (*ofNode0)();
+    const char* none;
 };
-
-template <typename Result, typename... Arguments>
-Member member(const char* name, Result (*of)(int, Arguments...), Result (*ofNode0)(Arguments...), const char* none,
-              std::type_identity_t<Arguments>... arguments)
-{
-    return {name, [=](int node) { return told(of(node, arguments...)); }, [=] { return told(ofNode0(arguments...)); },
-            none};
-}
-
-/// One with a number to fill in.
-template <typename T> Member number(const char* name, int (*of)(int, T&), int (*ofNode0)(T&), const char* none = "4: 0")
-{
-    const auto ask = [](const auto& get) {
-        T value = 9;
-        const int result = get(value);
-        return std::to_string(result) + ": " + std::to_string(value);
-    };
-    return {name, [=](int node) { return ask([&](T& value) { return of(node, value); }); },
-            [=] { return ask(ofNode0); }, none};
-}
-
-int lengthOfMaker(int node, unsigned char& length)
-{
-    unsigned char id[3];
-    return IpmiIfc::getManufacturerId(node, id, length);
-}
-
-int lengthOfMaker(unsigned char& length)
-{
-    unsigned char id[3];
-    return IpmiIfc::getManufacturerId(id, length);
-}
-
-using State = IpmiIfc::IPMI_STATE;
-constexpr int kAnyState = -1;
-
-// A member's name, and its forms with a number and without one.
-#define BOTH(member) #member, IpmiIfc::member, IpmiIfc::member
+#define MEMBER(none, name, ...)                                                                                        \
+    {                                                                                                                  \
+#name, [](int node) { return told(IpmiIfc::name(node __VA_OPT__(, ) __VA_ARGS__)); },                             \
+     [] { return told(IpmiIfc::name(__VA_ARGS__)); }, none    \
+    }
+#define NUMBER(name, number)                                                                                           \
+    {                                                                                                                  \
+#name, [](int node) { return told(IpmiIfc::name(node, number), number); },                                        \
+     [] { return told(IpmiIfc::name(number), number); }, "4: 0"    \
+    }
 
 const Member kMembers[] = {
-    member(BOTH(getState), "0"),
-    member<State, int>(BOTH(waitState), "0", kAnyState),
-    member<State, int, long, long>(BOTH(timedWaitState), "0", kAnyState, 1, 0),
-    member(BOTH(getPollingInterval), "-1"),
-    member(BOTH(sendCmd), "255", 0x01, 0x06, 0, nullptr, nullptr, nullptr),
-    number("getManufacturerId", lengthOfMaker, lengthOfMaker),
-    member(BOTH(getManufacturerName), ""),
-    number(BOTH(getProductId)),
-    number(BOTH(getDeviceId)),
-    number(BOTH(getDeviceRevision)),
-    member(BOTH(getFirmwareVersion), ""),
-    member(BOTH(getIpmiVersion), ""),
-    member(BOTH(getHostOsName), ""),
-    member(BOTH(getHostOsVersion), ""),
-    number(BOTH(getSelfTest)),
-    member(BOTH(getSelfTestText), ""),
-    member(BOTH(getSdr), "0"),
-    member(BOTH(getSensors), "0"),
-    member(BOTH(getSensor), "null", 5, 0x20),
-    member(BOTH(getSel), "null"),
-    member(BOTH(getRawSelHeader), "0"),
-    member(BOTH(getSelData), "0"),
-    member(BOTH(getLastProcessedSELEntry), "0"),
-    member(BOTH(generatesMemoryEvents), "0"),
-    member(BOTH(selGetClock), "0"),
-    member(BOTH(getEntities), "0"),
-    member(BOTH(getEntityParent), "Unspecified", 10, 1),
-    member(BOTH(clearSel), "-2"),
+    MEMBER("0", getState),
+    MEMBER("0", waitState, kAnyState),
+    MEMBER("0", timedWaitState, kAnyState, 1, 0),
+    MEMBER("-1", getPollingInterval),
+    MEMBER("255", sendCmd, 0x01, 0x06, 0, nullptr, nullptr, nullptr),
+    MEMBER("4", getManufacturerId, maker, byte),
+    MEMBER("", getManufacturerName),
+    NUMBER(getProductId, word),
+    NUMBER(getDeviceId, byte),
+    NUMBER(getDeviceRevision, byte),
+    MEMBER("", getFirmwareVersion),
+    MEMBER("", getIpmiVersion),
+    MEMBER("", getHostOsName),
+    MEMBER("", getHostOsVersion),
+    NUMBER(getSelfTest, word),
+    MEMBER("", getSelfTestText),
+    MEMBER("0", getSdr),
+    MEMBER("0", getSensors),
+    MEMBER("null", getSensor, 5, 0x20),
+    MEMBER("null", getSel),
+    MEMBER("0", getRawSelHeader),
+    MEMBER("0", getSelData),
+    MEMBER("0", getLastProcessedSELEntry),
+    MEMBER("0", generatesMemoryEvents),
+    MEMBER("0", selGetClock),
+    MEMBER("0", getEntities),
+    MEMBER("Unspecified", getEntityParent, 10, 1),
+    MEMBER("-2", clearSel),
 };
 
 void ignore(void*, IpmiSelData*) {}

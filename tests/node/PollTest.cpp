@@ -3,7 +3,7 @@
 #include "node/LifeFixture.h"
 #include "support/FailingFcntl.h"
 
-#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <linux/ipmi.h>
 #include <sys/ioctl.h>
 
@@ -57,18 +57,11 @@ char afterEvents(int cycle)
 
 const Schedule kSchedules[] = {
     {"ordinary", IPMI_POLL_NORMAL, 30, {}, [](int n) { return eighth(n, 7, n == 231 || n == 471); }, 62},
-    {"each fourth", IPMI_POLL_NORMAL, 4, {}, [](int n) { return eighth(n, 7, (n + 1) / 8 % 4 == 3); }, 62},
     {"step 0 is 1", IPMI_POLL_NORMAL, 0, {}, [](int n) { return eighth(n, 7, true); }, 62},
     {"full", IPMI_POLL_FULL, 30, {}, [](int) { return char(kRepository); }, 500},
     {"sensors", IPMI_POLL_SENSORS, 30, {}, [](int) { return char(kReadings); }, 0},
     {"event log", IPMI_POLL_SEL, 30, {}, [](int) { return char(kEventLog); }, 0},
-    {"event log, then ordinary",
-     IPMI_POLL_SEL,
-     1,
-     {},
-     [](int n) { return char(n % 8 == 0 ? kRepository : kEventLog); },
-     62,
-     8},
+    {"event log, then ordinary", IPMI_POLL_SEL, 1, {}, [](int n) { return eighth(n, 8, true); }, 62, 8},
     {"none", IPMI_POLL_NONE, 30, {}, [](int) { return char(kNothing); }, 0},
     {"new events", IPMI_POLL_NORMAL, 30, {3, 100}, afterEvents, 2 + 12 + 50},
     {"events, readings", IPMI_POLL_SENSORS, 30, {5}, [](int n) { return char(n == 5 ? kRepository : kReadings); }, 1},
@@ -162,76 +155,63 @@ TEST(Start, asksWhoIsThereAndThenForTheEventLogAndTheLan)
     Node node;
     setenv("CIM_IPMI_RETRIES", "3", 1);
     node.live(1, [](int) {});
-    for (const auto request : {IPMICTL_SET_TIMING_PARMS_CMD, IPMICTL_SET_GETS_EVENTS_CMD, IPMICTL_SET_MY_ADDRESS_CMD})
+    for (const unsigned long request :
+         {IPMICTL_SET_TIMING_PARMS_CMD, IPMICTL_SET_GETS_EVENTS_CMD, IPMICTL_SET_MY_ADDRESS_CMD})
         EXPECT_EQ(node.sim.calls(static_cast<unsigned int>(request)), 1);
     std::vector<int> asked;
     for (const Sim::Request& request : node.bmc.log())
         if (request.cmd != 0x42 || request.netfn != 0x06) // asked for until the LAN channel is known
             asked.push_back(request.netfn << 8 | request.cmd);
-    const std::vector<int> identity{0x601, 0x659, 0x659, 0x604, 0xa20}, next{0xa41, 0xa40, 0xa42, 0xc02};
-    EXPECT_TRUE(std::ranges::equal(identity, std::span(asked).first(5)));
-    EXPECT_FALSE(std::ranges::search(asked, next).empty());
-    EXPECT_EQ(asked.back(), 0xa10) << "the inventory";
+    EXPECT_THAT(std::span(asked).first(5), testing::ElementsAre(0x601, 0x659, 0x659, 0x604, 0xa20)); // who is there
+    EXPECT_FALSE(std::ranges::search(asked, std::vector{0xa41, 0xa40, 0xa42, 0xc02}).empty()); // the event log, LAN
+    EXPECT_EQ(asked.back(), 0xa10);                                                           // the inventory
     EXPECT_EQ(IpmiIfc::getSensors().size(), 1u);
     EXPECT_EQ(IpmiIfc::getPollingInterval(), 1);
     IpmiIfc::setPollingInterval(7);
     EXPECT_EQ(IpmiIfc::getPollingInterval(), 7);
 }
 
-struct Refusal {
-    void (*arrange)(Node& node);
-    int rc; ///< 0: start returns
-    Support::LogLine line;
-};
-
-template <int command, int accessMode> void failFcntl(Node&)
-{
-    Support::failFcntl(command, accessMode);
-}
-
-Support::LogLine fcntlLine(const std::string& end, const std::string& command)
-{
-    return {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[" +
-                         end + "], " + command + ") failed"};
-}
-
-const Refusal kRefusals[] = {
-    {[](Node&) { Support::SimNode::setRoot(false); }, 2, {LOG_ERR, "CmpiStatus error 2 Only root user allowed"}},
-    {[](Node&) { Support::SimNode::setDescriptors(false); },
-     100,
-     {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"}},
-    {failFcntl<F_GETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_GETFL, 0")},
-    {failFcntl<F_SETFL, O_RDONLY>, 100, fcntlLine("FD_READ", "F_SETFL, fdflags")},
-    {failFcntl<F_GETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_GETFL, 0")},
-    {failFcntl<F_SETFL, O_WRONLY>, 100, fcntlLine("FD_WRITE", "F_SETFL, fdflags")},
-    {[](Node& node) { node.sim.remove(); },
-     0,
-     {LOG_INFO, "Node 0: Unable to open node, Error(2):No such file or directory"}},
-};
-
 TEST(Start, isRefusedInWordsAndLeavesTheNodeStopped)
 {
+    using Arrange = std::function<void(Node&)>;
+    std::vector<std::tuple<Arrange, int, Support::LogLine>> rows{
+        // what start throws, 0: nothing; what it says
+        {[](Node&) { Support::SimNode::setRoot(false); }, 2, {LOG_ERR, "CmpiStatus error 2 Only root user allowed"}},
+        {[](Node&) { Support::SimNode::setDescriptors(false); },
+         100,
+         {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: pipe failed"}},
+        {[](Node& node) { node.sim.remove(); },
+         0,
+         {LOG_INFO, "Node 0: Unable to open node, Error(2):No such file or directory"}},
+    };
+    int nth = 0;
+    for (const std::string call :
+         {"FD_READ], F_GETFL, 0", "FD_READ], F_SETFL, fdflags", "FD_WRITE], F_GETFL, 0", "FD_WRITE], F_SETFL, fdflags"})
+        rows.push_back({[n = ++nth](Node&) { Support::failFcntl(n); },
+                        100,
+                        {LOG_ERR, "CmpiStatus error 100 UnnamedPipe::UnnamedPipe: "
+                                  "fcntl(g_IpmiNode[NodeNum].signalCmdPipeFds[" +
+                                      call + ") failed"}});
     const auto descriptors = openDescriptors();
-    for (const Refusal& row : kRefusals) {
-        SCOPED_TRACE(row.line.text);
+    for (const auto& [arrange, expected, line] : rows) {
+        SCOPED_TRACE(line.text);
         Node node;
-        row.arrange(node);
         for (int attempt = 1; attempt <= 2; ++attempt) {
+            arrange(node);
             int rc = 0;
             try {
                 IpmiIfc::start(1);
             } catch (const CmpiStatus& status) {
                 rc = status.rc();
             }
-            EXPECT_EQ(rc, row.rc);
-            EXPECT_EQ(node.sim.log().count(row.line.priority, row.line.text), attempt);
+            EXPECT_EQ(rc, expected);
+            EXPECT_EQ(node.sim.log().count(line.priority, line.text), attempt);
             EXPECT_EQ(node.sim.log().count(LOG_INFO, "Node 0: IpmiIfc polling thread stopped."), attempt);
             EXPECT_EQ(IpmiIfc::getState(), IpmiIfc::IPMI_STATE_STOPPED);
         }
-        Support::failFcntl(-1);
         Support::SimNode::setRoot(true);
-        EXPECT_EQ(node.bmc.count(), 0u);
         Support::SimNode::setDescriptors(true);
+        EXPECT_EQ(node.bmc.count(), 0u);
     }
     EXPECT_EQ(openDescriptors(), descriptors);
 }

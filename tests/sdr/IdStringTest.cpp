@@ -27,7 +27,7 @@ TEST(IdString, EveryEncoding)
          Text{0x86, "\x29\xdc\xa6\x00\x00\x00"s, "IPMI"}, Text{0x86, "\x29\xdc\xa6\x34", "IPMIT"}});
     const std::vector<Text> wide({Text{0x02, "T\0e\0"s, "Te"}, Text{0x1f, "T\0e\0m"s, "Te"},
                                   Text{0x06, "T\0e\0m\0"s, "Tem"}, Text{0x01, "\x3d\xd8"s, ""},
-                                  Text{0x02, "\x1b\0\x80\0"s, "??"}});
+                                  Text{0x02, "\0\1T\0"s, "\u0100T"}, Text{0x02, "\x1b\0\x80\0"s, "??"}});
     for (const auto* rows : {&latin, &packed, &wide})
         for (const auto& [typeLength, bytes, text] : *rows)
             for (const std::uint8_t type : {kFull, kCompact, kEventOnly}) {

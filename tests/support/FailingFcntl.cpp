@@ -2,7 +2,6 @@
 // fcntl in place of libc's.
 #include "support/FailingFcntl.h"
 
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -12,19 +11,13 @@
 
 namespace
 {
-std::atomic<int> failingCommand{-1}, failingMode{0};
+std::atomic<int> left{0}; ///< calls until the one that fails
 } // namespace
 
-namespace Support
+void Support::failFcntl(int nth)
 {
-
-void failFcntl(int command, int accessMode)
-{
-    failingMode = accessMode;
-    failingCommand = command;
+    left = nth;
 }
-
-} // namespace Support
 
 /// In place of the C library's in this program.
 extern "C" int fcntl(int fd, int command, ...)
@@ -33,7 +26,7 @@ extern "C" int fcntl(int fd, int command, ...)
     va_start(arguments, command);
     const long argument = va_arg(arguments, long);
     va_end(arguments);
-    if (command == failingCommand && (syscall(SYS_fcntl, fd, F_GETFL) & O_ACCMODE) == failingMode) {
+    if (left > 0 && --left == 0) {
         errno = EINVAL;
         return -1;
     }

@@ -5,8 +5,7 @@
 namespace Support
 {
 
-/// From now on every fcntl(2) with this command (F_GETFL, F_SETFL) on a pipe's end of this access mode (O_RDONLY,
-/// O_WRONLY) fails, until the next call; -1 is no command.
-void failFcntl(int command, int accessMode = 0);
+/// The nth fcntl(2) of the program, counted from now, fails, and no other one.
+void failFcntl(int nth);
 
 } // namespace Support

@@ -16,7 +16,6 @@ import sys
 import tempfile
 import termios
 import threading
-import time
 import unittest
 
 TOOL, SIM = sys.argv[1:3]
@@ -24,7 +23,6 @@ SAMPLE = pathlib.Path(__file__).resolve().parents[2] / "sim" / "machines" / "sam
 BUSY = {"netfn": 6, "cmd": 1, "count": 1, "busy_ms": 2500}
 STARTING = {"netfn": 6, "cmd": 1, "count": 8, "completion_code": 0xd2}
 SMALL_PIPE = 4096
-MOMENT = 2  # seconds: one, and what a busy machine adds
 
 
 class MonitorTest(unittest.TestCase):
@@ -82,28 +80,16 @@ class MonitorTest(unittest.TestCase):
         fcntl.ioctl(pipe, termios.FIONREAD, waiting)
         return waiting[0] > SMALL_PIPE - 600  # a line has less
 
-    @staticmethod
-    def blocks(process, number):
-        status = pathlib.Path(f"/proc/{process.pid}/status").read_text(encoding="ascii")
-        return int(re.search(r"SigBlk:\s*(\w+)", status)[1], 16) >> number - 1 & 1 == 1
-
-    @staticmethod
-    def threads(process):
-        """One more once the first signal has been taken: while it is waited for it does not count as blocked."""
-        return len(os.listdir(f"/proc/{process.pid}/task"))
-
     def line(self, process, kind, node=0):
         line = json.loads(process.stdout.readline())
         self.assertEqual((line["kind"], line["node"]), (kind, node), line)
         self.assertRegex(line["time"], r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\Z")
         return line
 
-    def ended(self, process, number=signal.SIGTERM, status=0):
+    def ended(self, process, number=signal.SIGTERM):
         """The lines that were still to come."""
-        begun = time.monotonic()
         process.send_signal(number)
-        self.assertEqual(process.wait(30), status)
-        self.assertLess(time.monotonic() - begun, MOMENT)
+        self.assertEqual(process.wait(30), 0)
         return [json.loads(line) for line in process.stdout]
 
     def test_each_event_once_and_in_order(self):
@@ -180,19 +166,13 @@ class MonitorTest(unittest.TestCase):
             self.wait_until(lambda: self.requests() > asked + 4)
             self.assertEqual(self.ended(process, number), [])
         self.ctl("latency", ms=0)
-        # While nobody reads what it writes. (ThreadSanitizer's _exit() waits for the thread that writes.)
-        for second in (True,) if "TSAN_OPTIONS" in os.environ else (False, True):
-            process = self.tool("sel", "--follow", pipesize=SMALL_PIPE)
+        if "TSAN_OPTIONS" not in os.environ:  # whose _exit() waits for the thread that writes
+            process = self.tool("sel", "--follow", pipesize=SMALL_PIPE)  # while nobody reads what it writes
             self.line(process, "start")
             self.ctl("event", sensor="Fan 1", offset=1, count=100)
             self.wait_until(lambda: self.is_full(process.stdout))
-            threads = self.threads(process)
             process.terminate()
-            if second:  # for a moment: to ask the simulator would take too long
-                while self.threads(process) == threads or self.blocks(process, signal.SIGTERM):
-                    os.sched_yield()
-                process.terminate()
-            self.assertEqual(process.wait(MOMENT), -signal.SIGTERM if second else 0)
+            self.assertEqual(process.wait(30), 0)
         process = self.tool("monitor")
         self.line(process, "start")
         process.stdout.close()

@@ -7,6 +7,7 @@
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace Support
@@ -22,6 +23,10 @@ public:
         pid_ = ::forkpty(&terminal_, nullptr, nullptr, &window);
         if (pid_ != 0)
             return;
+        termios modes{};
+        ::tcgetattr(STDIN_FILENO, &modes);
+        modes.c_lflag |= NOFLSH; // Ctrl-C drops nothing that the program writes when it hears of it
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &modes);
         ::setenv("TERM", "xterm", 1);
         ::alarm(30); // who waits for what it never says finds its end
         work();

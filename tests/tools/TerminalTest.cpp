@@ -6,22 +6,18 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace Tool
 {
 
 TEST(TerminalTest, TextsAreMadeHarmlessAndMeasured)
 {
-    struct Row {
-        std::string text, shown;
-        std::size_t columns;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, std::string, std::size_t> rows[] = {
+        // text, what is shown, columns
         {"", "", 0},
-        {"plain ~", "plain ~", 7},
-        {std::string(1, '\0') + "\033[31m\n\177", "??[31m??", 8},
-        {"\u009b31m\u202e\u200b\u2028\ufeff\u2060\u206f", "?31m??????",
-         10}, // C1, direction, separators, invisible ones
+        {std::string(1, '\0') + "\033[31m\n\177 ~", "??[31m?? ~", 10},
+        {"\u009b31m\u202e\u200b\u2028\ufeff\u2060\u206f", "?31m??????", 10}, // C1, direction, separators, invisible
         {"\u00b0C \u0416 \u2588", "\u00b0C \u0416 \u2588", 6},
         {"\u6e29\u5ea6\ud55c\uff21\U0001f525", "\u6e29\u5ea6\ud55c\uff21\U0001f525", 10}, // two columns each
         {"e\u0301\u20d7\ufe0f", "e\u0301\u20d7\ufe0f", 1},                                // marks take none
@@ -30,44 +26,37 @@ TEST(TerminalTest, TextsAreMadeHarmlessAndMeasured)
         {"\xed\xa0\x80\xf4\x90\x80\x80", "???????", 7}, // a surrogate, beyond the last
         {"\xe6\xb8", "??", 2},                          // cut
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(printable(row.text), row.shown);
-        EXPECT_EQ(columnsOf(row.shown), row.columns) << row.shown;
+    for (const auto& [text, shown, columns] : rows) {
+        EXPECT_EQ(printable(text), shown);
+        EXPECT_EQ(columnsOf(shown), columns) << shown;
     }
 }
 
 TEST(TerminalTest, LinesAreCutByColumns)
 {
-    struct Row {
-        std::string line;
-        std::size_t columns;
-        std::string kept;
-    };
-    const Row rows[] = {{"abc", 3, "abc"},
-                        {"abc", 2, "ab"},
-                        {"abc", 0, ""},
-                        {"\u6e29\u5ea6", 3, "\u6e29"},
-                        {"a\u6e29b", 2, "a"}, // what would fit behind the first that does not is cut too
-                        {"\033[31mabc\033[0md", 2, "\033[31mab\033[0m"},
-                        {"e\u0301f", 1, "e\u0301"}};
-    for (const Row& row : rows)
-        EXPECT_EQ(cutTo(row.line, row.columns), row.kept) << row.line;
+    // What would fit behind the first that does not is cut too.
+    const std::tuple<std::string, std::size_t, std::string> rows[] = {{"abc", 3, "abc"},
+                                                                      {"abc", 2, "ab"},
+                                                                      {"abc", 0, ""},
+                                                                      {"\u6e29\u5ea6", 3, "\u6e29"},
+                                                                      {"a\u6e29b", 2, "a"},
+                                                                      {"\033[31mabc\033[0md", 2, "\033[31mab\033[0m"},
+                                                                      {"e\u0301f", 1, "e\u0301"}};
+    for (const auto& [line, columns, kept] : rows)
+        EXPECT_EQ(cutTo(line, columns), kept) << line;
 }
 
 TEST(TerminalTest, TheLocaleOfTheFirstVariableThatIsSetCounts)
 {
-    struct Row {
-        const char *all, *type, *lang;
-        bool unicode;
-    };
-    const Row rows[] = {{"", "", "", false},          {"", "", "de_DE.UTF-8", true},      {"", "C", "C.UTF-8", false},
-                        {"C", "C.utf8", "", false},   {"en_US.utf8", "C", "C", true},     {"", "C.Utf-8", "C", true},
-                        {"POSIX", "", "UTF8", false}, {"", "", "en_US.ISO-8859-1", false}};
-    for (const Row& row : rows) {
-        ::setenv("LC_ALL", row.all, 1);
-        ::setenv("LC_CTYPE", row.type, 1);
-        ::setenv("LANG", row.lang, 1);
-        EXPECT_EQ(unicodeWanted(), row.unicode) << row.all << ' ' << row.type << ' ' << row.lang;
+    const std::tuple<const char*, const char*, const char*, bool> rows[] = {
+        {"", "", "", false},         {"", "", "de_DE.UTF-8", true},  {"", "C", "C.UTF-8", false},
+        {"C", "C.utf8", "", false},  {"en_US.utf8", "C", "C", true}, {"", "C.Utf-8", "C", true},
+        {"POSIX", "", "UTF8", false}};
+    for (const auto& [all, type, lang, unicode] : rows) {
+        ::setenv("LC_ALL", all, 1);
+        ::setenv("LC_CTYPE", type, 1);
+        ::setenv("LANG", lang, 1);
+        EXPECT_EQ(unicodeWanted(), unicode) << all << ' ' << type << ' ' << lang;
     }
 }
 

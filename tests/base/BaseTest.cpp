@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-// What reads bytes of unknown good will: the cursor, and the texts; and the line that tells of them.
+// What everything stands on: readers of bytes of unknown good will, and the line that tells of them; the real clock,
+// whose sleep can be woken; handles and what they own.
+#include "base/Clock.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "ipmi/Reference.h"
 #include "wire/Cursor.h"
 
 #include <gtest/gtest.h>
+#include <sys/time.h>
+#include <unistd.h>
 
-#include <cerrno>
+#include <csignal>
+#include <thread>
 #include <vector>
+
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -45,13 +53,12 @@ constexpr Decode latin1 = TRX::textFromLatin1, utf8 = TRX::textFromUtf8, utf16 =
 
 TEST(Text, isUtf8WithoutControlCharacters)
 {
-    struct Row {
+    const struct {
         const char* name;
         Decode decode;
         Bytes bytes;
         const char* text;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"latin-1", latin1, {'a', 0xe9, 0xff}, "a\u00e9\u00ff"},
         {"controls", latin1, {'a', 0x1b, 0x07, 0x7f, 0x80, 0x9f, 'b'}, "a?????b"},
         {"padding", latin1, {'a', ' ', 'b', 0, ' ', 0, 0}, "a b"},
@@ -67,8 +74,55 @@ TEST(Text, isUtf8WithoutControlCharacters)
         {"utf-16 cut pair", utf16, {'a', 0, 0x3d, 0xd8}, "a"},
         {"utf-16 lone surrogates", utf16, {0x00, 0xde, 0x3d, 0xd8, 'a', 0}, "??a"},
     };
-    for (const Row& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(TRX::trimmed(row.decode(row.bytes)), row.text) << row.name;
+}
+
+TEST(Clock, SleepsUntilItIsWokenAndNoShorterForASignal)
+{
+    TRX::Clock& clock = TRX::Clock::get();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], "", 1), 1);
+    clock.sleep(1h, ends[0]);         // or the test does not end
+    std::signal(SIGALRM, [](int) {}); // poll(2) is not begun again, whatever the signal's flags
+    const itimerval soon{{}, {0, 10'000}};
+    ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
+    const auto before = clock.steadyTime();
+    clock.sleep(1s, -1);
+    EXPECT_GE(clock.steadyTime() - before, 1s);
+}
+
+struct Counted {
+    static inline std::atomic<int> alive{0};
+    Counted() { ++alive; }
+    virtual ~Counted() { --alive; }
+};
+
+struct Derived final : Counted {
+    Bytes storage = Bytes(100); // leaks unless destroyed through the virtual destructor
+};
+
+TEST(Reference, destroysWithTheLastHandle)
+{
+    using Handle = TRX::Reference<Counted>;
+    Handle first(new Derived), second = first, moved = std::move(first);
+    EXPECT_TRUE(!first && second.get() == moved.get());
+    moved = *&moved;
+    moved = Handle();
+    EXPECT_EQ(Counted::alive, 1);
+    second = Handle(new Derived);
+    EXPECT_EQ(Counted::alive, 1);
+    {
+        const auto copyOften = [mine = second] {
+            for (int round = 0; round < 1000; ++round)
+                auto copy = mine;
+        };
+        const std::jthread one(copyOften), two(copyOften), three(copyOften);
+    }
+    EXPECT_EQ(Counted::alive, 1);
+    second = Handle(static_cast<Counted*>(nullptr));
+    EXPECT_EQ(Counted::alive, 0);
 }
 
 } // namespace
