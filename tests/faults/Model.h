@@ -21,7 +21,7 @@ inline constexpr bool kSanitized = false;
 #endif
 
 /// One line a sensor: name, record, reading and thresholds; one an entity, with the one that contains it; one a record
-/// of the event log.
+/// of the event log; one a FRU and one for each of its areas that can be used.
 using Model = std::vector<std::string>;
 
 template <typename Numbers = std::initializer_list<unsigned>> std::string inWords(const Numbers& numbers)
@@ -53,6 +53,16 @@ inline Model currentModel()
     }
     for (const auto& record : Ipmi::IpmiIfc::getSelData(0))
         lines.push_back("event" + inWords(record->rawRecord().bytes));
+    for (const auto& fru : Ipmi::IpmiIfc::getFrus(0))
+        for (const auto& area : fru->getOptionalRefArray())
+            lines.push_back("area of FRU" + inWords({fru->getSlaveAddress(), fru->getOwnerId()}) +
+                            inWords(std::span(area->bytes(), area->length())));
+    for (const Ipmi::IpmiFruDevice& device : Ipmi::IpmiIfc::getFruDevices(0)) {
+        lines.push_back("FRU" +
+                        inWords({device.controller, device.id, static_cast<unsigned>(device.state), device.size}));
+        for (const Ipmi::IpmiFruArea& area : device.areas)
+            lines.back() += inWords({static_cast<unsigned>(area.kind), area.checksumOk, area.whole});
+    }
     return lines;
 }
 

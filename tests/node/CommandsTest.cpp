@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The commands of a load, of a refresh, of a look at the event log, of the inventory and of LAN, pinned to the byte. Who changes what is sent, or
-// in which order, and means it, takes over the new line.
+// The commands of a load, of a refresh and of a look at event log, inventory and LAN, pinned to the byte. Who changes
+// what is sent, or in which order, and means it, takes over the new line.
 #include "faults/Model.h"
 #include "sel/SelBmc.h"
 #include "sim/machine/MachineFile.h"
@@ -91,7 +91,7 @@ TEST(Commands, OfTheSampleMachineAreTheOnesKnown)
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x1 0a/23 x999 #841cfdef9257bb2e"},
         {"load, in smaller pieces, reservations lost", loseMany, load, 0,
          "04/25 x36 04/27 x92 04/2d x129 0a/20 x1 0a/22 x21 0a/23 x1019 #5ba8163fab0855ee"},
-        {"inventory", leave, IpmiIfcFruInstantiateAll, 0, ""},
+        {"inventory", leave, IpmiIfcFruInstantiateAll, 0, "0a/10 x8 0a/11 x81 #44aaba89bc240fc5"},
         {"LAN", leave, firstLan, 0, "06/42 x1 0c/02 x5 #f9c9cef9f0cb6c2d"},
         {"LAN again", leave, refreshLan, 0, "0c/02 x5 #ae7b38cc0c08a964"},
         {"LAN, by the standard", leave, lanStatus, 2, "0c/02 x16 #b58d4405ba188cc0"},

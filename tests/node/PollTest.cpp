@@ -164,7 +164,7 @@ TEST(Start, asksWhoIsThereAndThenForTheEventLogAndTheLan)
             asked.push_back(request.netfn << 8 | request.cmd);
     EXPECT_THAT(std::span(asked).first(5), testing::ElementsAre(0x601, 0x659, 0x659, 0x604, 0xa20)); // who is there
     EXPECT_FALSE(std::ranges::search(asked, std::vector{0xa41, 0xa40, 0xa42, 0xc02}).empty()); // the event log, LAN
-    EXPECT_EQ(asked.back(), 0xa10);                                                           // the inventory
+    EXPECT_EQ(asked.back(), 0xa10);                                                            // the inventory
     EXPECT_EQ(IpmiIfc::getSensors().size(), 1u);
     EXPECT_EQ(IpmiIfc::getPollingInterval(), 1);
     IpmiIfc::setPollingInterval(7);
