@@ -67,9 +67,8 @@ struct IpmiFruDevice {
     enum State {
         kRead,      ///< the areas are those that the device has, but for what is marked in them
         kNotAsked,  ///< its contents are not FRU areas (a memory module's SPD), or it is behind a private bus
-        kNoAnswer,  ///< the controller did not answer
+        kNoAnswer,  ///< no answer came from the controller, or one that makes no sense
         kRefused,   ///< the controller refused, with the completion code named
-        kCorrupt,   ///< the controller's answers made no sense
         kBadHeader, ///< the device does not begin as a FRU device does
         kByWords    ///< the device counts in words; what IpmiIfc::getFrus has of it may be wrong. Ask readFru
     };

@@ -63,6 +63,9 @@ struct IpmiLanStatus {
     /// The static addresses, then the dynamic ones; sets that hold no address (::) are left out. Empty: the BMC has
     /// none.
     std::optional<std::vector<Ipv6>> ipv6;
+    /// False where a question got no answer, after which none more was asked, or an IPv6 address came garbled: the BMC
+    /// may have more than is told here.
+    bool whole = true;
 };
 
 } // namespace Ipmi

@@ -72,7 +72,7 @@ IpmiFruImage IpmiIfc::readFruImage(int node, const IpmiFruDevice& device)
     if (!answer.good())
         return image;
     if (!answer.good(kSize)) {
-        image.state = IpmiFruDevice::kCorrupt;
+        image.state = IpmiFruDevice::kNoAnswer;
         return image;
     }
     image.size = answer.le16(kBytes);

@@ -48,8 +48,9 @@ private:
     std::optional<std::uint32_t> channel_;
     IpmiLanStatus status_;
     std::vector<IpmiLanStatus::Ipv6> addresses_;
-    bool silent_ = false; ///< a question got no answer
-    bool heard_ = false;  ///< the channel has said something
+    bool silent_ = false;  ///< a question got no answer
+    bool heard_ = false;   ///< the channel has said something
+    bool garbled_ = false; ///< a set of an IPv6 address was of no use
 };
 
 IpmiLanStatus StatusReader::read()
@@ -61,6 +62,7 @@ IpmiLanStatus StatusReader::read()
     readIpv6();
     if (channel_ || heard_)
         status_.channel = wire::lowByte(channel_.value_or(kFirstLanChannel));
+    status_.whole = !silent_ && !garbled_;
     return status_;
 }
 
@@ -151,8 +153,10 @@ bool StatusReader::readSets(std::uint8_t parameter, std::size_t count, IpmiLanSt
         const Answer answer = ask(parameter, wire::lowByte(static_cast<unsigned int>(set)));
         if (answer.code() == wire::cc::kParameterNotSupported || answer.code() == wire::cc::kOutOfRange)
             break;
-        if (!answer.good(kData + wire::ipv6_set::kSize) || answer.at(kData) != set)
+        if (!answer.good(kData + wire::ipv6_set::kSize) || answer.at(kData) != set) {
+            garbled_ = true;
             continue;
+        }
         any = true;
         addAddress(parameterData(answer, wire::ipv6_set::kSize), kind);
     }

@@ -227,7 +227,6 @@ TEST(FruViewTest, WhyThereAreNoContents)
         {IpmiFruDevice::kNoAnswer, true, true, 0, 0, "A (FRU 5)\n", "its controller does not answer"},
         {IpmiFruDevice::kRefused, true, true, 0, 0xcb, "A (FRU 5)\n",
          "refuses: completion code 0xcb, requested sensor"},
-        {IpmiFruDevice::kCorrupt, true, true, 0, 0, "A (FRU 5)\n", "answers make no sense"},
         {IpmiFruDevice::kByWords, true, true, 0, 0, "A (FRU 5)\n", "counts in words"},
     };
     for (const Row& row : rows) {

@@ -125,6 +125,8 @@ int lanVerb(const Options& options)
     const Status lan = Ipmi::IpmiIfc::getLan(options.node)->status();
     progress.reset();
     writeOut(options.json ? jsonDocument(jsonOf(lan)) : "LAN\n" + factsOf(lan).lines());
+    if (!lan.whole)
+        throw Failure("the BMC stopped answering or garbled an address: it may have more than is shown");
     return kExitFine;
 }
 

@@ -41,11 +41,9 @@ std::string troubleOf(const IpmiFruDevice& device, IpmiFruDevice::State state, s
     case IpmiFruDevice::kNotAsked:
         return notAsked(device);
     case IpmiFruDevice::kNoAnswer:
-        return "its controller does not answer";
+        return "its controller does not answer, or not with sense";
     case IpmiFruDevice::kRefused:
         return "its controller refuses: " + completionCodeText(completionCode);
-    case IpmiFruDevice::kCorrupt:
-        return "its controller's answers make no sense";
     case IpmiFruDevice::kByWords:
         return "it counts in words, and was read in bytes";
     default:
