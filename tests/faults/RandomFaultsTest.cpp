@@ -56,10 +56,16 @@ void sendRaw(Random& random)
 }
 
 constexpr void (*kActionsOfCallers[])(Random&) = {
-    [](Random&) { Ipmi::IpmiIfcSdrGetInfo(0); },       [](Random&) { Ipmi::IpmiIfcSensorUpdateReading(0); },
-    [](Random&) { Ipmi::IpmiIfcSensorRefreshAll(0); }, useSensors,
+    [](Random&) { Ipmi::IpmiIfcSdrGetInfo(0); },
+    [](Random&) { Ipmi::IpmiIfcSensorUpdateReading(0); },
+    [](Random&) { Ipmi::IpmiIfcSensorRefreshAll(0); },
+    useSensors,
     [](Random&) { Ipmi::IpmiIfcInitForCLI(0); }, // forgets who the BMC is
-    [](Random&) { Support::useIdentity(0); },          sendRaw,
+    [](Random&) { Support::useIdentity(0); },
+    sendRaw,
+    [](Random&) { Support::useInventory(0); },
+    [](Random&) { Ipmi::IpmiIfc::getLan()->status(); },
+    [](Random&) { Ipmi::IpmiIfc::getLan()->IpmiIfcLanInstantiate(0); },
 };
 
 /// Some of what a caller can do, with so many of a thousand commands going wrong. @return how many did, about
@@ -85,7 +91,7 @@ TEST(RandomFaults, CostWhatTheyHitAndNothingElse)
     for (std::uint64_t seed = firstSeed(); faulty < kFaultyCommands && !HasFailure(); ++seed) {
         SCOPED_TRACE("TRX_SEED=" + std::to_string(seed));
         SdrBmc node(machine);
-        ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0);
+        ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0) + Ipmi::IpmiIfcFruInstantiateAll(0), 0);
         const Model healthy = currentModel();
         faulty += runFaulty(node, seed, kPerMille[seed % std::size(kPerMille)]);
 
@@ -95,7 +101,7 @@ TEST(RandomFaults, CostWhatTheyHitAndNothingElse)
         Ipmi::IpmiIfcCloseForCLI(0); // forgets the entities of damaged records
         ASSERT_GT(Ipmi::IpmiIfcOpenIpmiOpen(0), 0);
         ASSERT_EQ(Ipmi::IpmiIfcInitForCLI(0), 0);
-        ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0), 0);
+        ASSERT_EQ(Ipmi::IpmiIfcSdrGetInfo(0) + Ipmi::IpmiIfcFruInstantiateAll(0), 0);
         ASSERT_EQ(currentModel(), healthy);
     }
 }

@@ -105,6 +105,7 @@ void useNode(int node, int round)
     useEventLog(node, round);
     useCommands(node);
     useLan(node);
+    Support::useInventory(node);
 }
 
 void countVisit(void* visits, IpmiSelData*)

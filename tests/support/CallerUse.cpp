@@ -4,6 +4,7 @@
 
 #include "ipmi/CmpiStatus.h"
 #include "ipmi/IpmiIfc.h"
+#include "ipmi/IpmiNodeControl.h"
 
 namespace Support
 {
@@ -109,6 +110,28 @@ std::vector<std::string> useIdentity(int node)
     Texts texts;
     for (const auto getter : kGetters)
         texts.push_back(getter(node));
+    return texts;
+}
+
+std::vector<std::string> useInventory(int node)
+{
+    Texts texts;
+    IpmiIfcFruInstantiateAll(node);
+    IpmiIfc::getFruDeviceHeader(node);
+    for (const auto& fru : IpmiIfc::getFrus(node)) {
+        texts.push_back(fru->getEntity().getName());
+        callAll(*fru, &IpmiFru::getOwnerId, &IpmiFru::getLun, &IpmiFru::getChannel, &IpmiFru::getSlaveAddress,
+                &IpmiFru::isLogical);
+        for (auto& area : fru->getOptionalRefArray())
+            texts.push_back(IpmiIfc::getFruPart(area).name);
+    }
+    for (const IpmiFruDevice& device : IpmiIfc::getFruDevices(node)) {
+        texts.push_back(device.name);
+        for (const IpmiFruArea& area : IpmiIfc::readFru(node, device).areas)
+            for (const IpmiFruField& field : area.contents->fields())
+                texts.insert(texts.end(), {field.name, field.value, field.unit});
+        IpmiIfc::readFruImage(node, device);
+    }
     return texts;
 }
 

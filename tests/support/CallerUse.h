@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Everything that a caller can ask of one sensor, or about a node's BMC.
+// Everything that a caller can ask of one sensor, about a node's BMC, or about its inventory.
 #pragma once
 
 #include "ipmi/IpmiDiscreteSensor.h"
@@ -16,5 +16,8 @@ std::vector<std::string> useSensor(Ipmi::IpmiSensor& sensor);
 
 /// Everything that tells who the node's BMC is. @return the texts
 std::vector<std::string> useIdentity(int node);
+
+/// Makes the node's inventory anew, and looks at it in every way. @return the texts
+std::vector<std::string> useInventory(int node);
 
 } // namespace Support
