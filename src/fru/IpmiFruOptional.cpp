@@ -62,7 +62,8 @@ std::string sixBitWithNul(const IpmiFruOptional& area, unsigned int start, unsig
     }
     for (unsigned int i = 0; i < count; ++i) {
         const unsigned int group = start + i / 4 * 3; // no character is made of bits behind the field
-        const unsigned int value = area.at(group) | area.at(group + 1) << 8U | area.at(group + 2) << 16U;
+        const unsigned int value =
+            le16(area.at(group), area.at(group + 1)) | static_cast<unsigned int>(area.at(group + 2)) << 16;
         buffer[i] = static_cast<char>((value >> i % 4 * 6 & 0x3f) + 0x20);
     }
     return {buffer.get(), count + 1};
