@@ -159,6 +159,27 @@ TEST(FruInventory, WhatItLeavesOutIsReadWhenAskedFor)
     EXPECT_EQ(part.bytes.size(), 32U);
 }
 
+/// Wherever memory runs out, the target is as before, nothing stays locked, and what was published stays.
+TEST(FruInventory, AnExceptionLeavesEverythingAsItWas)
+{
+    FruBmc bmc(twoControllers({locator(1, kNodeController, 3), locator(2, 0x20, 0)}));
+    IpmiIfcSdrGetInfo(0);
+    IpmiIfcFruInstantiateAll(0);
+    int thrown = 0;
+    for (bool throws = true; throws; thrown += throws ? 1 : 0) {
+        bmc.sim.log().throwAt(thrown + 1);
+        try {
+            IpmiIfcFruInstantiateAll(0);
+            throws = false;
+        } catch (const std::bad_alloc&) {
+        }
+        EXPECT_EQ(TargetScope::current(0).address, 0U);
+        EXPECT_EQ(IpmiIfc::getFrus(0).size(), 2U);
+        EXPECT_EQ(IpmiIfc::getFruDeviceHeader(0).isByWords(), false);
+    }
+    EXPECT_GT(thrown, 300);
+}
+
 /// Callers find the inventory before while the BMC is silent in the middle of the next one.
 TEST(FruInventory, NobodyWaitsForTheBmc)
 {

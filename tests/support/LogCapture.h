@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <new>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -60,6 +61,14 @@ public:
     {
         const std::lock_guard lock(mutex_);
         captured_.clear();
+        untilThrow_ = 0;
+    }
+
+    /// The nth line of a function IpmiIfc... throws std::bad_alloc, counted from now.
+    void throwAt(int nth)
+    {
+        const std::lock_guard lock(mutex_);
+        untilThrow_ = nth;
     }
 
 private:
@@ -67,10 +76,13 @@ private:
     {
         const std::lock_guard lock(mutex_);
         captured_.push_back({priority, text});
+        if (captured_.back().text.starts_with("IpmiIfc") && --untilThrow_ == 0)
+            throw std::bad_alloc();
     }
 
     static inline std::mutex mutex_;
     static inline std::vector<LogLine> captured_;
+    static inline int untilThrow_ = 0;
 };
 
 } // namespace Support
