@@ -17,10 +17,13 @@ step() {
 }
 
 # trx-ipmi and ipmitool must agree on the sensors and the event log of QEMU's BMC, and each record must be handled once: the one with
-# id 0 too, and those of a log that was cleared, though this BMC never says so.
+# id 0 too, and those of a log that was cleared, though this BMC never says so. Its inventory must be the image that it was given, with
+# zeros up to its room.
 qemu() {
     python3 "$here/../captures/compare_sensors.py" sdr.bin ipmitool.txt sensors.json
     python3 "$here/compare_log.py" empty=0 three=3 cleared=0
+    truncate --size=1024 "$work/fru.bin"
+    cmp "$work/fru.bin" fru.bin
     diff followed.txt - <<END
 1 handled, records 0
 3 handled, records 0 1 2
@@ -29,8 +32,8 @@ qemu() {
 END
 }
 
-# Clients must agree on the sensors of the sample machine and its satellite and on its event log, and trx-ipmi must come to an end with
-# a BMC that says too much, or nothing.
+# Clients must agree on the sensors and FRU devices of the sample machine and its satellite, on its network and its event log, and
+# trx-ipmi must come to an end with a BMC that says too much, or nothing.
 simulator() {
     local logged
     logged=$(cat "$work/simulator.logged")
@@ -39,6 +42,8 @@ simulator() {
     step long 0 20 '"maybe_cut": *true'
     step silent 2 90 "does not answer"
     python3 "$here/../captures/compare_sensors.py" sdr.bin ipmitool.txt sensors.json freeipmi.txt || failed=1
+    python3 "$here/../fru/compare_fru.py" fru.json fru.ipmitool fru.freeipmi || failed=1
+    python3 "$here/../lan/compare_lan.py" lan.json lan.ipmitool lan6.ipmitool || failed=1
     python3 "$here/compare_log.py" "few=$((logged + 2))" "many=$((logged + 1001))" cleared=0 || failed=1
 }
 

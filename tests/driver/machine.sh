@@ -9,7 +9,7 @@ prepare() {
     "$here/fetch-kernel.sh" "$kernel"
     rm -rf "$work"
     mkdir -p "$work/out"
-    "$here/make-initramfs.sh" "$kernel" "$work/initrd.gz" ipmitool ipmi-sensors "$bin"/{trx-ipmi,follow-sel}
+    "$here/make-initramfs.sh" "$kernel" "$work/initrd.gz" ipmitool ipmi-sensors ipmi-fru "$bin"/{trx-ipmi,follow-sel}
 }
 
 # attach NAME PORT IRQ DEVICE: one more BMC, a QEMU device with its options, behind an interface of its own.

@@ -19,7 +19,7 @@ echo 'root:x:0:0:root:/root:/bin/sh' >"$root/etc/passwd"
 cp "$(command -v busybox)" "$root/bin/busybox"
 cp "$kernel"/*.ko "$root/modules/"
 install -m 755 "$here/init" "$root/init"
-install -m 755 "$here"/*-test "$here"/{log,simulator-client,steps}.sh "$root/tests/"
+install -m 755 "$here"/*-test "$here"/{log,simulator-client,steps}.sh "$here/../fru/others.sh" "$root/tests/"
 for program in "$@"; do
     path=$(readlink -f "$(command -v "$program")")
     copy "$path"

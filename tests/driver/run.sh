@@ -28,6 +28,7 @@ trap finish EXIT
 prepare "$1"
 "$bin/trx-bmcsim" sdr --machine sample "$work/sample.bin"
 python3 "$here/qemu_records.py" "$work/sample.bin" "$work/sdr.bin"
+"$bin/trx-ipmi" --sim fru Mainboard --dump "$work/fru.bin"
 serve simulator sample
 hold_still simulator
 serve monitor sample
@@ -35,7 +36,7 @@ serve absent absent
 for name in simulator monitor; do ctl $name sel | tail -1 | cut -d' ' -f1 >"$work/$name.logged"; done
 
 # As init has them.
-attach qemu 0xca2 5 "ipmi-bmc-sim,sdrfile=$work/sdr.bin"
+attach qemu 0xca2 5 "ipmi-bmc-sim,sdrfile=$work/sdr.bin,frudatafile=$work/fru.bin"
 attach_served simulator 0xcaa 7
 attach_served monitor 0xcb2 10
 attach_served absent 0xcba 11

@@ -561,28 +561,6 @@ class ToolTest(unittest.TestCase):
                          ({"enabled": False, "id": 7, "priority": 0}, "0x07", "failed"))
         self.check(["lan"], err="does not answer", status=2, sim=self.faults({"netfn": 6, "cmd": 1, "completion_code": 0xc0}))
 
-    @unittest.skipUnless(shutil.which("ipmitool") and shutil.which("ipmi-config"), "no ipmitool or ipmi-config")
-    def test_lan_is_what_others_say(self):
-        def facts_of(*args):
-            text = subprocess.run([SIM, "exec", *self.machine, "--", *args], capture_output=True, text=True, timeout=120,
-                                  check=True).stdout
-            return re.findall(r"^\s*(.*?)(?: *: |  )\s*(.*?) *$", text, re.M)
-        lan, facts = self.json("lan")["lan"], dict(facts_of("ipmitool", "lan", "print", "1"))
-        facts6 = facts_of("ipmitool", "lan6", "print", "1")
-        ipv4 = lan["ipv4"]
-        conf = dict(facts_of("ipmi-config", "--driver-type=openipmi", "--checkout", "--section=Lan_Conf"))
-        self.assertEqual(["Use_" + ipv4["source"].upper(), ipv4["address"], lan["mac"].upper(), ipv4["netmask"], ipv4["gateway"],
-                          ipv4["gateway_mac"].upper()],
-                         [conf[key] for key in ("IP_Address_Source", "IP_Address", "MAC_Address", "Subnet_Mask",
-                                                "Default_Gateway_IP_Address", "Default_Gateway_MAC_Address")])
-        self.assertEqual([ipv4["address"], ipv4["netmask"], ipv4["gateway"], ipv4["gateway_mac"], lan["mac"], str(lan["vlan"]["id"]),
-                          str(lan["vlan"]["priority"]), ipv4["source"].upper()],
-                         [facts[key] for key in ("IP Address", "Subnet Mask", "Default Gateway IP", "Default Gateway MAC",
-                                                 "MAC Address", "802.1q VLAN ID", "802.1q VLAN Priority")] +
-                         [facts["IP Address Source"].split()[0]])
-        self.assertEqual([f"{one['address']}/{one['prefix']}" for one in lan["ipv6"]],
-                         [value for key, value in facts6 if key == "Address" and re.search("[^:]/", value)])
-
     def test_failing_bmc(self):
         """One line says why; a dump is whole or not there, and sensors are not listed in part."""
         again = [{"offset": 1, "value": 1}, {"offset": 2, "value": 0}]  # the next record is always record 1
