@@ -2,6 +2,8 @@
 // Whole programs on one simulated BMC that takes 5 ms for each answer: the sample machine's sensors with thresholds,
 // and a log of 500 records, as this project's tool, ipmitool and FreeIPMI list them. A program that is not installed is
 // left out.
+#include "Client.h"
+
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
@@ -15,12 +17,6 @@ namespace Bench
 namespace
 {
 
-struct Client {
-    const char* name;
-    const char* command;
-    int headings = 0; ///< lines before the first record
-    bool isFreeIpmi = false;
-};
 constexpr Client kSensorClients[] = {
     {"trx-ipmi", TRX_IPMI_PROGRAM " sensors"},
     {"ipmitool", "ipmitool -I open sensor list"},
@@ -32,26 +28,11 @@ constexpr Client kLogClients[] = {
     {.name = "ipmi-sel", .command = "ipmi-sel", .headings = 1, .isFreeIpmi = true},
 };
 
-bool isInstalled(const Client& client)
-{
-    const std::string command = client.command;
-    return std::system(("command -v " + command.substr(0, command.find(' ')) + " >/dev/null").c_str()) == 0;
-}
-
-/// FreeIPMI keeps the repository in a file: one that is not there yet, so that it is read here too.
-std::string lineOf(const Client& client)
-{
-    if (!client.isFreeIpmi)
-        return client.command;
-    return std::string("sh -c 'cache=$(mktemp -d) && ") + client.command +
-           " --driver-type=openipmi --quiet-cache --sdr-cache-directory=$cache; status=$?; rm -r $cache; exit $status'";
-}
-
 /// Runs it on the sample machine. @return how many lines it has printed, -1 when it failed
 int linesOf(const Client& client, const std::string& options)
 {
     const std::string line = TRX_BMCSIM_PROGRAM " exec --machine sample --latency 5 " + options + " -- ";
-    std::FILE* output = popen((line + lineOf(client) + " 2>/dev/null").c_str(), "r");
+    std::FILE* output = popen((line + client.line() + " 2>/dev/null").c_str(), "r");
     if (output == nullptr)
         return -1;
     int lines = 0;
@@ -64,7 +45,7 @@ void client(benchmark::State& state)
 {
     const Client& client = kSensorClients[state.range(0)];
     state.SetLabel(client.name);
-    if (!isInstalled(client))
+    if (!client.isInstalled())
         return state.SkipWithError("not installed");
     for (auto _ : state) {
         if (linesOf(client, "") < 0)
@@ -103,7 +84,7 @@ void logClient(benchmark::State& state)
     constexpr int kRecords = 500;
     const Client& client = kLogClients[state.range(0)];
     state.SetLabel(client.name);
-    if (!isInstalled(client))
+    if (!client.isInstalled())
         return state.SkipWithError("not installed");
     const LogFile log(kRecords);
     for (auto _ : state) {

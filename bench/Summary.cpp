@@ -104,6 +104,34 @@ void Summary::printIdle(const std::string& kind) const
     }
 }
 
+void Summary::printFruClient(const std::string& name) const
+{
+    const auto figure = [&](const char* what) { return value("fruClient", name + '_' + what); };
+    const std::string what = "inventory, 5 ms a command, " + name + ": ";
+    const double bytes = value("fruClient", "bytes");
+    printLine(what + "time by byte", figure("ms") * 1000 / bytes, "us");
+    printLine(what + "time against trx-ipmi", figure("ratio"), "x");
+    printLine(what + "Get FRU Info", figure("info"), "");
+    printLine(what + "Read FRU Data", figure("read"), "");
+    printLine(what + "both by byte", (figure("info") + figure("read")) / bytes, "");
+    printLine(what + "all commands", figure("commands"), "");
+}
+
+void Summary::printInventory() const
+{
+    printLine("inventory: bytes of headers and areas", value("fruInventory/0", "bytes"), "");
+    printLine("inventory: commands", value("fruInventory/0", "commands"), "");
+    for (const std::string run : {"fruInventory/0", "fruInventory/1"}) {
+        const std::string what = run.back() == '0' ? "inventory: " : "inventory, log lines dropped: ";
+        printLine(what + "processor time by byte", value(run, "cpu_us_per_byte"), "us");
+        printLine(what + "against as many bare exchanges", value(run, "ratio"), "x");
+    }
+    printLine("heap, getFrus: per FRU, without its areas", value("fruHeap", "bytes_per_fru"), "bytes");
+    printLine("heap, getFruDevices: per device, with its areas", value("fruHeap", "bytes_per_device"), "bytes");
+    for (const char* name : {"library", "trx-ipmi", "ipmitool", "ipmi-fru"})
+        printFruClient(name);
+}
+
 void Summary::printClients(const std::string& run, const char* own, const char* first, const char* second) const
 {
     const double time = value(run + "/0", "ms");
@@ -135,6 +163,7 @@ void Summary::print() const
         printEvents(records);
     for (const char* kind : {"log", "sensors", "normal"})
         printIdle(kind);
+    printInventory();
     printClients("client", "trx-ipmi sensors", "ipmitool sensor list", "ipmi-sensors");
     printClients("logClient", "trx-ipmi sel, 500 records", "ipmitool sel list", "ipmi-sel");
 }

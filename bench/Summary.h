@@ -31,6 +31,8 @@ private:
     void printLog() const;
     void printEvents(const std::string& records) const;
     void printIdle(const std::string& kind) const;
+    void printInventory() const;
+    void printFruClient(const std::string& name) const;
     void printClients(const std::string& run, const char* own, const char* first, const char* second) const;
 
     std::map<std::string, Counters> runs_;
