@@ -92,7 +92,7 @@ TEST(SelRecordRead, ReadsFromTheEndAndTriesAgain)
         EXPECT_EQ(node.sleeps(), pauses);
         EXPECT_NE(selReservation(0), 0); // the old one stays when no new one comes
         EXPECT_EQ(entry.recordId, result == 0 ? kOther : id);
-        EXPECT_TRUE(std::ranges::all_of(entry.record.bytes, [&](int b) { return b == (result == 0 ? 1 : 0); }));
+        EXPECT_EQ(std::ranges::count(entry.record.bytes, result == 0 ? 1 : 0), std::ssize(entry.record.bytes));
     }
 }
 
