@@ -413,6 +413,7 @@ TEST(IpmiLanStatus, FallsBackAndStaysInBounds)
     } rows[] = {
         {"no IPv6 parameters", plain, ipv4, 14},
         {"IPv6 is not supported", with(kGood, {{"50@1", {0, 0x11, 4}}}), without(kAll, {"2001"}), 11},
+        {"counts more than it has", with(kGood, {{"55@1", {0, 0x11, 255, 255, 0}}}), kAll, 12 + 3 + 3},
         {"no room for addresses", with(kGood, {{"55@1", {0, 0x11, 0, 0, 0}}}), without(kAll, {"2001"}), 12},
         {"room that cannot be looked into", with(kGood, {{"56@1", {0xc9}}, {"59@1", {0xc0}}, {"59.1@1", {0xd5}}}),
          without(ipv4, {"ipv6"}), 15},
