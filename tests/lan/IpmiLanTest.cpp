@@ -51,7 +51,7 @@ const Answers kGood = {
     {"6@1", {0, 0x11, 255, 255, 255, 0}},
     {"12@1", {0, 0x11, 192, 0, 2, 1}},
     {"13@1", {0, 0x11, 2, 0, 0x5e, 0, 0x53, 1}},
-    {"20@1", {0, 0x11, 0x2a, 0xf9}},
+    {"20@1", {0, 0x11, 0x2a, 0xa9}},
     {"21@1", {0, 0x11, 0xfb}},
     {"50@1", {0, 0x11, 3}},
     {"51@1", {0, 0x11, 2}},
@@ -329,53 +329,40 @@ Lines without(Lines lines, const Lines& words)
 
 TEST(IpmiLanStatus, IsWhatEachQuestionBroughtAndNoMore)
 {
-    const struct {
-        std::string question;
-        Lines lost; ///< when it fails
-        std::string asked = kQuestions;
-    } rows[] = {
-        {"3@1", {"address"}},
-        {"4@1", {"source"}},
-        {"5@1", {"mac"}},
-        {"6@1", {"netmask"}},
-        {"12@1", {"gateway "}},
-        {"13@1", {"gatewayMac"}},
-        {"20@1", {"vlan", "id"}},
-        {"21@1", {"priority"}},
-        {"50@1", {}},
-        {"51@1", {"ipv6Enabled"}},
-        {"56.1@1", {}},
-        {"59.1@1", {"2001:db8::19"}},
-        // one of each is asked for then
-        {"55@1", {"2001:db8::19"}, "c1 3@1 4@1 5@1 6@1 12@1 13@1 20@1 21@1 50@1 51@1 55@1 56@1 59@1"},
-    };
+    // what is not known when a question fails
+    const std::pair<std::string, const char*> lost[] = {
+        {"3@1", "address"},      {"4@1", "source"},    {"5@1", "mac"},
+        {"6@1", "netmask"},      {"12@1", "gateway "}, {"13@1", "gatewayMac"},
+        {"20@1", "vlan|id"},     {"21@1", "priority"}, {"50@1", ""},
+        {"51@1", "ipv6Enabled"}, {"56.1@1", ""},       {"59.1@1", "2001:db8::19"},
+        {"55@1", "2001:db8::19"}};
+    const std::string all = kQuestions, oneOfEach = "c1 3@1 4@1 5@1 6@1 12@1 13@1 20@1 21@1 50@1 51@1 55@1 56@1 59@1";
     LanBmc bmc;
     bmc.forget();
     EXPECT_EQ(linesOf(bmc.lan.status()), kAll);
     EXPECT_EQ(bmc.takeAsked(), kQuestions);
     bmc.lan.status(); // the channel is known now
     EXPECT_EQ("c1 " + bmc.takeAsked(), kQuestions);
-    for (const auto& row : rows) {
-        for (const Bytes& failure : failuresOf(kGood.at(row.question))) {
-            if (row.question == "55@1" && failure.size() == 4) // the counts are there
+    for (const auto& [question, words] : lost) {
+        for (const Bytes& failure : failuresOf(kGood.at(question))) {
+            if (question == "55@1" && failure.size() == 4) // the counts are there
                 continue;
-            SCOPED_TRACE(row.question + " of " + std::to_string(failure.size()));
+            SCOPED_TRACE(question + " of " + std::to_string(failure.size()));
             bmc.forget();
-            bmc.answers = with(kGood, {{row.question, failure}});
+            bmc.answers = with(kGood, {{question, failure}});
             const Lines lines = linesOf(bmc.lan.status());
             const std::string asked = bmc.takeAsked();
             if (failure.empty()) { // nothing more is asked, and nothing is made up
-                const std::string all = kQuestions;
-                EXPECT_EQ(asked, all.substr(0, all.find(row.question) + row.question.size()));
+                EXPECT_EQ(asked, all.substr(0, all.find(question) + question.size()));
                 EXPECT_TRUE(
-                    std::ranges::includes(std::set(kAll.begin(), kAll.end()), std::set(lines.begin(), lines.end())));
+                    std::ranges::all_of(lines, [](const auto& line) { return std::ranges::count(kAll, line) > 0; }));
                 continue;
             }
-            Lines expected = without(kAll, row.lost);
-            if (row.question == "3@1")
+            Lines expected = without(kAll, split(words, '|'));
+            if (question == "3@1")
                 expected[1] = "enabled 0";
             EXPECT_EQ(lines, expected);
-            EXPECT_EQ(asked, row.asked);
+            EXPECT_EQ(asked, question == "55@1" ? oneOfEach : all);
         }
     }
 }
