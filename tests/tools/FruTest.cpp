@@ -77,31 +77,24 @@ TEST(FruViewTest, AllOfADevice)
       Manufacturer ID                     32473
       Data                                2a
 )");
-    const Json json = jsonOf(fruOf(image()));
-    const Json fields = json["areas"][0]["fields"], output = json["records"][0];
-    const std::pair<Json, const char*> rows[] = {
-        {json["entity"], R"({"id":10,"instance":1,"name":"Power Supply"})"},
-        {fields[0], R"({"name":"Chassis Type","value":"Rack Mount Chassis","encoding":"code","code":23})"},
-        {fields[1], R"({"name":"Chassis Part Number","value":"AB","encoding":"latin-1"})"},
-        {fields[3], R"({"name":"Custom Field 1","value":"ff00","encoding":"binary"})"},
-        {output["fields"][0], R"({"name":"Standby","value":true,"unit":"","encoding":"flag"})"},
-        {output["fields"][3],
-         R"({"name":"Maximum Negative Voltage Deviation","value":-0.6,"unit":"V","encoding":"number"})"},
-        {json["multi_record"], R"({"checksum_ok":true,"whole":true,"offset":24})"},
-    };
-    for (const auto& [found, wanted] : rows)
-        EXPECT_EQ(found.dump(), wanted);
-    const std::pair<Json, const char*> keys[] = {
-        {json, "id name controller lun channel entity areas records error multi_record size logical bus "},
-        {json["areas"][0], "kind checksum_ok fields whole offset "},
-        {output, "type name checksum_ok fields "},
-    };
-    for (const auto& [object, wanted] : keys) {
-        std::string found;
-        for (const auto& [key, value] : object.items())
-            found += key + ' ';
-        EXPECT_EQ(found, wanted);
-    }
+    Json json = jsonOf(fruOf(image()));
+    Json& output = json["records"][0]["fields"];
+    output = Json::array({output[0], output[3]}); // a flag and a number will do
+    EXPECT_EQ(
+        json.dump(),
+        R"({"id":1,"name":"PSU","controller":32,"lun":0,"channel":0,)"
+        R"("entity":{"id":10,"instance":1,"name":"Power Supply"},"areas":[{"kind":"chassis","checksum_ok":true,"fields":[)"
+        R"({"name":"Chassis Type","value":"Rack Mount Chassis","encoding":"code","code":23},)"
+        R"({"name":"Chassis Part Number","value":"AB","encoding":"latin-1"},)"
+        R"({"name":"Chassis Serial Number","value":"","encoding":"latin-1"},)"
+        R"({"name":"Custom Field 1","value":"ff00","encoding":"binary"}],"whole":true,"offset":8}],)"
+        R"("records":[{"type":1,"name":"DC Output","checksum_ok":true,"fields":[)"
+        R"({"name":"Standby","value":true,"unit":"","encoding":"flag"},)"
+        R"({"name":"Maximum Negative Voltage Deviation","value":-0.6,"unit":"V","encoding":"number"}]},)"
+        R"({"type":192,"name":"OEM","checksum_ok":true,"fields":[)"
+        R"({"name":"Manufacturer ID","value":"32473","unit":"","encoding":"code","code":32473},)"
+        R"({"name":"Data","value":"2a","unit":"","encoding":"binary"}]}],"error":null,)"
+        R"("multi_record":{"checksum_ok":true,"whole":true,"offset":24},"size":51,"logical":true,"bus":null})");
 }
 
 /// The lines that something is wrong with, as "thing: what".
