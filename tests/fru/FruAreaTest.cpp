@@ -254,6 +254,8 @@ TEST(DecodeFru, MarksWhatIsDamaged)
         {changed(good, {{29, 1}}), start + "multi-record@24! 36 r1! r2 ", ""},
         {changed(good, {{41, 1}}), start + "multi-record@24! 36 r1! r2 ", ""},
         {firstOf(good, 50), start + "multi-record@24!< 26 r1 r2! ", ""},
+        {firstOf(image(chassis, record(1, {1, 0}, true)), 30), start + "multi-record@24!< 6 r1! ",
+         ""},                                                       // its sum is right
         {firstOf(good, 44), start + "multi-record@24< 18 r1 ", ""}, // not even a header
         {firstOf(good, 27), start + none, ""},
         {firstOf(good, 19), "internal@8 8 chassis@16!< 3 " + none, ""},

@@ -33,24 +33,6 @@ const std::pair<std::string, const char*> kRenamed[] = {
     {"Standby", "Output on Standy"},
 };
 
-/// Types of records that it shows, and how it writes numbers in them: our unit, the factor to its own, and that.
-struct RecordWords {
-    const char* name;
-    std::map<std::string, std::pair<double, const char*>> units;
-};
-const RecordWords kRecordTypes[] = {
-    {"Power Supply ",
-     {{"W", {1, " Watts"}},
-      {"VA", {1, " VA"}},
-      {"A", {1, " Amps"}},
-      {"V", {1000, " mV"}},
-      {"Hz", {1, " Hz"}},
-      {"ms", {1, " ms"}},
-      {"s", {1, " s"}}}},
-    {"DC Output ", {{"", {1, ""}}, {"V", {1000, " mV"}}, {"A", {1000, " mA"}}}},
-};
-const RecordWords kNoRecord{"", {}};
-
 /// What FreeIPMI does not say, and why. "*" is every image.
 struct Difference {
     const char *image, *line, *reason;
@@ -76,7 +58,21 @@ std::string itsDate(const std::string& iso)
     return iso.substr(5, 2) + '/' + iso.substr(8, 2) + '/' + iso.substr(2, 2) + " - " + iso.substr(11, 8);
 }
 
-std::string valueOf(const IpmiFruField& field, const RecordWords& record)
+/// Volts in thousandths, those of outputs that supplies limit together excepted, and so the Amperes of outputs.
+std::string itsNumber(const IpmiFruField& field, bool isOutput)
+{
+    if (field.name.starts_with("Combined"))
+        return field.value + field.unit;
+    const bool milli = field.unit == "V" || (field.unit == "A" && isOutput);
+    const std::string number = std::to_string(std::lround(field.number.value_or(0) * (milli ? 1000 : 1)));
+    return field.unit.empty() ? number
+                              : number + (milli ? " m" : " ") +
+                                    (field.unit == "W"             ? "Watts"
+                                     : field.unit == "A" && !milli ? "Amps"
+                                                                   : field.unit);
+}
+
+std::string itsValue(const IpmiFruField& field, bool isOutput)
 {
     if (field.encoding == IpmiFruField::kTime)
         return itsDate(field.value);
@@ -84,12 +80,7 @@ std::string valueOf(const IpmiFruField& field, const RecordWords& record)
         return field.value == "yes" ? "Yes" : "No";
     if (field.encoding == IpmiFruField::kBcdPlus) // it writes these without zeros in front
         return field.value.substr(field.value.find_first_not_of('0'));
-    if (field.encoding != IpmiFruField::kNumber)
-        return field.value;
-    if (field.name.starts_with("Combined"))
-        return field.value + field.unit;
-    const auto [factor, unit] = record.units.at(field.unit);
-    return std::to_string(std::lround(field.number.value_or(0) * factor)) + unit;
+    return field.encoding == IpmiFruField::kNumber ? itsNumber(field, isOutput) : field.value;
 }
 
 bool isKnownDifference(const std::string& image, const std::string& what)
@@ -101,19 +92,19 @@ bool isKnownDifference(const std::string& image, const std::string& what)
 
 /// Adds the lines that FreeIPMI writes for these fields.
 void addLines(std::multiset<std::string>& lines, const std::string& image, const IpmiFruArea& area,
-              const std::vector<IpmiFruField>& fields, const RecordWords& record = kNoRecord)
+              const std::vector<IpmiFruField>& fields, const std::string& record = {})
 {
     const std::string kind = kindName(area.kind);
     for (const IpmiFruField& field : fields) {
         if (field.value.empty() || isKnownDifference(image, field.name) || isKnownDifference(image, '(' + kind + ')'))
             continue;
-        std::string label = record.name + field.name;
+        std::string label = record + field.name;
         for (const auto& [ours, its] : kRenamed)
             if (const std::size_t place = label.find(ours); place != std::string::npos)
                 label.replace(place, ours.size(), its);
         if (field.name.starts_with("Custom Field"))
             label = std::string(1, static_cast<char>(std::toupper(kind[0]))) + kind.substr(1) + " Custom Info";
-        lines.insert(label + ": " + valueOf(field, record));
+        lines.insert(label + ": " + itsValue(field, record == "DC Output "));
     }
 }
 
@@ -128,8 +119,7 @@ std::multiset<std::string> ours(const std::string& image, const Bytes& bytes)
             addLines(lines, image, area, area.contents->fields());
         else
             for (const IpmiFruRecord& record : multi->records())
-                addLines(lines, image, area, record.fields,
-                         record.type < std::size(kRecordTypes) ? kRecordTypes[record.type] : kNoRecord);
+                addLines(lines, image, area, record.fields, record.type == 0 ? "Power Supply " : "DC Output ");
         if (!area.checksumOk)
             lines.insert(multi ? "Error: multirecord area checksum invalid" : "Error: checksum");
     }
