@@ -100,6 +100,7 @@ struct LanBmc : Sim::Responder {
         EXPECT_GE(IpmiIfcOpenIpmiOpen(0), 0);
         EXPECT_EQ(IpmiIfcInitForCLI(0), 0);
         takeAsked();
+        forget();
     }
     ~LanBmc() override { IpmiIfcCloseForCLI(0); }
 
@@ -240,7 +241,6 @@ TEST(IpmiLan, The4097thIpv6TextIsNotKept)
         bmc.lan.load_v6_addresses(0);
     EXPECT_EQ(bmc.lan.getIPv6Addresses().size(), 4096u);
     EXPECT_TRUE(bmc.sim.log().has(LOG_DEBUG, "load_v6_addresses: loaded 4096 ipv6 addresses"));
-    bmc.forget();
 }
 
 TEST(IpmiLan, GettersDoNotWaitForRefreshesWhichComeOneAfterTheOther)
@@ -270,7 +270,6 @@ TEST(IpmiLan, GettersDoNotWaitForRefreshesWhichComeOneAfterTheOther)
     const std::string whole = "3@1 5@1 6@1 12@1 56@0";
     EXPECT_TRUE(bmc.asked.starts_with(whole + ' '));
     EXPECT_NE(bmc.asked.find(whole, whole.size()), std::string::npos) << bmc.asked;
-    bmc.forget();
 }
 
 // --- by the standard
@@ -338,7 +337,6 @@ TEST(IpmiLanStatus, IsWhatEachQuestionBroughtAndNoMore)
         {"55@1", "2001:db8::19"}};
     const std::string all = kQuestions, oneOfEach = "c1 3@1 4@1 5@1 6@1 12@1 13@1 20@1 21@1 50@1 51@1 55@1 56@1 59@1";
     LanBmc bmc;
-    bmc.forget();
     EXPECT_EQ(linesOf(bmc.lan.status()), kAll);
     EXPECT_EQ(bmc.takeAsked(), kQuestions);
     bmc.lan.status(); // the channel is known now
