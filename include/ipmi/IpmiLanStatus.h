@@ -63,8 +63,8 @@ struct IpmiLanStatus {
     /// The static addresses, then the dynamic ones; sets that hold no address (::) are left out. Empty: the BMC has
     /// none.
     std::optional<std::vector<Ipv6>> ipv6;
-    /// False where a question got no answer, after which none more was asked, or an IPv6 address came garbled: the BMC
-    /// may have more than is told here.
+    /// False where a question got no answer, after which none more was asked, or what tells of IPv6 addresses was
+    /// garbled: the BMC may have more than is told here.
     bool whole = true;
 };
 

@@ -20,6 +20,13 @@ using namespace wire::lan_parameter;
 using wire::bit;
 using wire::bits;
 
+/// The BMC has no such set, or does not know the parameter.
+bool isNotThere(int code)
+{
+    using namespace wire::cc;
+    return code == kParameterNotSupported || code == kOutOfRange || code == kInvalidCommand;
+}
+
 /// Asks for each thing once, and for nothing more after a silence.
 class StatusReader
 {
@@ -50,7 +57,7 @@ private:
     std::vector<IpmiLanStatus::Ipv6> addresses_;
     bool silent_ = false;  ///< a question got no answer
     bool heard_ = false;   ///< the channel has said something
-    bool garbled_ = false; ///< a set of an IPv6 address was of no use
+    bool garbled_ = false; ///< an IPv6 address, or how many there are, came as nonsense
 };
 
 IpmiLanStatus StatusReader::read()
@@ -136,6 +143,7 @@ void StatusReader::readIpv6()
     }
     const Answer counts = ask(kIpv6Status);
     const bool counted = counts.good(kData + 2);
+    garbled_ = !counted && !isNotThere(counts.code());
     const std::size_t fixed = counted ? counts.at(kData) : 1, dynamic = counted ? counts.at(kData + 1) : 1;
     bool known = counted && fixed == 0 && dynamic == 0;
     known |= readSets(kIpv6Static, fixed, IpmiLanStatus::kStaticSet);
@@ -151,7 +159,7 @@ bool StatusReader::readSets(std::uint8_t parameter, std::size_t count, IpmiLanSt
     bool any = false;
     for (std::size_t set = 0; set < count && !silent_; ++set) {
         const Answer answer = ask(parameter, wire::lowByte(static_cast<unsigned int>(set)));
-        if (answer.code() == wire::cc::kParameterNotSupported || answer.code() == wire::cc::kOutOfRange)
+        if (isNotThere(answer.code()))
             break;
         if (!answer.good(kData + wire::ipv6_set::kSize) || answer.at(kData) != set) {
             garbled_ = true;

@@ -18,58 +18,19 @@ using namespace FruTest;
 using namespace Ipmi;
 namespace fs = std::filesystem;
 
-/// A field of ours in FreeIPMI's words: its label, and of numbers the factor to its unit and how it writes that.
-struct Label {
-    const char* text;
-    double factor = 1;
-    const char* unit = "";
-};
-
-/// Names that several kinds of areas and records have stand behind the kind's.
-const std::map<std::string, Label> kLabels = {
-    {"Chassis Type", {"Chassis Type"}},
-    {"Chassis Part Number", {"Chassis Part Number"}},
-    {"Chassis Serial Number", {"Chassis Serial Number"}},
-    {"Mfg. Date / Time", {"Board Manufacturing Date/Time"}},
-    {"Board Manufacturer", {"Board Manufacturer"}},
-    {"Board Product Name", {"Board Product Name"}},
-    {"Board Serial Number", {"Board Serial Number"}},
-    {"Board Part Number", {"Board Part Number"}},
-    {"FRU File ID", {"FRU File ID"}},
-    {"Manufacturer Name", {"Product Manufacturer Name"}},
-    {"Product Name", {"Product Name"}},
-    {"Product Part/Model Number", {"Product Part/Model Number"}},
-    {"Product Version", {"Product Version"}},
-    {"Product Serial Number", {"Product Serial Number"}},
-    {"Asset Tag", {"Product Asset Tag"}},
-    {"Overall Capacity", {"Power Supply Overall Capacity", 1, " Watts"}},
-    {"Peak VA", {"Power Supply Peak VA", 1, " VA"}},
-    {"Inrush Current", {"Power Supply Max Inrush Current", 1, " Amps"}},
-    {"Inrush Interval", {"Power Supply Inrush Interval", 1, " ms"}},
-    {"Low End Input Voltage Range 1", {"Power Supply Low End Input Voltage 1", 1000, " mV"}},
-    {"High End Input Voltage Range 1", {"Power Supply High End Input Voltage 1", 1000, " mV"}},
-    {"Low End Input Voltage Range 2", {"Power Supply Low End Input Voltage 2", 1000, " mV"}},
-    {"High End Input Voltage Range 2", {"Power Supply High End Input Voltage 2", 1000, " mV"}},
-    {"Low End Input Frequency Range", {"Power Supply Low End Acceptable Frequency", 1, " Hz"}},
-    {"High End Input Frequency Range", {"Power Supply High End Acceptable Frequency", 1, " Hz"}},
-    {"A/C Dropout Tolerance", {"Power Supply A/C Dropout Tolerance", 1, " ms"}},
-    {"Predictive Fail Support", {"Power Supply Predictive Fail Support"}},
-    {"Power Factor Correction", {"Power Supply Power Factor Correction Supported"}},
-    {"Autoswitch", {"Power Supply AutoSwitch Supprt"}},
-    {"Hot Swap Support", {"Power Supply Hot Swap Support"}},
-    {"Peak Capacity", {"Power Supply Peak Capacity", 1, " Watts"}},
-    {"Hold-up Time", {"Power Supply Hold Up Time", 1, " s"}},
-    {"Combined Wattage Voltage 1", {"Power Supply Voltage 1", 1, "V"}},
-    {"Combined Wattage Voltage 2", {"Power Supply Voltage 2", 1, "V"}},
-    {"Total Combined Wattage", {"Power Supply Total Combined Wattage", 1, " Watts"}},
-    {"Output Number", {"DC Output Output Number", 1, ""}},
-    {"Standby", {"DC Output Output on Standy"}},
-    {"Nominal Voltage", {"DC Output Nominal Voltage", 1000, " mV"}},
-    {"Maximum Negative Voltage Deviation", {"DC Output Maximum Negative Voltage Deviation", 1000, " mV"}},
-    {"Maximum Positive Voltage Deviation", {"DC Output Maximum Positive Voltage Deviation", 1000, " mV"}},
-    {"Ripple and Noise pk-pk", {"DC Output Ripple and Noise pk-pk", 1000, " mV"}},
-    {"Minimum Current Draw", {"DC Output Minimum Current Draw", 1000, " mA"}},
-    {"Maximum Current Draw", {"DC Output Maximum Current Draw", 1000, " mA"}},
+/// Where FreeIPMI's label is not ours behind the name of the area or record: what stands in its place.
+const std::pair<std::string, const char*> kRenamed[] = {
+    {"Mfg. Date / Time", "Board Manufacturing Date/Time"},
+    {"Manufacturer Name", "Product Manufacturer Name"},
+    {"Asset Tag", "Product Asset Tag"},
+    {"Inrush Current", "Max Inrush Current"},
+    {"Voltage Range", "Voltage"},
+    {"Input Frequency Range", "Acceptable Frequency"},
+    {"Factor Correction", "Factor Correction Supported"},
+    {"Autoswitch", "AutoSwitch Supprt"},
+    {"Hold-up", "Hold Up"},
+    {"Combined Wattage Voltage", "Voltage"},
+    {"Standby", "Output on Standy"},
 };
 
 /// What FreeIPMI does not say, and why. "*" is every image.
@@ -97,17 +58,29 @@ std::string itsDate(const std::string& iso)
     return iso.substr(5, 2) + '/' + iso.substr(8, 2) + '/' + iso.substr(2, 2) + " - " + iso.substr(11, 8);
 }
 
-std::string inItsWords(const IpmiFruField& field, const Label& label)
+/// Volts in thousandths, those of outputs that supplies limit together excepted, and so the Amperes of outputs.
+std::string itsNumber(const IpmiFruField& field, bool isOutput)
+{
+    if (field.name.starts_with("Combined"))
+        return field.value + field.unit;
+    const bool milli = field.unit == "V" || (field.unit == "A" && isOutput);
+    const std::string number = std::to_string(std::lround(field.number.value_or(0) * (milli ? 1000 : 1)));
+    return field.unit.empty() ? number
+                              : number + (milli ? " m" : " ") +
+                                    (field.unit == "W"             ? "Watts"
+                                     : field.unit == "A" && !milli ? "Amps"
+                                                                   : field.unit);
+}
+
+std::string itsValue(const IpmiFruField& field, bool isOutput)
 {
     if (field.encoding == IpmiFruField::kTime)
         return itsDate(field.value);
     if (field.encoding == IpmiFruField::kFlag)
         return field.value == "yes" ? "Yes" : "No";
-    if (field.encoding == IpmiFruField::kNumber)
-        return std::to_string(std::lround(field.number.value_or(0) * label.factor)) + label.unit;
     if (field.encoding == IpmiFruField::kBcdPlus) // it writes these without zeros in front
         return field.value.substr(field.value.find_first_not_of('0'));
-    return field.value;
+    return field.encoding == IpmiFruField::kNumber ? itsNumber(field, isOutput) : field.value;
 }
 
 bool isKnownDifference(const std::string& image, const std::string& what)
@@ -117,18 +90,22 @@ bool isKnownDifference(const std::string& image, const std::string& what)
     });
 }
 
-/// A line as FreeIPMI writes it; empty for what it does not show.
-std::string itsLine(const std::string& image, const IpmiFruArea& area, const IpmiFruField& field)
+/// Adds the lines that FreeIPMI writes for these fields.
+void addLines(std::multiset<std::string>& lines, const std::string& image, const IpmiFruArea& area,
+              const std::vector<IpmiFruField>& fields, const std::string& record = {})
 {
     const std::string kind = kindName(area.kind);
-    if (field.value.empty() || isKnownDifference(image, field.name) || isKnownDifference(image, '(' + kind + ')'))
-        return {};
-    if (field.name.starts_with("Custom Field"))
-        return std::string(1, static_cast<char>(std::toupper(kind[0]))) + kind.substr(1) +
-               " Custom Info: " + field.value;
-    const auto label = kLabels.find(field.name);
-    return label == kLabels.end() ? "no label: " + field.name
-                                  : std::string(label->second.text) + ": " + inItsWords(field, label->second);
+    for (const IpmiFruField& field : fields) {
+        if (field.value.empty() || isKnownDifference(image, field.name) || isKnownDifference(image, '(' + kind + ')'))
+            continue;
+        std::string label = record + field.name;
+        for (const auto& [ours, its] : kRenamed)
+            if (const std::size_t place = label.find(ours); place != std::string::npos)
+                label.replace(place, ours.size(), its);
+        if (field.name.starts_with("Custom Field"))
+            label = std::string(1, static_cast<char>(std::toupper(kind[0]))) + kind.substr(1) + " Custom Info";
+        lines.insert(label + ": " + itsValue(field, record == "DC Output "));
+    }
 }
 
 /// What we say, in FreeIPMI's words.
@@ -137,12 +114,14 @@ std::multiset<std::string> ours(const std::string& image, const Bytes& bytes)
     std::string error;
     std::multiset<std::string> lines;
     for (const IpmiFruArea& area : decodeFru(bytes.data(), bytes.size(), &error)) {
-        for (const IpmiFruField& field : area.contents->fields())
-            if (std::string line = itsLine(image, area, field); !line.empty())
-                lines.insert(std::move(line));
+        const auto* multi = dynamic_cast<const IpmiFruMulti*>(area.contents.get());
+        if (!multi)
+            addLines(lines, image, area, area.contents->fields());
+        else
+            for (const IpmiFruRecord& record : multi->records())
+                addLines(lines, image, area, record.fields, record.type == 0 ? "Power Supply " : "DC Output ");
         if (!area.checksumOk)
-            lines.insert(area.kind == IpmiFruArea::kMulti ? "Error: multirecord area checksum invalid"
-                                                          : "Error: checksum");
+            lines.insert(multi ? "Error: multirecord area checksum invalid" : "Error: checksum");
     }
     if (error.find("checksum") != std::string::npos)
         lines.insert("Error: common header checksum invalid");
@@ -162,70 +141,28 @@ std::multiset<std::string> theirs(const fs::path& file)
     return lines;
 }
 
-std::string nameOf(const fs::path& file)
-{
-    return (file.parent_path().filename() / file.stem()).string();
-}
-
 Bytes contentsOf(const fs::path& file)
 {
     std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-std::vector<fs::path> images()
-{
-    std::vector<fs::path> files;
-    if (const char* folder = std::getenv("TRX_CAPTURES"); folder != nullptr && *folder != '\0')
-        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-            const fs::path& path = entry.path();
-            const bool isFru = path.filename().string().starts_with("fru-") || path.parent_path().filename() == "fru";
-            if (path.extension() == ".bin" && isFru)
-                files.push_back(path);
-        }
-    return files;
-}
-
 TEST(FruCaptures, DecodeToWhatIsExpectedOfThem)
 {
-    const auto files = images();
-    if (files.empty())
+    const char* folder = std::getenv("TRX_CAPTURES");
+    if (folder == nullptr || *folder == '\0')
         GTEST_SKIP() << "TRX_CAPTURES names no folder with captures";
-    for (const fs::path& file : files) {
-        fs::path expected = file;
-        expected.replace_extension(".ipmi-fru.txt");
-        ASSERT_TRUE(fs::exists(expected)) << expected;
-        EXPECT_EQ(ours(nameOf(file), contentsOf(file)), theirs(expected)) << file;
+    int count = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        fs::path file = entry.path();
+        if (file.extension() != ".bin" ||
+            !(file.filename().string().starts_with("fru-") || file.parent_path().filename() == "fru"))
+            continue;
+        const auto said = ours((file.parent_path().filename() / file.stem()).string(), contentsOf(file));
+        EXPECT_EQ(said, theirs(file.replace_extension(".ipmi-fru.txt"))) << file;
+        ++count;
     }
-}
-
-/// What FreeIPMI shows nothing of.
-TEST(FruCaptures, FactsOfSomeImages)
-{
-    const struct {
-        const char *image, *line;
-    } rows[] = {
-        {"fru/basic-internal", "Internal Use Area: 01"
-                               "696e746572616c2d64617461"}, // "interal-data": so the image has it
-        {"fru/basic-all", "Internal Use Area: 01"
-                          "64617461313233"}, // "data123"
-        {"dell_r730/fru-01", "Overall Capacity: 750 W"},
-        {"dell_r730/fru-01", "High End Input Voltage Range 1: 264 V"},
-        {"s2600kp/fru-03", "Product Serial Number: PSSF162202ACNS1622A4SE250505"},
-        {"s2600kp/fru-03", "Maximum Current Draw: 3.5 A"},
-    };
-    const auto files = images();
-    for (const auto& row : rows) {
-        const auto file = std::ranges::find(files, row.image, nameOf);
-        if (file == files.end())
-            GTEST_SKIP() << "TRX_CAPTURES names no folder with captures";
-        Texts all;
-        const Bytes bytes = contentsOf(*file);
-        for (const auto& area : decodeFru(bytes.data(), bytes.size(), nullptr))
-            for (const std::string& line : lines(area.contents->fields()))
-                all.push_back(line);
-        EXPECT_THAT(all, testing::Contains(testing::StartsWith(row.line))) << row.image;
-    }
+    EXPECT_GT(count, 0);
 }
 
 } // namespace

@@ -20,6 +20,8 @@ constexpr std::uint8_t kNodeController = 0x82;
 /// The BMC and a satellite, each with devices 0 and 3.
 Sim::Machine twoControllers(std::vector<Bytes> records)
 {
+    for (std::size_t i = 0; i < records.size(); ++i)
+        records[i][0] = static_cast<std::uint8_t>(i + 1); // their ids
     Sim::Machine machine = machineWith(contents(), std::move(records));
     machine.controllers[kNodeController];
     for (const std::uint8_t controller : {kBmc, kNodeController})
@@ -32,37 +34,28 @@ TEST(FruInventory, AsksEachDeviceWhereItsRecordSays)
 {
     const Changes isPrivate{{7, 0x02}}, memory{{10, 0x10}, {11, 1}}, almostMemory{{10, 0x10}, {11, 0}},
         oldMemory{{10, 0x07}, {11, 1}};
+    const auto at = [](std::uint8_t controller, std::uint8_t device, const Changes& changes = {}) {
+        return locator(1, controller, device, changes);
+    };
+    const std::uint8_t far = kNodeController;
     const struct {
         const char* name;
         std::vector<Bytes> records;
-        std::string asked; ///< Get FRU Inventory Area Info: controller:device
-        std::string frus;  ///< device, number of areas; f: fallback
-        std::string devices;
+        std::string frus;    ///< device, number of areas; f: fallback
+        std::string devices; ///< controller:device; p: on a private bus; (): not asked with Get FRU Inventory Area Info
     } rows[] = {
-        {"no records", {}, "20:0 ", "0/4f ", "20:0 "},
-        {"device 0 of the BMC", {locator(1, 0x20, 0)}, "20:0 ", "0/4 ", "20:0 "},
-        {"another one", {locator(1, 0x20, 3)}, "20:3 20:0 ", "3/4 0/4f ", "20:3 20:0 "},
-        {"a satellite's, and the fallback there",
-         {locator(1, kNodeController, 3)},
-         "82:3 82:0 ",
-         "3/4 0/4f ",
-         "82:3 82:0 "},
-        {"device 0 of a satellite will do", {locator(1, kNodeController, 0)}, "82:0 ", "0/4 ", "82:0 "},
-        {"no address: as the one before",
-         {locator(1, kNodeController, 3), locator(2, 0, 0)},
-         "82:3 82:0 ",
-         "3/4 0/4 ",
-         "82:3 82:0 "},
-        {"in the repository's order",
-         {locator(1, 0x20, 0), locator(2, kNodeController, 3), locator(3, 0x20, 3)},
-         "20:0 82:3 20:3 ",
-         "0/4 3/4 3/4 ",
-         "20:0 82:3 20:3 "},
-        {"behind a private bus", {locator(1, 0x20, 0xa0, isPrivate)}, "20:0 ", "0/4f ", "20:160p2 20:0 "},
-        {"a memory module's", {locator(1, 0x20, 3, memory)}, "20:0 ", "3/0 0/4f ", "20:3 20:0 "},
-        {"not quite", {locator(1, 0x20, 3, almostMemory)}, "20:3 20:0 ", "3/4 0/4f ", "20:3 20:0 "},
-        {"not quite either", {locator(1, 0x20, 3, oldMemory)}, "20:3 20:0 ", "3/4 0/4f ", "20:3 20:0 "},
-        {"one that is not there", {locator(1, 0x20, 9), locator(2, 0x20, 0)}, "20:9 20:0 ", "9/0 0/4 ", "20:9 20:0 "},
+        {"no records", {}, "0/4f", "20:0"},
+        {"device 0 of the BMC", {at(0x20, 0)}, "0/4", "20:0"},
+        {"another one", {at(0x20, 3)}, "3/4 0/4f", "20:3 20:0"},
+        {"a satellite's, and the fallback there", {at(far, 3)}, "3/4 0/4f", "82:3 82:0"},
+        {"device 0 of a satellite will do", {at(far, 0)}, "0/4", "82:0"},
+        {"no address: as the one before", {at(far, 3), at(0, 0)}, "3/4 0/4", "82:3 82:0"},
+        {"repository's order", {at(0x20, 0), at(far, 3), at(0x20, 3)}, "0/4 3/4 3/4", "20:0 82:3 20:3"},
+        {"behind a private bus", {at(0x20, 0xa0, isPrivate)}, "0/4f", "(20:160p2) 20:0"},
+        {"a memory module's", {at(0x20, 3, memory)}, "3/0 0/4f", "(20:3) 20:0"},
+        {"not quite", {at(0x20, 3, almostMemory)}, "3/4 0/4f", "20:3 20:0"},
+        {"not quite either", {at(0x20, 3, oldMemory)}, "3/4 0/4f", "20:3 20:0"},
+        {"one that is not there", {at(0x20, 9), at(0x20, 0)}, "9/0 0/4", "20:9 20:0"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -71,18 +64,23 @@ TEST(FruInventory, AsksEachDeviceWhereItsRecordSays)
         bmc.restart();
         EXPECT_EQ(IpmiIfcFruInstantiateAll(0), 0);
         EXPECT_EQ(TargetScope::current(0).address, 0U) << "as before";
-        std::string asked, frus, devices;
+        std::string asked, frus, devices, ofDevices;
         for (const Sim::Request& request : bmc.bmc.log())
             if (request.cmd == kInfo)
-                asked += written(std::hex, +request.address, ':', std::dec, +request.data.at(0), ' ');
-        EXPECT_EQ(asked, row.asked);
+                asked += written(std::hex, ' ', +request.address, ':', std::dec, +request.data.at(0));
         for (const auto& fru : IpmiIfc::getFrus(0))
-            frus += written(fru->getOwnerId(), '/', fru->getOptionalRefArray().size(), fru->isFallback() ? "f " : " ");
-        EXPECT_EQ(frus, row.frus);
-        for (const IpmiFruDevice& device : IpmiIfc::getFruDevices(0))
-            devices += written(std::hex, +device.controller, ':', std::dec, +device.id,
-                               device.isLogical ? " " : written('p', +device.bus, ' '));
-        EXPECT_EQ(devices, row.devices);
+            frus +=
+                written(' ', fru->getOwnerId(), '/', fru->getOptionalRefArray().size(), fru->isFallback() ? "f" : "");
+        for (const IpmiFruDevice& one : IpmiIfc::getFruDevices(0)) {
+            const std::string bus = one.isLogical ? "" : written('p', +one.bus),
+                              place = written(std::hex, +one.controller, ':', std::dec, +one.id, bus);
+            const bool isAsked = one.state != IpmiFruDevice::kNotAsked;
+            devices += ' ' + (isAsked ? place : '(' + place + ')');
+            ofDevices += isAsked ? ' ' + place : "";
+        }
+        EXPECT_EQ(frus, ' ' + row.frus);
+        EXPECT_EQ(devices, ' ' + row.devices);
+        EXPECT_EQ(asked, ofDevices);
     }
 }
 
@@ -136,7 +134,9 @@ TEST(FruInventory, CommandsAreCounted)
 TEST(FruInventory, WhatItLeavesOutIsReadWhenAskedFor)
 {
     FruBmc bmc(twoControllers({locator(1, kNodeController, 3), locator(2, 0x20, 0)}));
-    bmc.bmc.state()->machine.fru[Sim::FruKey(0)].access = Sim::FruAccess::words;
+    auto& images = bmc.bmc.state()->machine.fru;
+    images[Sim::FruKey(0)].access = Sim::FruAccess::words;
+    images[Sim::FruKey(3, kNodeController)].image.push_back(0);
     IpmiIfcSdrGetInfo(0);
     IpmiIfcFruInstantiateAll(0);
     std::vector<IpmiFruDevice> devices = IpmiIfc::getFruDevices(0);
@@ -151,7 +151,8 @@ TEST(FruInventory, WhatItLeavesOutIsReadWhenAskedFor)
             EXPECT_TRUE(area.whole && area.checksumOk) << kindName(area.kind);
         const IpmiFruImage image = IpmiIfc::readFruImage(0, device);
         EXPECT_EQ(image.state, IpmiFruDevice::kRead);
-        EXPECT_EQ(image.bytes, Sim::writeFru(contents()));
+        EXPECT_EQ(image.bytes, images[Sim::FruKey(device.id, device.controller)].image);
+        EXPECT_EQ(whole.areas[0].contents->length(), 8U);
     }
     bmc.restart({fault(kRead, 3, 1, kSilence)});
     const IpmiFruImage part = IpmiIfc::readFruImage(0, devices[1]);

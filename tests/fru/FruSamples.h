@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Areas, records and images made of their parts, and fields as lines.
+// Areas, records and images made of their parts, and what an area says as texts.
 #pragma once
 
 #include "ipmi/IpmiFruArea.h"
@@ -19,23 +19,45 @@ namespace FruTest
 
 using Bytes = std::vector<std::uint8_t>;
 using Texts = std::vector<std::string>;
+using Patch = std::vector<std::pair<std::size_t, std::uint8_t>>; ///< places and what stands there then
 
 inline std::uint8_t checksum(const Bytes& bytes)
 {
     return static_cast<std::uint8_t>(-std::accumulate(bytes.begin(), bytes.end(), 0));
 }
 
-inline void append(Bytes& bytes, const Bytes& more)
+inline Bytes joined(const std::vector<Bytes>& parts)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
+    Bytes all;
+    for (const Bytes& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+inline std::string oneLine(const Texts& texts)
+{
+    std::string all;
+    for (const std::string& text : texts)
+        all += (&text == texts.data() ? "" : "|") + text;
+    return all;
+}
+
+inline Bytes changed(Bytes bytes, const Patch& patch)
+{
+    for (const auto& [place, value] : patch)
+        bytes.at(place) = value;
+    return bytes;
+}
+
+inline Bytes firstOf(const Bytes& bytes, std::size_t size)
+{
+    return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)};
 }
 
 /// A field of the type in bits 7:6.
 inline Bytes field(std::uint8_t type, const std::string& data)
 {
-    Bytes bytes{static_cast<std::uint8_t>(type | data.size())};
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    return bytes;
+    return joined({{static_cast<std::uint8_t>(type | data.size())}, {data.begin(), data.end()}});
 }
 
 inline Bytes latin(const std::string& text)
@@ -46,11 +68,7 @@ inline Bytes latin(const std::string& text)
 /// An info area: what stands between its length and its fields, and the fields.
 inline Bytes info(const Bytes& fixed, const std::vector<Bytes>& fields)
 {
-    Bytes area{1, 0};
-    append(area, fixed);
-    for (const Bytes& one : fields)
-        append(area, one);
-    area.push_back(0xc1);
+    Bytes area = joined({{1, 0}, fixed, joined(fields), {0xc1}});
     area.resize((area.size() + 8) / 8 * 8 - 1);
     area[1] = static_cast<std::uint8_t>((area.size() + 1) / 8);
     area.push_back(checksum(area));
@@ -59,19 +77,10 @@ inline Bytes info(const Bytes& fixed, const std::vector<Bytes>& fields)
 
 inline Bytes record(std::uint8_t type, const Bytes& data, bool last = false)
 {
-    Bytes bytes{type, static_cast<std::uint8_t>(last ? 0x82 : 0x02), static_cast<std::uint8_t>(data.size()),
-                checksum(data)};
-    bytes.push_back(checksum(bytes));
-    append(bytes, data);
-    return bytes;
-}
-
-inline Bytes joined(const std::vector<Bytes>& parts)
-{
-    Bytes all;
-    for (const Bytes& part : parts)
-        append(all, part);
-    return all;
+    Bytes header{type, static_cast<std::uint8_t>(last ? 0x82 : 2), static_cast<std::uint8_t>(data.size()),
+                 checksum(data)};
+    header.push_back(checksum(header));
+    return joined({header, data});
 }
 
 template <typename Area> Area areaOf(const Bytes& bytes)
@@ -92,40 +101,37 @@ inline const Bytes kOem{0x57, 0x01, 0x00, 0xab, 0xcd};
 inline const Bytes kRecords =
     joined({record(0x00, kSupply), record(0x01, kDc), record(0x02, kDc), record(0xc0, kOem, true)});
 
-/// "Name: value unit (encoding)" of each.
+/// "Name: value unit" of each, and what is neither a number nor a flag with its encoding and the number it stands for.
 inline Texts lines(const std::vector<Ipmi::IpmiFruField>& fields)
 {
+    using Field = Ipmi::IpmiFruField;
     Texts lines;
-    for (const auto& one : fields)
-        lines.push_back(one.name + ": " + one.value + (one.unit.empty() ? "" : ' ' + one.unit) + " (" +
-                        encodingName(one.encoding) + ')');
+    for (const Field& one : fields) {
+        lines.push_back(one.name + ": " + one.value + (one.unit.empty() ? "" : ' ' + one.unit));
+        if (one.encoding != Field::kNumber && one.encoding != Field::kFlag)
+            lines.back() += std::string(" (") + encodingName(one.encoding) +
+                            (one.number ? ' ' + std::to_string(static_cast<int>(*one.number)) : "") + ')';
+    }
     return lines;
 }
 
-inline Texts getters(const Ipmi::IpmiFruBoard& area)
+/// What each getter of the area's kind gives; of records "key=value", where there is one, of each type with keys.
+inline Texts getters(const Ipmi::IpmiFruOptional& area)
 {
-    return {area.getManufacturer(), area.getName(), area.getSerialNumber(), area.getPartNumber(),
-            area.getMfgDateTime8601()};
-}
-
-inline Texts getters(const Ipmi::IpmiFruChassis& area)
-{
-    return {area.getType(), area.getPartNumber(), area.getSerialNumber()};
-}
-
-inline Texts getters(const Ipmi::IpmiFruProduct& area)
-{
-    return {area.getManufacturer(), area.getName(),         area.getPartNumber(),
-            area.getVersion(),      area.getSerialNumber(), area.getAssetTag()};
-}
-
-/// All keys of the types that have some.
-inline Texts getters(const Ipmi::IpmiFruMulti& area)
-{
+    if (const auto* board = dynamic_cast<const Ipmi::IpmiFruBoard*>(&area))
+        return {board->getManufacturer(), board->getName(), board->getSerialNumber(), board->getPartNumber(),
+                board->getMfgDateTime8601()};
+    if (const auto* chassis = dynamic_cast<const Ipmi::IpmiFruChassis*>(&area))
+        return {chassis->getType(), chassis->getPartNumber(), chassis->getSerialNumber()};
+    if (const auto* product = dynamic_cast<const Ipmi::IpmiFruProduct*>(&area))
+        return {product->getManufacturer(), product->getName(),         product->getPartNumber(),
+                product->getVersion(),      product->getSerialNumber(), product->getAssetTag()};
     Texts texts;
-    for (const std::uint8_t type : Bytes{0, 1, 2})
-        for (int key = 0; key <= Ipmi::kFruLoadMaximumCurrent; ++key)
-            texts.push_back(area.getValue(type, static_cast<Ipmi::FruKey>(key)));
+    if (const auto* multi = dynamic_cast<const Ipmi::IpmiFruMulti*>(&area))
+        for (const std::uint8_t type : Bytes{0, 1, 2, 3, 4, 5, 6, 0xc0})
+            for (int key = -2; key < 50; ++key)
+                if (const std::string value = multi->getValue(type, static_cast<Ipmi::FruKey>(key)); !value.empty())
+                    texts.push_back(std::to_string(key) + '=' + value);
     return texts;
 }
 
