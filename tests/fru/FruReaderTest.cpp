@@ -107,7 +107,7 @@ TEST(FruReader, RefusesBadArguments)
 /// another its state, how often it was read, and the priorities of what was logged.
 std::string outcome(FruBmc& bmc, const IpmiFruDevice& device)
 {
-    static constexpr const char* kStates[] = {"read", "not asked", "no answer", "refused", "corrupt", "bad header"};
+    static constexpr const char* kStates[] = {"read", "not asked", "no answer", "refused", "bad header"};
     std::string text = written(kStates[device.state], ' ', bmc.asked(kRead));
     for (const int priority : bmc.priorities())
         text += written(" log ", priority);
