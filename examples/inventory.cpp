@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the hardware inventory of the server behind node 0: each FRU device with its areas, fields and records, and the
-// BMC's own address. Run it as root.
+// Prints the hardware inventory of the server behind node 0: each FRU device with its areas, fields and records, and
+// the BMC's own address. Run it as root.
 #include <ipmi/ipmi.h>
 
 #include <cstdio>
