@@ -7,6 +7,7 @@
 #include "support/LogCapture.h"
 
 #include <gmock/gmock.h>
+#include <set>
 
 namespace
 {
@@ -301,9 +302,13 @@ TEST(DecodeFru, CutAnywhereAndOfAnyByteNothingIsReadBehindTheEnd)
         for (const IpmiFruArea& area : decodeFru(bytes.data(), bytes.size(), nullptr))
             expectNothingReadBehind(area);
     };
+    std::set<std::size_t> typeLengths; // they take every value, the other bytes some
+    for (const std::size_t first : {16 + 3, 32 + 6, 72 + 3})
+        for (std::size_t at = first; typeLengths.insert(at).second && good[at] != 0xc1;)
+            at += 1 + (good[at] & 0x3f);
     for (std::size_t place = 0; place < good.size(); ++place) {
         expectBounds(firstOf(good, place));
-        for (unsigned int value = 0; value < 0x100; value += 15)
+        for (unsigned int value = 0; value<0x100; value += typeLengths.count(place)> 0 ? 1 : 15)
             expectBounds(changed(good, {{place, static_cast<std::uint8_t>(value)}}));
     }
 }
