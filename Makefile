@@ -2,7 +2,6 @@
 # Commands to know: `make demo`, `make check` before a commit, and `make test`. The rest are their parts.
 JOBS ?= $(shell nproc)
 SOURCES = $(shell find include src sim tools tests fuzz bench examples -name '*.h' -o -name '*.cpp')
-LINTED = $(shell find src -name '*.cpp')
 
 # ThreadSanitizer wants a calm address space; where the system forbids setarch it usually works without.
 STEADY := $(shell setarch -R true 2>/dev/null && echo setarch -R)
@@ -80,7 +79,7 @@ format-check:
 # clang-tidy and clang's thread-safety analysis over the library's own sources.
 lint:
 	@cmake --preset lint >/dev/null
-	@printf '%s\n' $(LINTED) | xargs -P $(JOBS) -n 1 clang-tidy-14 --quiet -p build/lint
+	@scripts/lint.sh build/lint $(JOBS)
 
 # Each file of the programs compiled by itself, which the builds, that compile several as one, do not. Not part of the gate.
 alone: deps

@@ -29,7 +29,7 @@ struct Loop {
     std::size_t stride; ///< one case of so many runs; a prime, or they would be the same few faults of each command
 };
 
-constexpr std::size_t kStride = kSanitized ? 31 : 7;
+constexpr std::size_t kStride = kSanitized ? 61 : 13;
 constexpr Loop kComplete = {"miniature", 1}, kSample = {"sample", kStride}, kCapture = {"ztsystems", kStride};
 constexpr std::size_t kShards = 2;
 
