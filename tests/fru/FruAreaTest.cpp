@@ -303,7 +303,7 @@ TEST(DecodeFru, CutAnywhereAndOfAnyByteNothingIsReadBehindTheEnd)
             expectNothingReadBehind(area);
     };
     std::set<std::size_t> typeLengths; // they take every value, the other bytes some
-    for (const std::size_t first : {16 + 3, 32 + 6, 72 + 3})
+    for (const std::size_t first : {16U + 3, 32U + 6, 72U + 3})
         for (std::size_t at = first; typeLengths.insert(at).second && good[at] != 0xc1;)
             at += 1 + (good[at] & 0x3f);
     for (std::size_t place = 0; place < good.size(); ++place) {
