@@ -45,7 +45,7 @@ fuzz: deps fuzzers
 
 test-fuzz: fuzzers
 	@rm -rf build/fuzz/corpus-of-test
-	@scripts/run-fuzz.sh $(JOBS) build/fuzz/corpus-of-test -runs=1000 -seed=1
+	@scripts/run-fuzz.sh $(JOBS) build/fuzz/corpus-of-test -runs=400 -seed=1
 
 fuzzers:
 	@cmake --preset asan >/dev/null
