@@ -8,6 +8,7 @@
 #include "wire/Bits.h"
 #include "wire/SdrLayout.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
 
@@ -31,7 +32,8 @@ Locators locatorsOf(IpmiNode& self)
     Locators locators;
     TRX::ReadLock hold(self.sdrLock);
     for (const ipmiifc_sdr_list* entry = self.repository.sdr_fru_locator; entry; entry = entry->next)
-        locators.insert(locators.begin(), IpmiSdrRecord(entry->length, entry->data)); // the list is newest first
+        locators.emplace_back(entry->length, entry->data);
+    std::ranges::reverse(locators); // the list is newest first
     return locators;
 }
 
@@ -179,7 +181,8 @@ int IpmiIfcFruInstantiateAll(int node)
     TRX::ReentrantLock load(self.loadLock); // no load replaces the repository meanwhile, and its readers need not wait
     Inventory inventory(node);
     inventory.readAll(locatorsOf(self));
-    inventory.publish();
+    if (!self.shutdown) // what a stop has cut short would tell of silent devices
+        inventory.publish();
     return 0;
 }
 

@@ -10,7 +10,6 @@
 #include "wire/FruLayout.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace Ipmi
 {
@@ -31,17 +30,6 @@ void logHeader(const fru_header& fru)
     TRX::log(LOG_INFO, "IpmiIfcRhFruInv: fru.header.offset.board:    0x%x", fru.bytes[layout::kBoardOffset]);
     TRX::log(LOG_INFO, "IpmiIfcRhFruInv: fru.header.offset.product:  0x%x", fru.bytes[layout::kProductOffset]);
     TRX::log(LOG_INFO, "IpmiIfcRhFruInv: fru.header.offset.multi:    0x%x", fru.bytes[layout::kMultiOffset]);
-}
-
-/// What the answer and the header say of the device as a whole.
-void keepHeader(FruReading& reading, const fru_header& fru)
-{
-    IpmiFruDevice& device = reading.device;
-    const unsigned int sum = std::accumulate(std::begin(fru.bytes), std::end(fru.bytes), 0U);
-    device.headerChecksumOk = wire::lowByte(sum) == 0;
-    device.internalOffset = fru.bytes[layout::kInternalOffset] * wire::fru::kUnit;
-    device.state =
-        fru.bytes[layout::kHeaderVersion] == layout::kFormatVersion ? IpmiFruDevice::kRead : IpmiFruDevice::kBadHeader;
 }
 
 void readAreas(fru_header& fru, ipmiifc_resp* info, FruAreas& areas)
@@ -135,7 +123,7 @@ int IpmiIfcRhFruInv(ipmiifc_resp* infoResponse, FruAreas& areas)
             TRX::log(LOG_ERR, "IpmiIfcRhFruInv: Reading FRU header for 0x%x FAILED cc=0x%x", deviceId, result);
         return result;
     }
-    keepHeader(self.fru, fru);
+    noteFruHeader(fru.bytes, self.fru.device);
     logHeader(fru);
     if (fru.bytes[layout::kHeaderVersion] != layout::kFormatVersion) {
         TRX::log(LOG_DEBUG, "IpmiIfcRhFruInv: return -2 due to bad FRU header version 0x%02x",

@@ -11,6 +11,7 @@
 #include "wire/FruLayout.h"
 
 #include <algorithm>
+#include <span>
 
 namespace Ipmi
 {
@@ -88,7 +89,9 @@ IpmiFruDevice IpmiIfc::readFru(int node, const IpmiFruDevice& device)
     if (isNode(node) && device.isLogical && isLeftOut) {
         const IpmiFruImage image = readFruImage(node, device);
         whole.areas = decodeFru(image.bytes.data(), image.bytes.size(), nullptr);
-        if (image.state != IpmiFruDevice::kRead || device.state == IpmiFruDevice::kByWords)
+        if (image.bytes.size() >= wire::fru::kHeaderSize) // what was read of a header by bytes may be another one
+            noteFruHeader(std::span(image.bytes).first<wire::fru::kHeaderSize>(), whole);
+        if (image.state != IpmiFruDevice::kRead)
             whole.state = image.state;
         whole.completionCode = image.completionCode;
     } else if (isNode(node) && device.state == IpmiFruDevice::kRead && device.internalOffset != 0) {

@@ -145,6 +145,7 @@ TEST(FruInventory, WhatItLeavesOutIsReadWhenAskedFor)
     for (const IpmiFruDevice& device : devices) {
         const IpmiFruDevice whole = IpmiIfc::readFru(0, device);
         EXPECT_EQ(whole.state, IpmiFruDevice::kRead);
+        EXPECT_TRUE(whole.headerChecksumOk);
         ASSERT_EQ(whole.areas.size(), 5U);
         EXPECT_EQ(whole.areas[0].kind, IpmiFruArea::kInternal);
         for (const IpmiFruArea& area : whole.areas)
@@ -179,6 +180,21 @@ TEST(FruInventory, AnExceptionLeavesEverythingAsItWas)
         EXPECT_EQ(IpmiIfc::getFruDeviceHeader(0).isByWords(), false);
     }
     EXPECT_GT(thrown, 300);
+}
+
+TEST(FruInventory, AStopInTheMiddleKeepsTheOneBefore)
+{
+    FruBmc bmc(twoControllers({locator(1, 0x20, 3), locator(2, 0x20, 0)}));
+    IpmiIfcSdrGetInfo(0);
+    IpmiIfcFruInstantiateAll(0);
+    bmc.before = [](const Sim::Request& request) {
+        g_IpmiNode[0].shutdown = request.cmd == kRead;
+        return true;
+    };
+    IpmiIfcFruInstantiateAll(0);
+    EXPECT_TRUE(g_IpmiNode[0].shutdown.exchange(false));
+    for (const IpmiFruDevice& device : IpmiIfc::getFruDevices(0))
+        EXPECT_EQ(device.areas.size(), 4U);
 }
 
 /// Callers find the inventory before while the BMC is silent in the middle of the next one.
